@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <list>
+
+#include "VUSL/Support/CmdLineGroup.h"
+#include "VUSL/Support/CmdLineParameter.h"
+#include "VUSL/Support/Text.h"
+
+namespace vusl {
+
+// A declarative parser of command lines: register parameters, parse once, look at the records.
+// It is used on the main thread before there is any other. It catches nothing; after a failure the
+// records stay as far as they got.
+class CmdLineProc {
+ public:
+  // `prefix`: each of its characters marks an argument as a parameter.
+  // `out,in`: where prompts go and their answers come from; they must outlive this object.
+  CmdLineProc(const string_t& prefix, std::ostream& out, std::istream& in);
+  virtual ~CmdLineProc() = default;
+
+  CmdLineProc(const CmdLineProc&) = delete;
+  CmdLineProc& operator=(const CmdLineProc&) = delete;
+
+  // Adds an empty group. Returns the group, which this object owns.
+  CmdLineGroup& addGroup(const string_t& name);
+
+  // Adds a switch of that name to a group of this object.
+  // Returns the record that parsing marks, owned by this object; its other fields may be set
+  //     before parsing.
+  CmdLineParameter& addParameter(CmdLineGroup& group, const string_t& name);
+
+  // Marks the records that the arguments name and takes their values.
+  // `argc,argv`: the arguments; the first, the program's name, is skipped.
+  // Throws `InvalidInputError` with the id of what is wrong, and `CmdLineExc` with the usage
+  // synopsis when the usage is asked for.
+  void parseCommandLine(int argc, const wchar_t* const* argv);
+
+  // Returns whether more than one member of the group was given.
+  bool isGroupConflicting(const CmdLineGroup& group) const;
+
+ private:
+  struct DeferredPrompt {
+    string_t argument;
+    int position;
+  };
+  struct ParseState;
+
+  bool beginsWithPrefix(const string_t& argument) const;
+  char firstPrefix() const;
+  string_t usageSynopsis() const;
+  void parseArgument(ParseState& state);
+  void applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter);
+  void checkCompanions(const ParseState& state, const string_t& name,
+                       const CmdLineParameter& parameter) const;
+  void takeValue(ParseState& state, CmdLineParameter& parameter) const;
+  void requireRequired() const;
+  void refuseConflicts() const;
+  void runDeferredPrompts(const std::list<DeferredPrompt>& prompts);
+  void askForValue(CmdLineParameter& parameter);
+
+  string_t prefix;
+  std::list<CmdLineParameter> parameters;
+  std::list<CmdLineGroup> groups;
+  std::ostream* out;
+  std::istream* in;
+};
+
+}  // namespace vusl

@@ -1,0 +1,34 @@
+#include "VUSL/Support/CriticalSection.h"
+
+#include "VUSL/Support/Exception.h"
+
+namespace vusl {
+
+namespace {
+
+constexpr DWORD kSpinCount = 0x4000;
+
+}  // namespace
+
+CriticalSection::CriticalSection() {
+  if (InitializeCriticalSectionAndSpinCount(&section, kSpinCount) == FALSE) {
+    throw Exception("CriticalSection")
+        << "InitializeCriticalSectionAndSpinCount failed with error: " << GetLastError();
+  }
+}
+
+CriticalSection::~CriticalSection() {
+  DeleteCriticalSection(&section);
+}
+
+WaitResult CriticalSection::Lock(uint32_t /*timeoutMs*/) {
+  EnterCriticalSection(&section);
+  return WaitResult::kDone;
+}
+
+WaitResult CriticalSection::Unlock() {
+  LeaveCriticalSection(&section);
+  return WaitResult::kDone;
+}
+
+}  // namespace vusl

@@ -1,0 +1,43 @@
+#include "VUSL/Support/Event.h"
+
+#include "VUSL/Support/Exception.h"
+#include "VUSL/Support/LogItem.h"
+#include "VUSL/Support/LogTag.h"
+
+namespace vusl {
+
+Event::Event() : handle_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
+  if (handle_ == nullptr) {
+    throw Exception("Event::Event") << "Create event failed " << GetLastError();
+  }
+}
+
+Event::~Event() {
+  try {
+    signal();
+  } catch (const Exception& e) {
+    LogItem("~Event").error() << "Unexpected error occured: " << e.what();
+  }
+  CloseHandle(handle_);
+}
+
+WaitResult Event::Lock(uint32_t timeoutMs) {
+  const WaitResult result = waitForHandle(handle_, timeoutMs);
+  if (result == WaitResult::kError) {
+    LogItem().error() << LogAddress(this) << "Event::Lock: Wait complete - error.";
+  }
+  return result;
+}
+
+WaitResult Event::Unlock() {
+  return WaitResult::kDone;
+}
+
+void Event::signal() {
+  if (SetEvent(handle_) == FALSE) {
+    throw Exception("Event::signal")
+        << "SetEvent failed, err: " << GetLastError() << " for:" << static_cast<const void*>(this);
+  }
+}
+
+}  // namespace vusl

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+#include "VUSL/Support/LogItem.h"
+
+// How a line that is logged on behalf of an object begins. Both leave the item in decimal.
+
+// "[0x<address>] ", the address in lower-case hexadecimal.
+struct LogAddress {
+  explicit LogAddress(const void* tagged) : object(tagged) {}
+
+  const void* object;
+};
+
+// "[0x<address>] [<method>] ".
+struct LogTag {
+  LogTag(const void* tagged, const char* taggedMethod) : object(tagged), method(taggedMethod) {}
+
+  const void* object;
+  const char* method;
+};
+
+inline LogItem& operator<<(LogItem& item, const LogAddress& tag) {
+  return item << "[0x" << LogBase::kHexadecimal << reinterpret_cast<uintptr_t>(tag.object)
+              << LogBase::kDecimal << "] ";
+}
+
+inline LogItem& operator<<(LogItem& item, const LogTag& tag) {
+  return item << LogAddress(tag.object) << "[" << tag.method << "] ";
+}
+
+inline LogItem& operator<<(LogItem&& item, const LogAddress& tag) {
+  return item << tag;
+}
+
+inline LogItem& operator<<(LogItem&& item, const LogTag& tag) {
+  return item << tag;
+}

@@ -1,0 +1,31 @@
+#include "VUSL/Support/Mutex.h"
+
+#include "VUSL/Support/Exception.h"
+
+namespace vusl {
+
+Mutex::Mutex() : handle(CreateMutexW(nullptr, FALSE, nullptr)) {
+  if (handle == nullptr) {
+    throw Exception("Mutex::Mutex()") << "CreateMutex failed: err: " << GetLastError();
+  }
+}
+
+Mutex::~Mutex() {
+  CloseHandle(handle);
+}
+
+WaitResult Mutex::Lock(uint32_t timeoutMs) {
+  if (timeoutMs != 0 && timeoutMs != kInfiniteMs) {
+    throw Exception("Mutex") << "Invalid timeout";
+  }
+  // A mutex whose owner died counts as an error although it is now owned. That is deliberate: the
+  // data behind it may be half-written, and a caller who took it for granted would go on with them.
+  return waitForHandle(handle, timeoutMs);
+}
+
+WaitResult Mutex::Unlock() {
+  // Success is exactly 1 here, not merely "not 0".
+  return ReleaseMutex(handle) == 1 ? WaitResult::kDone : WaitResult::kError;
+}
+
+}  // namespace vusl

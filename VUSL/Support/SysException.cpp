@@ -1,0 +1,74 @@
+#include "VUSL/Support/SysException.h"
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "VUSL/Support/LogItem.h"
+#include "VUSL/Support/ResourceLoader.h"
+#include "VUSL/Support/Text.h"
+
+namespace {
+
+constexpr DWORD kNeutralDefaultLanguage = 1024;
+constexpr uint32_t kUnknownErrorResource = 101;
+
+struct LocalFreeDeleter {
+  void operator()(wchar_t* buffer) const { LocalFree(buffer); }
+};
+
+void requireSuccess(errno_t error) {
+  if (error == 0) return;
+  LogItem("What") << "error: " << error;
+  // Deliberate: the "%s" is never filled in. Those who search logs for this failure know the text
+  // as it stands, with the number after it.
+  throw Exception("Function returned error: %s") << error;
+}
+
+std::string narrowSystemText(const wchar_t* text) {
+  size_t size = 0;
+  requireSuccess(wcstombs_s(&size, nullptr, 0, text, _TRUNCATE));
+  std::vector<char> narrow(size);
+  requireSuccess(wcstombs_s(&size, narrow.data(), narrow.size(), text, _TRUNCATE));
+  return narrow.data();
+}
+
+std::string unknownErrorText(ResourceLoader& loader, DWORD error) {
+  std::array<wchar_t, ResourceLoader::kDefaultSize> resource{};
+  loader.loadString(kUnknownErrorResource, resource.data(), ResourceLoader::kDefaultSize);
+
+  std::array<char, 42> text{};
+  strcpy_s(text.data(), text.size(), vusl::Narrow(resource.data()).c_str());
+  strcat_s(text.data(), text.size(), "0x");
+  std::array<char, 9> digits{};
+  _itoa_s(static_cast<int>(error), digits.data(), digits.size(), 16);
+  strcat_s(text.data(), text.size(), digits.data());
+  return text.data();
+}
+
+}  // namespace
+
+SysException::SysException() : lastError(GetLastError()) {}
+
+SysException::SysException(const std::string& location)
+    : ExceptionStream(location), lastError(GetLastError()) {}
+
+const std::string& SysException::errorText() {
+  ResourceLoader loader;
+  ResourceLoader::libraryBaseName = vusl::string_t();
+  if (ResourceLoader::resourceLibraries.empty()) ResourceLoader::initialiseLibraries();
+
+  wchar_t* buffer = nullptr;
+  const DWORD length = FormatMessageW(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM,
+      nullptr, lastError, kNeutralDefaultLanguage, reinterpret_cast<LPWSTR>(&buffer), 0, nullptr);
+  const std::unique_ptr<wchar_t, LocalFreeDeleter> owned(buffer);
+
+  errorTextCache =
+      message + (length != 0 ? narrowSystemText(buffer) : unknownErrorText(loader, lastError));
+  return errorTextCache;
+}
+
+const char* SysException::errorTextCStr() {
+  return errorText().c_str();
+}

@@ -1,0 +1,38 @@
+#include "VUSL/SupportCore/BufferWriter.h"
+
+#include <exception>
+
+#include "VUSL/Support/AssertException.h"
+#include "VUSL/Support/BufferWriterException.h"
+#include "VUSL/Support/LogItem.h"
+#include "platform/win32.h"
+
+namespace {
+
+// The number is part of the text, whatever line the throw stands on. That is deliberate: whoever
+// searches old logs for it finds the same place.
+constexpr char kLocation[] = "VUSL\\SupportCore\\Buffer:26";
+
+}  // namespace
+
+BufferWriter::BufferWriter(Buffer& target) : BufferWriter(target.data(), target.size()) {}
+
+BufferWriter::BufferWriter(void* target, uint32_t targetSize)
+    : data(static_cast<unsigned char*>(target)), capacity(targetSize) {}
+
+BufferWriter& BufferWriter::writeRaw(const void* source, unsigned int size) {
+  if (currentPos_ > capacity) {
+    throw AssertException("Invalid currentPos");
+  }
+  const uint32_t room = capacity - currentPos_;
+  if (size > room) {
+    throw vusl::BufferWriterException(kLocation)
+        << "Unable to write data (space required:" << size << ", space available:" << room << ")";
+  }
+  if (memcpy_s(data + currentPos_, room, source, size) != 0) {
+    LogItem("writeRaw").error() << "memcpy_s failed";
+    throw std::exception();
+  }
+  currentPos_ += size;
+  return *this;
+}

@@ -1,0 +1,66 @@
+#include "client/GetDeviceHKEY.h"
+
+#include <array>
+#include <cwchar>
+#include <string_view>
+
+#include "VUSL/Support/LogItem.h"
+
+namespace {
+
+constexpr std::size_t kHardwareIdBytes = 4096;
+
+void LogStatus(LogItem& item, const char* what, DWORD error, std::uint32_t status) {
+  item << what << " failed with status = " << error << " for a " << status;
+}
+
+// The property can hold several ids; deliberately only the first is looked at. A stack whose device
+// matches by a later id only is not to be taken.
+bool IsStackDevice(vusl::DeviceManagerWrapper& wrapper, wchar_t* deviceId, DEVINST& devInst) {
+  const std::uint32_t located = wrapper.LocateDevNode(devInst, deviceId);
+  if (located != CR_SUCCESS) {
+    const DWORD error = GetLastError();
+    LogStatus(LogItem().info(), "CM_Locate_DevNode", error, located);
+    return false;
+  }
+
+  std::array<wchar_t, kHardwareIdBytes / sizeof(wchar_t)> ids{};
+  ULONG size = kHardwareIdBytes;
+  const std::uint32_t read = wrapper.GetDeviceHardwareID(devInst, ids.data(), size);
+  if (read != CR_SUCCESS) {
+    const DWORD error = GetLastError();
+    LogStatus(LogItem().info(), "GetDeviceHardwareID", error, read);
+    return false;
+  }
+  return std::wstring_view(ids.data(), wcsnlen(ids.data(), ids.size())) == kStackHardwareId;
+}
+
+HKEY OpenStackDeviceKey(vusl::DeviceManagerWrapper& wrapper, DEVINST devInst) {
+  HKEY key = nullptr;
+  const std::uint32_t opened = wrapper.OpenDevNodeKey(devInst, key);
+  if (opened == CR_SUCCESS) {
+    LogItem().debug() << "Registry found for matched device.";
+    return key;
+  }
+  const DWORD error = GetLastError();
+  LogStatus(LogItem().error(), "CM_Open_DevNode_Key", error, opened);
+  return key;
+}
+
+}  // namespace
+
+HKEY GetDeviceHKEY(vusl::DeviceManagerWrapper& wrapper, wchar_t*& deviceList) {
+  if (wrapper.GetDeviceList(kSoftwareComponentClass, deviceList) != CR_SUCCESS) {
+    LogItem("GetDeviceHKEY").error() << "GetDeviceList failed";
+    return nullptr;
+  }
+
+  for (wchar_t* id = deviceList; *id != L'\0'; id += wcslen(id) + 1) {
+    LogItem().debug() << "Current device: " << static_cast<const wchar_t*>(id);
+    DEVINST devInst = 0;
+    if (IsStackDevice(wrapper, id, devInst)) return OpenStackDeviceKey(wrapper, devInst);
+  }
+
+  LogItem().debug() << "Device '" << kStackHardwareId << "' has not been found";
+  return nullptr;
+}

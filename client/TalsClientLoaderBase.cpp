@@ -1,0 +1,5 @@
+#include "client/TalsClientLoaderBase.h"
+
+TalsClientLoaderBase::~TalsClientLoaderBase() {
+  entries = TalsEntryTable{};
+}

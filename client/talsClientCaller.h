@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "VUSL/Support/Thread.h"
+#include "client/ItalsClientCaller.h"
+#include "client/TalsClientLoaderBase.h"
+
+// Runs commands of the client library, on the caller's thread or on a thread of its own, and logs
+// what the library answers.
+//
+// The enrollment loop owns the object, runs the commands 1 and 2 through executeSync and nothing
+// else. The asynchronous road, the key type and command 3 are dormant in this service. `commands`
+// and `keyType` have no lock: one command list may be in flight at a time.
+//
+// Not built yet: the request of command 3. Its transaction belongs to the client library's permit
+// family; until it stands, the command logs its two lines and answers STATUS_ERROR.
+class talsClientCaller : public vusl::Thread, public ItalsClientCaller {
+ public:
+  // `threadName`: the thread's name; the enrollment loop passes it empty.
+  explicit talsClientCaller(const std::string& threadName);
+
+  // Waits for the thread without limit if its body is running at this moment, then unloads the
+  // client libraries. Lets no exception out: what the thread threw ends here.
+  ~talsClientCaller() override;
+
+  // The thread's body: runs every entry of `commands` in order and drops the results.
+  void Run() override;
+
+  // Replaces the command list by `command` and starts the thread over it. Returns at once; the
+  // result of the command is not reported.
+  //
+  // Throws Exception when the thread cannot be started.
+  virtual void executeAsync(std::uint32_t command);
+
+  // Starts the thread over the command list.
+  //
+  // Throws Exception when the thread cannot be started.
+  virtual void executeScheduled();
+
+  // The latest step of a transaction, as the library's progress callback reported it.
+  virtual std::uint32_t currentProgressState();
+
+  talsStatus executeSync(std::uint32_t command, std::uint32_t reserved) override;
+  void setKeyType(std::uint32_t type) override;
+
+  // The loaded client stack; null until the owner assigns it. An assignment destroys any loader
+  // held before. A command must not run while it is null.
+  std::unique_ptr<TalsClientLoaderBase> loader;
+
+ protected:
+  // The command codes that the thread runs.
+  std::vector<std::uint32_t> commands;
+
+  // The input of command 3.
+  std::uint32_t keyType = 0xFFFFFFFF;
+
+ private:
+  using Components = std::vector<std::uint32_t>;
+
+  talsStatus dispatchCommand(std::uint32_t command);
+  talsStatus runInit(std::unique_ptr<Components> components);
+  talsStatus runRecertification(std::uint32_t type);
+};

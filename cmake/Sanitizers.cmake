@@ -1,0 +1,21 @@
+# SANITIZE: empty, "address" (with undefined), or "thread". COVERAGE: line and branch counters.
+set(SANITIZE "" CACHE STRING "sanitizers to build with: address, thread or none")
+option(COVERAGE "count executed lines and branches" OFF)
+
+add_library(instrumentation INTERFACE)
+if(SANITIZE STREQUAL "address")
+  set(sanitizer_flags -fsanitize=address,undefined -fno-sanitize-recover=all
+      -fno-omit-frame-pointer)
+elseif(SANITIZE STREQUAL "thread")
+  set(sanitizer_flags -fsanitize=thread -fno-omit-frame-pointer)
+elseif(NOT SANITIZE STREQUAL "")
+  message(FATAL_ERROR "SANITIZE is \"${SANITIZE}\": it must be address, thread or empty")
+endif()
+if(sanitizer_flags)
+  target_compile_options(instrumentation INTERFACE ${sanitizer_flags})
+  target_link_options(instrumentation INTERFACE ${sanitizer_flags})
+endif()
+if(COVERAGE)
+  target_compile_options(instrumentation INTERFACE --coverage -O0 -fno-inline)
+  target_link_options(instrumentation INTERFACE --coverage)
+endif()

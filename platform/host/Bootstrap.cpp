@@ -1,0 +1,172 @@
+// The beginning and the end of every process that has the model in it. A life of a scenario gets
+// its machine here, ahead of the product's static objects, and reports its end here, after them.
+
+#include "platform/host/Bootstrap.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+#include "platform/host/Call.h"
+#include "platform/host/Ledger.h"
+#include "platform/host/Machine.h"
+#include "platform/host/ProcessObject.h"
+#include "platform/host/Report.h"
+
+namespace host {
+namespace {
+
+constexpr int kHarnessError = 71;
+
+// What required behaviour leaves open or releases too often, each with its reason. Anything else
+// fails the run.
+struct ListedImbalance {
+  std::string_view text;  // how the ledger's line begins
+  const char* reason;
+};
+constexpr std::array kListedImbalances = {
+    ListedImbalance{"CloseHandle: null is no handle",
+                    "both event handles are closed at the end, opened or not"},
+    ListedImbalance{"boundary from CreateBoundaryDescriptorW is still open",
+                    "the boundary descriptor lives as long as the process"},
+    ListedImbalance{"process from CreateProcessW is still open",
+                    "the launch lets go of its child without closing its handles"},
+    ListedImbalance{"thread from CreateProcessW is still open",
+                    "the launch lets go of its child without closing its handles"},
+    ListedImbalance{"module from LoadLibraryExW as data is still open",
+                    "language libraries stay loaded to the end of the process"},
+};
+
+Scenario* theLife = nullptr;
+std::int32_t theExitCode = 0;
+
+[[noreturn]] void giveUp(const std::string& reason) {
+  std::fprintf(stderr, "model: %s\n", reason.c_str());
+  _exit(kHarnessError);
+}
+
+std::string readWhole(const char* path) {
+  std::string text;
+  FILE* file = std::fopen(path, "rb");
+  if (file == nullptr) {
+    giveUp(std::string(path) + ": " + std::strerror(errno));
+  }
+  std::array<char, 4096> block{};
+  while (const std::size_t size = std::fread(block.data(), 1, block.size(), file)) {
+    text.append(block.data(), size);
+  }
+  std::fclose(file);
+  return text;
+}
+
+std::uint64_t numberFrom(const char* variable) {
+  const char* text = std::getenv(variable);
+  if (text == nullptr) {
+    return 0;
+  }
+  std::uint64_t number = 0;
+  const char* end = text + std::strlen(text);
+  const auto [stopped, error] = std::from_chars(text, end, number);
+  if (error != std::errc{} || stopped != end) {
+    giveUp(std::string(variable) + " is no number: " + text);
+  }
+  return number;
+}
+
+void prepareLife(const char* scenarioPath) {
+  auto parsed = parseScenario("life", readWhole(scenarioPath));
+  if (const auto* error = std::get_if<ScenarioError>(&parsed)) {
+    giveUp(std::string(scenarioPath) + ":" + std::to_string(error->line) + ": " + error->reason);
+  }
+  theLife = new Scenario(std::move(std::get<Scenario>(parsed)));
+  const auto descriptor = static_cast<int>(numberFrom("TPM_HOST_REPORT"));
+  fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+  Report::instance().open(descriptor,
+                          Scheduler::instance().mode() == Scheduler::Mode::kVirtual);
+  if (const char* drive = std::getenv("TPM_HOST_DRIVE")) {
+    machine().drive.keepIn(drive);
+  }
+  // Only counts and the hash: a life may last for years of the machine's time.
+  Journal::instance().keepEntries(false);
+  setUpMachine(*theLife);
+}
+
+// Priorities below 101 belong to the implementation; 101 is ahead of all ordinary static objects.
+__attribute__((constructor(101))) void beginProcess() {
+  const char* mode = std::getenv("TPM_HOST_MODE");
+  const bool isReal = mode != nullptr && std::strcmp(mode, "real") == 0;
+  Scheduler::instance().start(isReal ? Scheduler::Mode::kReal : Scheduler::Mode::kVirtual,
+                              numberFrom("TPM_HOST_SEED"));
+  if (const char* scenarioPath = std::getenv("TPM_HOST_SCENARIO")) {
+    prepareLife(scenarioPath);
+  }
+}
+
+const char* reasonFor(const std::string& imbalance) {
+  for (const ListedImbalance& listed : kListedImbalances) {
+    if (imbalance.compare(0, listed.text.size(), listed.text) == 0) {
+      return listed.reason;
+    }
+  }
+  return nullptr;
+}
+
+void recordImbalance(const std::string& text) {
+  const char* reason = reasonFor(text);
+  const std::string record =
+      reason == nullptr ? "unlisted: " + text : "listed: " + text + " (" + reason + ")";
+  Report::instance().record(ReportKind::kLedger, record);
+}
+
+// The peak of this program alone; what the system tells of a child counts its parent's memory too.
+long peakMemoryKiB() {
+  FILE* status = std::fopen("/proc/self/status", "r");
+  long peak = 0;
+  std::array<char, 256> line{};
+  while (status != nullptr && std::fgets(line.data(), line.size(), status) != nullptr) {
+    if (std::sscanf(line.data(), "VmHWM: %ld", &peak) == 1) {
+      break;
+    }
+  }
+  if (status != nullptr) {
+    std::fclose(status);
+  }
+  return peak;
+}
+
+// Runs after the destructors of all static objects.
+__attribute__((destructor(101))) void endProcess() {
+  if (theLife == nullptr) {
+    return;
+  }
+  waitForPrograms();
+  for (const std::string& violation : Ledger::instance().violations()) {
+    recordImbalance(violation);
+  }
+  for (const Ledger::Entry& entry : Ledger::instance().stillOpen()) {
+    recordImbalance(entry.kind + " from " + entry.maker + " is still open");
+  }
+  Report& report = Report::instance();
+  report.record(ReportKind::kHash, hexText(Journal::instance().hash()));
+  report.record(ReportKind::kMemory, std::to_string(peakMemoryKiB()));
+  report.record(ReportKind::kEnd, "exit " + std::to_string(theExitCode));
+  report.flush();
+}
+
+}  // namespace
+
+const Scenario* lifeScenario() {
+  return theLife;
+}
+
+void setExitCode(std::int32_t code) {
+  theExitCode = code;
+}
+
+}  // namespace host

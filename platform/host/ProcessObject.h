@@ -1,0 +1,26 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include "platform/host/Handles.h"
+
+namespace host {
+
+// A program that the process started: a real child.
+class ProcessObject final : public KernelObject {
+ public:
+  explicit ProcessObject(pid_t child) : child_(child) {}
+
+  const char* kind() const override { return "process"; }
+  bool waitable() const override { return true; }
+  bool signalled(const Thread& waiter) const override;
+
+ private:
+  pid_t child_;
+};
+
+// Waits until all programs that were started have ended, so that what they leave on the drive is
+// there when the life's end is reported; gives up on one that takes longer than ten seconds.
+void waitForPrograms();
+
+}  // namespace host

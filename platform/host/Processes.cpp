@@ -1,0 +1,114 @@
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <vector>
+
+#include "platform/host/Call.h"
+#include "platform/host/Ledger.h"
+#include "platform/host/Machine.h"
+#include "platform/host/ProcessObject.h"
+
+namespace host {
+namespace {
+
+constexpr DWORD kFirstProcessId = 0x2000;
+constexpr DWORD kIdStep = 4;
+constexpr int kPatienceMs = 10'000;
+
+std::vector<pid_t>& children() {
+  static auto* all = new std::vector<pid_t>;
+  return *all;
+}
+
+bool hasEnded(pid_t child) {
+  siginfo_t info{};
+  return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+         info.si_pid == child;
+}
+
+// Starts the file with nothing of ours but its own folder as current directory.
+int spawnProgram(const std::filesystem::path& file, pid_t* child) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addchdir_np(&actions, file.parent_path().c_str());
+  std::string name = file.string();
+  char* arguments[] = {name.data(), nullptr};
+  char* environment[] = {nullptr};
+  const int error = posix_spawn(child, file.c_str(), &actions, nullptr, arguments, environment);
+  posix_spawn_file_actions_destroy(&actions);
+  return error;
+}
+
+}  // namespace
+
+bool ProcessObject::signalled(const Thread& /*waiter*/) const {
+  return hasEnded(child_);
+}
+
+void waitForPrograms() {
+  for (const pid_t child : children()) {
+    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+    pollfd ended{descriptor, POLLIN, 0};
+    poll(&ended, 1, kPatienceMs);
+    close(descriptor);
+  }
+}
+
+}  // namespace host
+
+using host::Call;
+
+HANDLE GetCurrentProcess() {
+  const Call call("GetCurrentProcess");
+  return INVALID_HANDLE_VALUE;  // the process's pseudo-handle has this value on the platform too
+}
+
+BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
+                    LPSECURITY_ATTRIBUTES processAttributes,
+                    LPSECURITY_ATTRIBUTES threadAttributes, BOOL inheritHandles, DWORD flags,
+                    LPVOID environment, LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
+                    LPPROCESS_INFORMATION processInformation) {
+  Call call("CreateProcessW", applicationName, commandLine, processAttributes, threadAttributes,
+            inheritHandles, flags, environment, currentDirectory);
+  if (call.faulted()) {
+    return call.returns(FALSE);
+  }
+  if (applicationName == nullptr || startupInfo == nullptr || processInformation == nullptr ||
+      startupInfo->cb != sizeof(STARTUPINFOW)) {
+    return call.fails(ERROR_INVALID_PARAMETER, FALSE);
+  }
+  const host::Scheduler::Guard guard;
+  host::Machine& machine = host::machine();
+  DWORD error = 0;
+  const auto file = machine.drive.locate(
+      host::Drive::normalized(applicationName, machine.currentDirectory), &error);
+  if (!file.has_value() || !std::filesystem::exists(*file)) {
+    return call.fails(error != 0 ? error : ERROR_FILE_NOT_FOUND, FALSE);
+  }
+  pid_t child = 0;
+  if (std::filesystem::is_directory(*file)) {
+    return call.fails(ERROR_ACCESS_DENIED, FALSE);
+  }
+  if (host::spawnProgram(*file, &child) != 0) {
+    return call.fails(ERROR_BAD_EXE_FORMAT, FALSE);
+  }
+  host::children().push_back(child);
+  const auto number = static_cast<DWORD>(host::children().size() - 1);
+  const auto thread = std::make_shared<host::ThreadObject>();
+  auto& handles = host::HandleTable::instance();
+  processInformation->hProcess =
+      handles.add(std::make_shared<host::ProcessObject>(child), "CreateProcessW");
+  processInformation->hThread = handles.add(thread, "CreateProcessW");
+  processInformation->dwProcessId = host::kFirstProcessId + 2 * host::kIdStep * number;
+  processInformation->dwThreadId = processInformation->dwProcessId + host::kIdStep;
+  machine.programsStarted.emplace_back(applicationName);
+  machine.note("program started: " + host::toUtf8(applicationName));
+  return call.returns(TRUE);
+}

@@ -1,0 +1,167 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "platform/host/Scheduler.h"
+#include "platform/host/windows/Types.h"
+
+namespace host {
+
+// What a run is like, as a person wrote it down. docs/scenarios.md describes the text.
+
+// Something that happens to the machine from outside.
+struct Action {
+  enum class Kind {
+    kSignalEvent,    // subject: the event's name
+    kPublishEvent,   // subject: the event's name
+    kWithdrawEvent,  // subject: the event's name
+    kControl,        // number: the control's number; 1 is a stop
+    kWriteFile,      // subject: path, text: content
+    kDeleteFile,     // subject: path
+    kEndProcess,     // the process is ended from outside
+  };
+  Kind kind = Kind::kSignalEvent;
+  std::wstring subject;
+  std::string text;
+  DWORD number = 0;
+};
+
+// When it happens.
+struct Moment {
+  enum class Kind {
+    kAt,          // at a time of the machine's clock after the process's start
+    kBeforeCall,  // when the run comes to the nth call of a platform call, ahead of its work
+    kOnLog,       // when the nth log line that contains the text reached the listener
+    kOnStatus,    // when the service reported a state for the nth time
+  };
+  Kind kind = Kind::kAt;
+  Nanoseconds at = 0;
+  std::string name;  // of the call, the text, or the state ("RUNNING")
+  unsigned nth = 1;
+};
+
+struct Step {
+  Moment moment;
+  Action action;
+  int line = 0;
+};
+
+struct InjectedFault {
+  std::string call;
+  DWORD error = 0;
+  unsigned nth = 1;
+  bool lasting = false;
+};
+
+struct ScenarioFile {
+  std::wstring path;
+  std::string bytes;
+};
+
+struct ScenarioRegistryKey {
+  std::wstring key;
+  std::vector<std::pair<std::wstring, std::wstring>> values;  // name and text
+};
+
+struct ScenarioDevice {
+  std::wstring instanceId;
+  std::wstring classGuid;
+  std::vector<std::wstring> hardwareIds;
+  std::wstring softwareKey;
+  bool present = true;
+};
+
+// How the run must end.
+struct ExpectedEnd {
+  enum class Kind {
+    kExit,       // the process ended with this exit code
+    kFault,      // an access violation or the like ended it
+    kTerminate,  // an exception that nobody caught ended it
+    kRunning,    // it was still running when the time was up
+    kDeadlock,   // nobody could ever go on
+    kEnded,      // a step of the script ended it
+  };
+  Kind kind = Kind::kExit;
+  std::int32_t exitCode = 0;
+  // What the service manager was told last, if the scenario says so: state and exit code.
+  std::optional<DWORD> lastState;
+  std::optional<DWORD> lastExitCode;
+};
+
+struct Scenario {
+  std::string name;   // the file's name without folder and ending
+  std::string about;  // a sentence
+
+  // The machine.
+  DWORD majorVersion = 10;
+  DWORD minorVersion = 0;
+  DWORD buildNumber = 19045;
+  LANGID language = 0x0409;
+  std::optional<SYSTEMTIME> clock;  // local time at the start
+  int minutesAheadOfUtc = 0;
+  bool startedByManager = true;
+  std::vector<std::wstring> arguments;  // of the command line, without the program's name
+  std::optional<std::vector<std::wstring>> privileges;  // all if absent
+  std::vector<std::wstring> unknownPrivileges;
+  bool administrator = true;
+  bool debugListener = true;
+  std::vector<std::wstring> publishedEvents;
+  std::vector<std::wstring> takenNamespaces;
+  std::map<std::wstring, std::wstring> environment;
+
+  // The client stack.
+  std::optional<std::wstring> stackDirectory;  // installed there: device, keys and folder
+  std::string clientLibrary = "talsClient";    // the stand-in's variant; empty for none
+  std::string proxyLibrary = "talsProxy";
+  bool recertificationProgram = true;
+  std::string clientScript;  // the answers of the client library, call by call
+
+  std::vector<ScenarioFile> files;
+  std::vector<ScenarioRegistryKey> registry;
+  std::vector<ScenarioDevice> devices;
+  std::vector<InjectedFault> faults;
+  std::vector<Step> script;
+
+  Nanoseconds limit = 60'000 * kNanosecondsPerMillisecond;
+  bool endlessLoopExpected = false;  // the run is required to spin
+  ExpectedEnd end;
+  // What the run must print with seed 0 in virtual time, stamps and addresses aside. Absent if the
+  // scenario does not say.
+  std::optional<std::vector<std::string>> expected;
+};
+
+// What is wrong with a scenario's text.
+struct ScenarioError {
+  int line;
+  std::string reason;
+};
+
+// Reads a scenario's text; nothing is done with a text that has an error. What must not be
+// missing is reported at the line of the section that it belongs to.
+std::variant<Scenario, ScenarioError> parseScenario(std::string_view name, std::string_view text);
+
+// Puts everything on the drive that the scenario's machine has there: configuration and other
+// files, the client libraries with their script, the recertification program. `standIns` is the
+// folder with the built stand-ins. Done once, ahead of the (first) life.
+// Gives a reason if something could not be written.
+std::optional<std::string> prepareDrive(const Scenario& scenario, const std::filesystem::path& drive,
+                                        const std::filesystem::path& standIns);
+
+// Makes this process's machine what the scenario says, except for the drive, and arms the faults
+// and the steps that wait for a call, a log line or a status: calls are counted from here. Called
+// before the product's static objects are made, so it must not use any of the product's or static
+// streams. The scenario must live as long as the process.
+void setUpMachine(const Scenario& scenario);
+
+// Starts the thread that lets the timed steps happen and ends the life at the limit. Called on the
+// main thread ahead of the product's entry. The scenario must live as long as the process.
+void startScript(const Scenario& scenario);
+
+}  // namespace host

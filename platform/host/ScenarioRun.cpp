@@ -1,0 +1,256 @@
+// A scenario's life: the machine that it finds, and what happens to it from outside.
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "platform/host/Call.h"
+#include "platform/host/Machine.h"
+#include "platform/host/Report.h"
+#include "platform/host/Scenario.h"
+
+namespace host {
+namespace {
+
+// So many calls in a row that no wait comes between mean a loop that will not end.
+constexpr unsigned kEndlessLoopCalls = 10'000;
+
+void note(const std::string& what) {
+  machine().note(what);
+}
+
+void signalEvent(const Action& action) {
+  const bool isThere = machine().signalEvent(action.subject);
+  note("event " + toUtf8(action.subject) +
+       (isThere ? " signalled" : " is not there and was not signalled"));
+}
+
+void publishEvent(const Action& action) {
+  machine().publishEvent(action.subject);
+  note("event " + toUtf8(action.subject) + " published");
+}
+
+void withdrawEvent(const Action& action) {
+  machine().withdrawEvent(action.subject);
+  note("event " + toUtf8(action.subject) + " withdrawn");
+}
+
+void control(const Action& action) {
+  const DWORD error = machine().services.request(action.number);
+  const std::string name = action.number == SERVICE_CONTROL_STOP
+                               ? std::string("stop")
+                               : "control " + std::to_string(action.number);
+  note("service manager: " + name +
+       (error == ERROR_SUCCESS ? " requested" : " refused, error " + std::to_string(error)));
+}
+
+void writeFile(const Action& action) {
+  machine().drive.write(action.subject, action.text);
+  note("file " + toUtf8(action.subject) + " written");
+}
+
+void deleteFile(const Action& action) {
+  const bool isThere = machine().drive.exists(action.subject);
+  machine().drive.remove(action.subject);
+  note("file " + toUtf8(action.subject) +
+       (isThere ? " deleted" : " is not there and was not deleted"));
+}
+
+[[noreturn]] void endProcess() {
+  note("the process is ended from outside");
+  Report::instance().endNow("ended");
+}
+
+// Lets an action happen on the calling thread, whichever that is. No turn passes here, so nothing
+// comes between the deed and its note.
+void perform(const Action& action) {
+  const Scheduler::Guard guard;
+  switch (action.kind) {
+    case Action::Kind::kSignalEvent:
+      return signalEvent(action);
+    case Action::Kind::kPublishEvent:
+      return publishEvent(action);
+    case Action::Kind::kWithdrawEvent:
+      return withdrawEvent(action);
+    case Action::Kind::kControl:
+      return control(action);
+    case Action::Kind::kWriteFile:
+      return writeFile(action);
+    case Action::Kind::kDeleteFile:
+      return deleteFile(action);
+    case Action::Kind::kEndProcess:
+      endProcess();
+  }
+}
+
+// The steps that wait for one kind of sight, with how often each has seen it.
+class Watch {
+ public:
+  Watch(const Scenario& scenario, Moment::Kind kind) {
+    for (const Step& step : scenario.script) {
+      if (step.moment.kind == kind) {
+        watched_.push_back({&step, 0});
+      }
+    }
+  }
+
+  // Lets the steps happen whose turn it is; `matches` tells whether a moment's name was seen.
+  template <class Matches>
+  void see(const Matches& matches) {
+    const Scheduler::Guard guard;
+    for (Watched& watched : watched_) {
+      const Moment& moment = watched.step->moment;
+      if (matches(moment.name) && ++watched.seen == moment.nth) {
+        perform(watched.step->action);
+      }
+    }
+  }
+
+ private:
+  struct Watched {
+    const Step* step;
+    unsigned seen;
+  };
+  std::vector<Watched> watched_;
+};
+
+void listenToDebugOutput(const Scenario& scenario) {
+  const auto watch = std::make_shared<Watch>(scenario, Moment::Kind::kOnLog);
+  machine().onDebugOutput = [watch](const std::wstring& line) {
+    const std::string text = toUtf8(line);
+    Report::instance().record(ReportKind::kDebugLine, text);
+    watch->see([&](const std::string& wanted) { return text.find(wanted) != std::string::npos; });
+  };
+}
+
+void listenToStatus(const Scenario& scenario) {
+  const auto watch = std::make_shared<Watch>(scenario, Moment::Kind::kOnStatus);
+  machine().services.onStatus = [watch](const SERVICE_STATUS& status) {
+    std::string record;
+    for (const DWORD field : {status.dwCurrentState, status.dwCheckPoint, status.dwWin32ExitCode,
+                              status.dwControlsAccepted, status.dwWaitHint}) {
+      record += (record.empty() ? "" : " ") + std::to_string(field);
+    }
+    Report::instance().record(ReportKind::kStatus, record);
+    const std::string state = ServiceManager::stateName(status.dwCurrentState);
+    watch->see([&](const std::string& wanted) { return wanted == state; });
+  };
+}
+
+void armCalls(const Scenario& scenario) {
+  for (const InjectedFault& fault : scenario.faults) {
+    if (fault.lasting) {
+      Faults::instance().failFrom(fault.call, fault.error, fault.nth);
+    } else {
+      Faults::instance().failOnce(fault.call, fault.error, fault.nth);
+    }
+  }
+  for (const Step& step : scenario.script) {
+    if (step.moment.kind == Moment::Kind::kBeforeCall) {
+      CallHooks::instance().before(step.moment.name, step.moment.nth, [&step] {
+        perform(step.action);
+        // What the action set going is over, as far as it can get, when the call does its work.
+        Scheduler::instance().standBack();
+      });
+    }
+  }
+}
+
+void setUpSystem(const Scenario& scenario) {
+  Machine& system = machine();
+  system.version = {scenario.majorVersion, scenario.minorVersion, scenario.buildNumber};
+  system.userLanguage = scenario.language;
+  system.minutesAheadOfUtc = scenario.minutesAheadOfUtc;
+  if (scenario.clock) {
+    system.setLocalTime(*scenario.clock);
+  }
+  if (scenario.privileges) {
+    system.token.privileges = {scenario.privileges->begin(), scenario.privileges->end()};
+  }
+  system.token.unknownPrivileges = {scenario.unknownPrivileges.begin(),
+                                    scenario.unknownPrivileges.end()};
+  system.token.administrator = scenario.administrator;
+  system.debugListener = scenario.debugListener;
+  system.services.startedByManager = scenario.startedByManager;
+  for (const std::wstring& event : scenario.publishedEvents) {
+    system.publishEvent(event);
+  }
+  for (const std::wstring& alias : scenario.takenNamespaces) {
+    system.takeNamespace(alias);
+  }
+  for (const auto& [name, value] : scenario.environment) {
+    system.environment[name] = value;
+  }
+}
+
+void setUpInstallation(const Scenario& scenario) {
+  Machine& system = machine();
+  for (const ScenarioRegistryKey& key : scenario.registry) {
+    system.registry.createKey(key.key);
+    for (const auto& [name, text] : key.values) {
+      system.registry.setText(key.key, name, text);
+    }
+  }
+  for (const ScenarioDevice& device : scenario.devices) {
+    system.devices.push_back({device.instanceId, device.classGuid, device.hardwareIds,
+                              device.present, device.softwareKey, CR_SUCCESS});
+  }
+  if (scenario.stackDirectory) {
+    system.installStack(*scenario.stackDirectory);
+  }
+}
+
+void sleepUntil(Nanoseconds moment) {
+  const Scheduler::Guard guard;
+  Scheduler::instance().block(
+      "the script's next step", [] { return false; }, moment);
+}
+
+[[noreturn]] void giveUp(std::string_view how) {
+  Report& report = Report::instance();
+  report.record(ReportKind::kThreads, Scheduler::instance().describeThreads());
+  report.endNow(how);
+}
+
+// The script's own thread.
+void follow(const Scenario& scenario) {
+  std::vector<const Step*> timed;
+  for (const Step& step : scenario.script) {
+    if (step.moment.kind == Moment::Kind::kAt) {
+      timed.push_back(&step);
+    }
+  }
+  std::stable_sort(timed.begin(), timed.end(), [](const Step* left, const Step* right) {
+    return left->moment.at < right->moment.at;
+  });
+  for (const Step* step : timed) {
+    sleepUntil(step->moment.at);
+    perform(step->action);
+  }
+  sleepUntil(scenario.limit);
+  giveUp(Scheduler::instance().everyoneElseWaitsForEver() ? "deadlock" : "running");
+}
+
+}  // namespace
+
+void setUpMachine(const Scenario& scenario) {
+  listenToDebugOutput(scenario);
+  listenToStatus(scenario);
+  machine().onNote = [](const std::string& what) {
+    Report::instance().record(ReportKind::kNote, what);
+  };
+  setUpSystem(scenario);
+  setUpInstallation(scenario);
+  armCalls(scenario);
+}
+
+void startScript(const Scenario& scenario) {
+  Scheduler::instance().setDeadlockHandler(
+      [](const std::string& /*report*/) { giveUp("deadlock"); });
+  if (!scenario.endlessLoopExpected) {
+    Scheduler::instance().setEndlessLoopHandler(kEndlessLoopCalls, [] { giveUp("endless"); });
+  }
+  Scheduler::instance().spawn("script", [&scenario] { follow(scenario); });
+}
+
+}  // namespace host

@@ -1,0 +1,377 @@
+#include "platform/host/ScenarioSections.h"
+
+#include <algorithm>
+#include <array>
+
+#include "platform/host/Text.h"
+
+namespace host::scenario {
+namespace {
+
+constexpr std::string_view kNone = "none";
+// The class of software components, which the stack's own device has.
+constexpr wchar_t kSoftwareComponents[] = L"{5c4c3332-344d-483c-8739-259e934c9cc8}";
+
+using Value = std::string_view;
+
+// [scenario]
+
+Reason readAbout(Value value, Value /*name*/, Scenario& scenario) {
+  if (value.empty()) {
+    return "there must be a sentence";
+  }
+  scenario.about = value;
+  return std::nullopt;
+}
+
+Reason readLimit(Value value, Value /*name*/, Scenario& scenario) {
+  if (Reason reason = readDuration(value, scenario.limit)) {
+    return reason;
+  }
+  return scenario.limit > 0 ? std::nullopt : Reason("a limit of 0 leaves no time to run");
+}
+
+Reason readEnd(Value value, Value /*name*/, Scenario& scenario) {
+  struct Ending {
+    std::string_view name;
+    ExpectedEnd::Kind kind;
+  };
+  constexpr std::array kEndings = {
+      Ending{"fault", ExpectedEnd::Kind::kFault},
+      Ending{"terminate", ExpectedEnd::Kind::kTerminate},
+      Ending{"running", ExpectedEnd::Kind::kRunning},
+      Ending{"deadlock", ExpectedEnd::Kind::kDeadlock},
+      Ending{"ended", ExpectedEnd::Kind::kEnded},
+  };
+  const std::vector<Value> words = wordsOf(value);
+  if (words.size() == 2 && words[0] == "exit") {
+    std::uint32_t code = 0;
+    const Reason reason = readCode(words[1], code);
+    scenario.end.kind = ExpectedEnd::Kind::kExit;
+    scenario.end.exitCode = static_cast<std::int32_t>(code);
+    return reason;
+  }
+  for (const Ending& ending : kEndings) {
+    if (ending.name == value) {
+      scenario.end.kind = ending.kind;
+      return std::nullopt;
+    }
+  }
+  return inQuotes(value) + " is no end (exit N, fault, terminate, running, deadlock, ended)";
+}
+
+Reason readStatus(Value value, Value /*name*/, Scenario& scenario) {
+  const std::vector<Value> words = wordsOf(value);
+  if (words.size() != 2) {
+    return "there must be a state and an exit code (as in \"STOPPED 0\")";
+  }
+  DWORD state = 0;
+  std::uint32_t code = 0;
+  if (Reason reason = readState(words[0], state)) {
+    return reason;
+  }
+  if (Reason reason = readCode(words[1], code)) {
+    return reason;
+  }
+  scenario.end.lastState = state;
+  scenario.end.lastExitCode = code;
+  return std::nullopt;
+}
+
+Reason readEndlessLoop(Value value, Value /*name*/, Scenario& scenario) {
+  if (value != "expected") {
+    return inQuotes(value) + " is not \"expected\", the one thing that can be said";
+  }
+  scenario.endlessLoopExpected = true;
+  return std::nullopt;
+}
+
+constexpr std::array kScenarioKeys = {
+    Key{"about", false, false, readAbout},
+    Key{"limit", false, false, readLimit},
+    Key{"end", false, false, readEnd},
+    Key{"status", false, false, readStatus},
+    Key{"endless loop", false, false, readEndlessLoop},
+};
+
+// [machine]
+
+Reason readWindows(Value value, Value /*name*/, Scenario& scenario) {
+  return readVersion(value, scenario);
+}
+
+Reason readLanguage(Value value, Value /*name*/, Scenario& scenario) {
+  std::uint32_t number = 0;
+  if (Reason reason = readNumber(value, UINT16_MAX, number)) {
+    return reason;
+  }
+  scenario.language = static_cast<LANGID>(number);
+  return std::nullopt;
+}
+
+Reason readClockKey(Value value, Value /*name*/, Scenario& scenario) {
+  SYSTEMTIME time{};
+  if (Reason reason = readClock(value, time)) {
+    return reason;
+  }
+  scenario.clock = time;
+  return std::nullopt;
+}
+
+Reason readZoneKey(Value value, Value /*name*/, Scenario& scenario) {
+  return readZone(value, scenario.minutesAheadOfUtc);
+}
+
+Reason readStartedBy(Value value, Value /*name*/, Scenario& scenario) {
+  if (value != "service manager" && value != "console") {
+    return inQuotes(value) + " is neither \"service manager\" nor \"console\"";
+  }
+  scenario.startedByManager = value == "service manager";
+  return std::nullopt;
+}
+
+Reason readArgumentsKey(Value value, Value /*name*/, Scenario& scenario) {
+  return readArguments(value, scenario.arguments);
+}
+
+Reason readPrivilege(Value word, std::vector<std::wstring>& names) {
+  if (!word.starts_with("Se") || !word.ends_with("Privilege")) {
+    return inQuotes(word) + " is no privilege (as in \"SeDebugPrivilege\")";
+  }
+  names.push_back(toWide(word));
+  return std::nullopt;
+}
+
+Reason readPrivileges(Value value, Value /*name*/, Scenario& scenario) {
+  if (value == "all") {
+    return std::nullopt;
+  }
+  if (value.empty()) {
+    return "there must be all, none or a list of privileges";
+  }
+  std::vector<std::wstring> names;
+  if (value != kNone) {
+    for (const Value word : wordsOf(value)) {
+      if (Reason reason = readPrivilege(word, names)) {
+        return reason;
+      }
+    }
+  }
+  scenario.privileges = names;
+  return std::nullopt;
+}
+
+Reason readUnknownPrivilege(Value value, Value /*name*/, Scenario& scenario) {
+  return readPrivilege(value, scenario.unknownPrivileges);
+}
+
+Reason readAdministrator(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.administrator);
+}
+
+Reason readListener(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.debugListener);
+}
+
+Reason readEvent(Value value, Value /*name*/, Scenario& scenario) {
+  return readName(value, scenario.publishedEvents.emplace_back());
+}
+
+Reason readNamespace(Value value, Value /*name*/, Scenario& scenario) {
+  return readName(value, scenario.takenNamespaces.emplace_back());
+}
+
+Reason readEnvironment(Value value, Value name, Scenario& scenario) {
+  if (name.empty()) {
+    return "there must be a variable's name (as in \"environment TALS_CONFDIR_PATH = C:\\conf\")";
+  }
+  scenario.environment[toWide(name)] = toWide(value);
+  return std::nullopt;
+}
+
+constexpr std::array kMachineKeys = {
+    Key{"windows", false, false, readWindows},
+    Key{"language", false, false, readLanguage},
+    Key{"clock", false, false, readClockKey},
+    Key{"zone", false, false, readZoneKey},
+    Key{"started by", false, false, readStartedBy},
+    Key{"arguments", false, false, readArgumentsKey},
+    Key{"privileges", false, false, readPrivileges},
+    Key{"unknown privilege", true, false, readUnknownPrivilege},
+    Key{"administrator", false, false, readAdministrator},
+    Key{"listener", false, false, readListener},
+    Key{"event", true, false, readEvent},
+    Key{"namespace taken", true, false, readNamespace},
+    Key{"environment", false, true, readEnvironment},
+};
+
+// [stack]
+
+Reason readDirectory(Value value, Value /*name*/, Scenario& scenario) {
+  std::wstring path;
+  if (Reason reason = readPath(value, path)) {
+    return reason;
+  }
+  scenario.stackDirectory = path;
+  return std::nullopt;
+}
+
+Reason readLibrary(Value value, std::string& library) {
+  if (value.empty() || value.find_first_of("\\/:.") != Value::npos) {
+    return inQuotes(value) + " is neither none nor the bare name of a stand-in";
+  }
+  library = value == kNone ? "" : value;
+  return std::nullopt;
+}
+
+Reason readClientLibrary(Value value, Value /*name*/, Scenario& scenario) {
+  return readLibrary(value, scenario.clientLibrary);
+}
+
+Reason readProxyLibrary(Value value, Value /*name*/, Scenario& scenario) {
+  return readLibrary(value, scenario.proxyLibrary);
+}
+
+Reason readRecertification(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.recertificationProgram);
+}
+
+constexpr std::array kStackKeys = {
+    Key{"directory", false, false, readDirectory},
+    Key{"client library", false, false, readClientLibrary},
+    Key{"proxy library", false, false, readProxyLibrary},
+    Key{"recertification program", false, false, readRecertification},
+};
+
+// [device <instance id>]
+
+Reason openDevice(Value argument, Scenario& scenario) {
+  ScenarioDevice device;
+  device.classGuid = kSoftwareComponents;
+  scenario.devices.push_back(device);
+  return readName(argument, scenario.devices.back().instanceId);
+}
+
+Reason readClass(Value value, Value /*name*/, Scenario& scenario) {
+  constexpr std::size_t kGuidLength = 38;
+  if (value.size() != kGuidLength || value.front() != '{' || value.back() != '}') {
+    return inQuotes(value) + " is no class (as in \"{5c4c3332-344d-483c-8739-259e934c9cc8}\")";
+  }
+  scenario.devices.back().classGuid = toWide(value);
+  return std::nullopt;
+}
+
+Reason readHardwareId(Value value, Value /*name*/, Scenario& scenario) {
+  return readName(value, scenario.devices.back().hardwareIds.emplace_back());
+}
+
+Reason readRegistryKey(Value value, std::wstring& key) {
+  constexpr std::array<Value, 3> kRoots = {"HKLM\\", "HKCU\\", "HKU\\"};
+  const auto isRootOf = [&](Value root) {
+    return value.starts_with(root) && value.size() > root.size();
+  };
+  if (std::none_of(kRoots.begin(), kRoots.end(), isRootOf)) {
+    return inQuotes(value) + " is no key of the registry (as in \"HKLM\\Software\\X\")";
+  }
+  key = toWide(value);
+  return std::nullopt;
+}
+
+Reason readSoftwareKey(Value value, Value /*name*/, Scenario& scenario) {
+  return readRegistryKey(value, scenario.devices.back().softwareKey);
+}
+
+Reason readPresent(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.devices.back().present);
+}
+
+constexpr std::array kDeviceKeys = {
+    Key{"class", false, false, readClass},
+    Key{"hardware id", true, false, readHardwareId},
+    Key{"software key", false, false, readSoftwareKey},
+    Key{"present", false, false, readPresent},
+};
+
+// [registry <key>]
+
+Reason openRegistry(Value argument, Scenario& scenario) {
+  scenario.registry.emplace_back();
+  return readRegistryKey(argument, scenario.registry.back().key);
+}
+
+Reason readRegistryLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+  const std::size_t equals = line.find('=');
+  if (equals == Value::npos) {
+    return inQuotes(line) + " is not of the form \"name = text\"";
+  }
+  const std::wstring name = toWide(trimmed(line.substr(0, equals)));
+  auto& values = scenario.registry.back().values;
+  const auto isSame = [&](const auto& value) { return equalIgnoringCase(value.first, name); };
+  if (std::any_of(values.begin(), values.end(), isSame)) {
+    return inQuotes(toUtf8(name)) + " stands twice";
+  }
+  values.emplace_back(name, toWide(trimmed(line.substr(equals + 1))));
+  return std::nullopt;
+}
+
+// [file <path>] and [client]
+
+Reason openFile(Value argument, Scenario& scenario) {
+  scenario.files.emplace_back();
+  return readPath(argument, scenario.files.back().path);
+}
+
+Reason readFileLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+  scenario.files.back().bytes.append(line).append("\n");
+  return std::nullopt;
+}
+
+Reason readClientLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+  scenario.clientScript.append(line).append("\n");
+  return std::nullopt;
+}
+
+// [faults] and [script]
+
+Reason readFaultLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+  return readFault(line, scenario.faults.emplace_back());
+}
+
+Reason readScriptLine(Value line, Scenario& scenario, int lineNumber) {
+  Step& step = scenario.script.emplace_back();
+  step.line = lineNumber;
+  return readStep(line, step);
+}
+
+// [expected]: the parser takes the repetitions out.
+
+Reason openExpected(Value /*argument*/, Scenario& scenario) {
+  scenario.expected.emplace();
+  return std::nullopt;
+}
+
+Reason readExpectedLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+  scenario.expected->emplace_back(line);
+  return std::nullopt;
+}
+
+constexpr std::array kSections = {
+    Section{"scenario", "", false, kScenarioKeys, nullptr, nullptr},
+    Section{"machine", "", false, kMachineKeys, nullptr, nullptr},
+    Section{"stack", "", false, kStackKeys, nullptr, nullptr},
+    Section{"client", "", true, {}, readClientLine, nullptr},
+    Section{"file", "a path", true, {}, readFileLine, openFile},
+    Section{"registry", "a key", false, {}, readRegistryLine, openRegistry},
+    Section{"device", "an instance id", false, kDeviceKeys, nullptr, openDevice},
+    Section{"faults", "", false, {}, readFaultLine, nullptr},
+    Section{"script", "", false, {}, readScriptLine, nullptr},
+    Section{kExpectedSection, "", false, {}, readExpectedLine, openExpected},
+};
+
+}  // namespace
+
+std::span<const Section> sections() {
+  return kSections;
+}
+
+}  // namespace host::scenario

@@ -1,0 +1,143 @@
+#include "standins/client/ClientScript.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "standins/client/ClientPlatform.h"
+
+namespace client_standin {
+
+namespace {
+
+constexpr char kScriptName[] = "talsClient.script";
+constexpr char kBlanks[] = " \t\r\n";
+
+[[noreturn]] void refuse(const std::string& path, std::size_t line, const char* reason) {
+  std::fprintf(stderr, "%s:%zu: %s\n", path.c_str(), line, reason);
+  std::fflush(stderr);
+  std::abort();
+}
+
+std::vector<std::string> wordsOf(const std::string& text) {
+  std::vector<std::string> words;
+  std::size_t begin = text.find_first_not_of(kBlanks);
+  while (begin != std::string::npos) {
+    const std::size_t end = text.find_first_of(kBlanks, begin);
+    words.push_back(text.substr(begin, end - begin));
+    begin = text.find_first_not_of(kBlanks, end);
+  }
+  return words;
+}
+
+bool readNumber(const std::string& word, long long least, long long greatest, long long& number) {
+  char* end = nullptr;
+  errno = 0;
+  number = std::strtoll(word.c_str(), &end, 10);
+  return errno == 0 && end != word.c_str() && *end == '\0' && number >= least && number <= greatest;
+}
+
+// Reads "<status>" or "<status> after <number> ms".
+const char* readStatus(const std::vector<std::string>& words, Answer& answer) {
+  long long number = 0;
+  if (!readNumber(words[0], std::numeric_limits<std::int32_t>::min(),
+                  std::numeric_limits<std::int32_t>::max(), number)) {
+    return "the answer is neither a 32-bit status nor throw, throw int, crash or never";
+  }
+  answer.status = static_cast<std::int32_t>(number);
+  if (words.size() == 1) return nullptr;
+  if (words.size() != 4 || words[1] != "after" || words[3] != "ms") {
+    return "a status may only be followed by: after <number> ms";
+  }
+  // The greatest number means an endless sleep, which is what "never" is for.
+  if (!readNumber(words[2], 0, std::numeric_limits<std::uint32_t>::max() - 1LL, number)) {
+    return "the time is no number of milliseconds";
+  }
+  answer.delayMs = static_cast<std::uint32_t>(number);
+  return nullptr;
+}
+
+// Each reader returns the reason for which the text is malformed, null when it is not.
+const char* readAnswer(const std::vector<std::string>& words, Answer& answer) {
+  if (words.empty()) return "there is no answer after the =";
+  const bool alone = words.size() == 1;
+  if (alone && words[0] == "throw") {
+    answer.kind = Answer::Kind::kThrow;
+  } else if (words.size() == 2 && words[0] == "throw" && words[1] == "int") {
+    answer.kind = Answer::Kind::kThrowInt;
+  } else if (alone && words[0] == "crash") {
+    answer.kind = Answer::Kind::kCrash;
+  } else if (alone && words[0] == "never") {
+    answer.kind = Answer::Kind::kNever;
+  } else {
+    return readStatus(words, answer);
+  }
+  return nullptr;
+}
+
+bool isKnown(const std::vector<const char*>& knownEntries, const std::string& entry) {
+  for (const char* const known : knownEntries) {
+    if (entry == known) return true;
+  }
+  return false;
+}
+
+const char* readLine(const std::string& text, const std::vector<const char*>& knownEntries,
+                     ScriptLine& line) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string::npos) return "there is no =";
+  const std::vector<std::string> names = wordsOf(text.substr(0, equals));
+  if (names.size() != 1) return "there must be one entry before the =";
+  if (!isKnown(knownEntries, names[0])) return "the client library has no such entry";
+  line.entry = names[0];
+  return readAnswer(wordsOf(text.substr(equals + 1)), line.answer);
+}
+
+// Returns false at the end of the file.
+bool readText(std::FILE* file, std::string& text) {
+  text.clear();
+  int character = std::fgetc(file);
+  if (character == EOF) return false;
+  while (character != EOF && character != '\n') {
+    text.push_back(static_cast<char>(character));
+    character = std::fgetc(file);
+  }
+  return true;
+}
+
+}  // namespace
+
+Script loadScript(const std::vector<const char*>& knownEntries) {
+  std::string path = kScriptName;
+  std::FILE* const file = openBesideLibrary(kScriptName, path);
+  if (file == nullptr && errno == ENOENT) return {};
+  if (file == nullptr) refuse(path, 0, std::strerror(errno));
+
+  Script script;
+  std::string text;
+  for (std::size_t number = 1; readText(file, text); ++number) {
+    text.resize(std::strcspn(text.c_str(), "#"));
+    if (wordsOf(text).empty()) continue;
+    ScriptLine line;
+    const char* const reason = readLine(text, knownEntries, line);
+    if (reason != nullptr) refuse(path, number, reason);
+    script.push_back(line);
+  }
+  std::fclose(file);
+  return script;
+}
+
+Answer answerOf(const Script& script, const char* entry, std::size_t call) {
+  Answer answer;
+  std::size_t seen = 0;
+  for (const ScriptLine& line : script) {
+    if (line.entry != entry) continue;
+    answer = line.answer;
+    if (seen++ == call) break;
+  }
+  return answer;
+}
+
+}  // namespace client_standin

@@ -1,0 +1,104 @@
+#include "tools/runner/ScenarioCatalog.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "tests/machine/TemporaryFolder.h"
+
+namespace runner {
+namespace {
+
+using Names = std::vector<std::string>;
+
+// A folder with empty scenarios of these names.
+class ScenarioCatalogTest : public ::testing::Test {
+ protected:
+  void make(const Names& names) const {
+    for (const std::string& name : names) {
+      std::ofstream(folder_.path() / (name + ".scenario")) << '\n';
+    }
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(ScenarioCatalogTest, FirstBootComesFirstAndTheOthersByName) {
+  make({"zebra", "first-boot", "a-late-stop", "first"});
+  EXPECT_EQ(ScenarioCatalog(folder_.path()).names(),
+            (Names{"first-boot", "a-late-stop", "first", "zebra"}));
+}
+
+TEST_F(ScenarioCatalogTest, OtherFilesAreNoScenarios) {
+  make({"one"});
+  std::ofstream(folder_.path() / "README.md") << "x\n";
+  std::ofstream(folder_.path() / "one.scenario.bak") << "x\n";
+  EXPECT_EQ(ScenarioCatalog(folder_.path()).names(), Names{"one"});
+}
+
+TEST_F(ScenarioCatalogTest, FolderThatCannotBeReadIsEmpty) {
+  EXPECT_EQ(ScenarioCatalog(folder_.path() / "nowhere").names(), Names{});
+}
+
+TEST_F(ScenarioCatalogTest, ScenarioIsFoundByItsExactName) {
+  make({"first-boot"});
+  const ScenarioCatalog catalog(folder_.path());
+  EXPECT_EQ(catalog.find("first-boot"), folder_.path() / "first-boot.scenario");
+  EXPECT_EQ(catalog.find("first-boo"), std::nullopt);
+  EXPECT_EQ(catalog.find("../first-boot"), std::nullopt);
+  EXPECT_EQ(catalog.find(""), std::nullopt);
+}
+
+TEST_F(ScenarioCatalogTest, NearNamesAreThoseWithFewOtherLetters) {
+  make({"first-boot", "stop-late", "stop-early", "no-network"});
+  const ScenarioCatalog catalog(folder_.path());
+  EXPECT_EQ(catalog.near("fist-boot"), Names{"first-boot"});
+  EXPECT_EQ(catalog.near("firstboot"), Names{"first-boot"});
+  EXPECT_EQ(catalog.near("stop-lat"), Names{"stop-late"});
+  EXPECT_EQ(catalog.near("something-else-entirely"), Names{});
+}
+
+TEST_F(ScenarioCatalogTest, NamesThatContainTheWordAreNear) {
+  make({"first-boot", "stop-late", "stop-early"});
+  EXPECT_EQ(ScenarioCatalog(folder_.path()).near("stop"), (Names{"stop-late", "stop-early"}));
+}
+
+TEST_F(ScenarioCatalogTest, AtMostFiveNamesAreNear) {
+  make({"aa1", "aa2", "aa3", "aa4", "aa5", "aa6", "aa7"});
+  EXPECT_EQ(ScenarioCatalog(folder_.path()).near("aa").size(), 5U);
+}
+
+TEST_F(ScenarioCatalogTest, FileThatIsMissingIsSaid) {
+  const auto loaded = loadScenario(folder_.path() / "none.scenario");
+  ASSERT_TRUE(std::holds_alternative<std::string>(loaded));
+  EXPECT_EQ(std::get<std::string>(loaded),
+            (folder_.path() / "none.scenario").string() + ": No such file or directory");
+}
+
+TEST_F(ScenarioCatalogTest, FolderIsNoScenario) {
+  const auto loaded = loadScenario(folder_.path());
+  ASSERT_TRUE(std::holds_alternative<std::string>(loaded));
+  EXPECT_EQ(std::get<std::string>(loaded), folder_.path().string() + ": Is a directory");
+}
+
+TEST_F(ScenarioCatalogTest, MalformedFileIsSaidWithItsLine) {
+  const auto file = folder_.path() / "bad.scenario";
+  std::ofstream(file) << "[scenario]\nabout = x\nno such line\n";
+  const auto loaded = loadScenario(file);
+  ASSERT_TRUE(std::holds_alternative<std::string>(loaded));
+  const std::string lead = file.string() + ":3: ";
+  EXPECT_EQ(std::get<std::string>(loaded).substr(0, lead.size()), lead);
+  EXPECT_GT(std::get<std::string>(loaded).size(), lead.size());
+}
+
+TEST_F(ScenarioCatalogTest, RightFileGivesTheScenarioWithTheFilesName) {
+  const auto file = folder_.path() / "good.scenario";
+  std::ofstream(file) << "[scenario]\nabout = A sentence.\nlimit = 5 s\nend = exit 0\n";
+  const auto loaded = loadScenario(file);
+  ASSERT_TRUE(std::holds_alternative<LoadedScenario>(loaded)) << std::get<std::string>(loaded);
+  EXPECT_EQ(std::get<LoadedScenario>(loaded).scenario.name, "good");
+  EXPECT_EQ(std::get<LoadedScenario>(loaded).scenario.about, "A sentence.");
+}
+
+}  // namespace
+}  // namespace runner

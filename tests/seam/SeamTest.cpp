@@ -1,0 +1,69 @@
+#include "tests/seam/SeamRules.h"
+
+#include <gtest/gtest.h>
+
+// The rules of the seam, held against the checkout itself.
+
+namespace {
+
+const std::filesystem::path kRoot = SOURCE_ROOT;
+
+seam::SourceTree product() {
+  return seam::readTree(kRoot, seam::kProductRooms);
+}
+
+// Each finding on a line of its own, so that all of them can be read.
+void expectNone(const seam::Findings& findings) {
+  for (const std::string& finding : findings) {
+    ADD_FAILURE() << finding;
+  }
+}
+
+std::vector<std::string> compiled() {
+  return seam::compiledFiles(COMPILE_DATABASE);
+}
+
+TEST(SeamTest, ReadsAProductToCheck) {
+  const seam::SourceTree tree = product();
+  for (const char* file : {"VUSL/Support/LogSetup.cpp", "client/FileUtils.h", "service/wmain.cpp",
+                           "task/TaskLifecycle.h"}) {
+    EXPECT_TRUE(tree.contains(file)) << file;
+  }
+}
+
+TEST(SeamTest, RoomsIncludeOnlyTheRoomsBelowThem) {
+  expectNone(seam::forbiddenArrows(product()));
+}
+
+TEST(SeamTest, ProductReachesThePlatformThroughOneDoor) {
+  expectNone(seam::otherDoorsToThePlatform(product()));
+}
+
+// The stand-ins are left out: they take the place of programs that are not ours.
+TEST(SeamTest, WindowsHeaderIsIncludedInOnePlace) {
+  const seam::SourceTree checkout = seam::readTree(
+      kRoot, {"VUSL", "client", "service", "task", "platform", "tools", "tests", "bench"});
+  expectNone(seam::windowsHeaderElsewhere(checkout));
+}
+
+TEST(SeamTest, NoTwoProductFilesIncludeEachOtherInACircle) {
+  expectNone(seam::circles(product()));
+}
+
+TEST(SeamTest, ProductRoomsHoldProductCodeOnly) {
+  expectNone(seam::foreignFiles(product()));
+}
+
+TEST(SeamTest, EveryProductSourceIsCompiled) {
+  expectNone(seam::productNotCompiled(product(), kRoot, compiled()));
+}
+
+TEST(SeamTest, EveryTestFileIsRegisteredAndHoldsATest) {
+  expectNone(seam::idleTestFiles(seam::readTree(kRoot, {"tests"}), kRoot, compiled()));
+}
+
+TEST(SeamTest, ProductFilesKeepToLinesAndColumns) {
+  expectNone(seam::tooLong(product()));
+}
+
+}  // namespace

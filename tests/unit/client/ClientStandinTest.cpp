@@ -1,0 +1,113 @@
+#include <stdexcept>
+
+#include "tests/unit/client/ClientTest.h"
+
+namespace {
+
+using client_test::Texts;
+using client_test::textThrownBy;
+
+// The stand-in for the client library, loaded as the product loads it.
+class ClientStandinTest : public host::MachineTest {
+ protected:
+  ClientStandinTest() { client_test::installClient(); }
+  ~ClientStandinTest() override { unload(); }
+
+  void unload() {
+    if (library != nullptr) FreeLibrary(library);
+    library = nullptr;
+  }
+
+  std::int32_t call(const char* entry) {
+    if (library == nullptr) {
+      library = LoadLibraryExW(client_test::installed(L"talsClient").c_str(), nullptr,
+                               LOAD_WITH_ALTERED_SEARCH_PATH);
+    }
+    const auto found = reinterpret_cast<void (*)()>(GetProcAddress(library, entry));
+    return reinterpret_cast<std::int32_t (*)(void*)>(found)(nullptr);
+  }
+
+  HMODULE library = nullptr;
+};
+
+TEST_F(ClientStandinTest, WithoutAScriptEveryEntryAnswersZero) {
+  EXPECT_EQ(call("talsInit"), 0);
+  EXPECT_EQ(call("talsCaidProtect"), 0);
+}
+
+TEST_F(ClientStandinTest, AnEntryWithoutLinesAnswersZero) {
+  client_test::writeScript("talsInitHUB = 8\n");
+  EXPECT_EQ(call("talsInit"), 0);
+}
+
+TEST_F(ClientStandinTest, EachCallTakesTheNextLineAndTheLastRepeats) {
+  client_test::writeScript(
+      "talsInitHUB = 8\ntalsInitQX1 = 5\ntalsInitHUB = -1\ntalsInitHUB = 24\n");
+  EXPECT_EQ(call("talsInitHUB"), 8);
+  EXPECT_EQ(call("talsInitHUB"), -1);
+  EXPECT_EQ(call("talsInitHUB"), 24);
+  EXPECT_EQ(call("talsInitHUB"), 24);
+  EXPECT_EQ(call("talsInitQX1"), 5);
+  EXPECT_EQ(call("talsInitQX1"), 5);
+}
+
+TEST_F(ClientStandinTest, CommentsBlanksAndEmptyLinesDoNotCount) {
+  client_test::writeScript("# answers\r\n\r\n\t talsInitHUB=8 # at first\r\n");
+  EXPECT_EQ(call("talsInitHUB"), 8);
+}
+
+TEST_F(ClientStandinTest, ALibraryLoadedAnewBeginsAnew) {
+  client_test::writeScript("talsInitHUB = 8\ntalsInitHUB = 0\n");
+  EXPECT_EQ(call("talsInitHUB"), 8);
+  unload();
+  EXPECT_EQ(call("talsInitHUB"), 8);
+}
+
+TEST_F(ClientStandinTest, AnAnswerCanTakeTimeOnTheMachinesClock) {
+  client_test::writeScript("talsInitHUB = 8 after 300 ms\n");
+  const std::int64_t before = clockMs();
+  EXPECT_EQ(call("talsInitHUB"), 8);
+  EXPECT_GE(clockMs() - before, 300);
+  EXPECT_LT(clockMs() - before, 310);
+}
+
+TEST_F(ClientStandinTest, AnswersAreTakenIntoTheRunsReport) {
+  client_test::writeScript("talsInitHUB = 8\n");
+  call("talsInitHUB");
+  call("talsInit");
+  EXPECT_EQ(host::machine().clientAnswers, (Texts{"talsInitHUB 8", "talsInit 0"}));
+}
+
+TEST_F(ClientStandinTest, AnEntryCanThrow) {
+  client_test::writeScript("talsInitHUB = throw\ntalsInitHUB = throw int\n");
+  EXPECT_EQ(textThrownBy<std::runtime_error>([&] { call("talsInitHUB"); }),
+            "thrown by talsInitHUB");
+  EXPECT_THROW(call("talsInitHUB"), int);
+}
+
+TEST_F(ClientStandinTest, AnEntryCanCrash) {
+  client_test::writeScript("talsInitHUB = crash\n");
+  EXPECT_DEATH(call("talsInitHUB"), "");
+}
+
+TEST_F(ClientStandinTest, AMalformedLineEndsTheProcessWithItsReason) {
+  const std::vector<std::pair<const char*, const char*>> rows = {
+      {"talsInitHUB 8", "talsClient.script:1: there is no ="},
+      {"\n= 8", "talsClient.script:2: there must be one entry before the ="},
+      {"tals InitHUB = 8", "talsClient.script:1: there must be one entry before the ="},
+      {"talsInitHub = 8", "talsClient.script:1: the client library has no such entry"},
+      {"talsInitHUB = # 8", "talsClient.script:1: there is no answer after the ="},
+      {"talsInitHUB = eight", "talsClient.script:1: the answer is neither a 32-bit status nor"},
+      {"talsInitHUB = 2147483648", "talsClient.script:1: the answer is neither a 32-bit status"},
+      {"talsInitHUB = crash now", "talsClient.script:1: the answer is neither a 32-bit status"},
+      {"talsInitHUB = 8 after 3 s", "talsClient.script:1: a status may only be followed by"},
+      {"talsInitHUB = 8 after x ms", "talsClient.script:1: the time is no number of milliseconds"},
+      {"talsInitHUB = 8 after -1 ms", "talsClient.script:1: the time is no number of milliseconds"},
+  };
+  for (const auto& [line, reason] : rows) {
+    client_test::writeScript(line);
+    EXPECT_DEATH(call("talsInit"), reason) << line;
+  }
+}
+
+}  // namespace

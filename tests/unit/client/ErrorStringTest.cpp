@@ -1,0 +1,49 @@
+#include "client/ErrorString.h"
+
+#include "tests/unit/client/ClientTest.h"
+
+namespace {
+
+using client_test::argument;
+using client_test::Texts;
+
+class ErrorStringTest : public host::MachineTest {};
+
+TEST_F(ErrorStringTest, AKnownCodeGivesTheSystemsTextWithItsLineEnd) {
+  EXPECT_EQ(GetErrorString(5), "Access is denied.\r\n");
+}
+
+TEST_F(ErrorStringTest, AKnownCodeIsLoggedAsAnError) {
+  const LogRecorder log;
+  GetErrorString(5);
+  EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] GetErrorString Access is denied.\r\n"});
+}
+
+TEST_F(ErrorStringTest, AnUnknownCodeGivesItsNumberAndLogsNothing) {
+  const LogRecorder log;
+  EXPECT_EQ(GetErrorString(12345), "Error 12345(no message found)");
+  EXPECT_EQ(log.texts(), Texts{});
+}
+
+TEST_F(ErrorStringTest, ACodeWithTheHighestBitPrintsUnsigned) {
+  faults().failOnce("FormatMessageW", ERROR_MR_MID_NOT_FOUND);
+  EXPECT_EQ(GetErrorString(0x80070005), "Error 2147942405(no message found)");
+}
+
+TEST_F(ErrorStringTest, AsksTheSystemsTableInNoParticularLanguage) {
+  GetErrorString(5);
+  const auto calls = journal().calls("FormatMessageW");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(argument(calls[0], 0), "4864");
+  EXPECT_EQ(argument(calls[0], 1), "null");
+  EXPECT_EQ(argument(calls[0], 2), "5");
+  EXPECT_EQ(argument(calls[0], 3), "0");
+}
+
+TEST_F(ErrorStringTest, FreesTheSystemsBufferWithTheProcessHeap) {
+  GetErrorString(5);
+  EXPECT_EQ(journal().count("HeapFree"), 1U);
+  EXPECT_EQ(ledger().open("allocation"), 0U);
+}
+
+}  // namespace

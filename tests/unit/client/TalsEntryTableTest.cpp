@@ -1,0 +1,95 @@
+#include "client/TalsEntryTable.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "client/TalsClientLoaderBase.h"
+
+namespace {
+
+// The slot of a look-up, counted from 1 by its place in memory.
+std::size_t slotOf(const char* name) {
+  for (const TalsEntryLookup& lookup : kTalsEntryLookups) {
+    if (std::strcmp(lookup.name, name) != 0) continue;
+    const TalsEntryTable table;
+    const auto* const begin = reinterpret_cast<const TalsEntry*>(&table);
+    return static_cast<std::size_t>(&(table.*lookup.slot) - begin) + 1;
+  }
+  return 0;
+}
+
+TEST(TalsEntryTableTest, HoldsTwentyOnePointersAndNothingElse) {
+  EXPECT_EQ(kTalsEntryCount, 21U);
+  EXPECT_EQ(sizeof(TalsEntryTable), 21 * sizeof(void*));
+}
+
+TEST(TalsEntryTableTest, EveryEntryHasItsSlot) {
+  const std::vector<const char*> inSlotOrder = {
+      "talsGetPermit",
+      "talsUsePermit",
+      "talsPassThrough",
+      "talsMessage",
+      "talsMessage_Ex",
+      "talsGetPlatformInfo",
+      "talsGetPlatformType",
+      "talsInit",
+      "talsInitHUB",
+      "talsInitQX1",
+      "talsCheckPermit",
+      "talsGetClientVersion",
+      "talsGetGlobalAttribute",
+      "talsInstallPermit",
+      "talsRenewPermit",
+      "talsReleasePermit",
+      "talsDestroyPlatformInfo",
+      "talsCaidProtect",
+      "talsCaidDestroy",
+      "talsConfigPrepare",
+      "talsConfigDestroy",
+  };
+  ASSERT_EQ(inSlotOrder.size(), 21U);
+  for (std::size_t slot = 1; slot <= inSlotOrder.size(); ++slot) {
+    EXPECT_EQ(slotOf(inSlotOrder[slot - 1]), slot) << inSlotOrder[slot - 1];
+  }
+}
+
+TEST(TalsEntryTableTest, TheOrderOfLookUpsIsNotThatOfTheSlots) {
+  const std::vector<std::string> expected = {
+      "talsGetPermit",
+      "talsUsePermit",
+      "talsPassThrough",
+      "talsGetPlatformInfo",
+      "talsGetPlatformType",
+      "talsInit",
+      "talsInitHUB",
+      "talsInitQX1",
+      "talsCheckPermit",
+      "talsGetClientVersion",
+      "talsGetGlobalAttribute",
+      "talsInstallPermit",
+      "talsRenewPermit",
+      "talsReleasePermit",
+      "talsDestroyPlatformInfo",
+      "talsMessage",
+      "talsMessage_Ex",
+      "talsCaidProtect",
+      "talsCaidDestroy",
+      "talsConfigPrepare",
+      "talsConfigDestroy",
+  };
+  std::vector<std::string> names;
+  for (const TalsEntryLookup& lookup : kTalsEntryLookups) names.emplace_back(lookup.name);
+  EXPECT_EQ(names, expected);
+}
+
+TEST(TalsEntryTableTest, AFreshTableIsClear) {
+  const TalsClientLoaderBase loader;
+  for (const TalsEntryLookup& lookup : kTalsEntryLookups) {
+    EXPECT_EQ(loader.entries.*lookup.slot, nullptr) << lookup.name;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+#include "VUSL/Support/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <ios>
+#include <string>
+#include <type_traits>
+
+#include "VUSL/Support/AssertException.h"
+#include "VUSL/Support/BufferWriterException.h"
+#include "VUSL/Support/FileACLException.h"
+#include "VUSL/Support/LockedException.h"
+#include "VUSL/Support/ResourceMissingException.h"
+#include "tests/unit/runtime/SlotOrder.h"
+#include "tests/unit/runtime/Thrown.h"
+
+namespace {
+
+template <class Derived, class Base>
+constexpr bool derives = std::is_convertible_v<Derived*, Base*>;
+
+TEST(ExceptionTest, readsLocationColonAndStreamedText) {
+  Exception exception("X");
+  exception << "a" << 5;
+  EXPECT_STREQ(exception.what(), "X:a5");
+}
+
+TEST(ExceptionTest, hasNoColonForAnEmptyLocation) {
+  Exception exception("");
+  exception << "a";
+  EXPECT_STREQ(exception.what(), "a");
+}
+
+TEST(ExceptionTest, isEmptyByDefault) {
+  EXPECT_STREQ(Exception().what(), "");
+}
+
+TEST(ExceptionTest, readsALocationWithNothingStreamedAsLocationAndColon) {
+  EXPECT_STREQ(Exception("X").what(), "X:");
+}
+
+TEST(ExceptionTest, takesTextsAndNumbers) {
+  Exception exception;
+  const char* pointer = "p";
+  exception << "l" << pointer << std::string("s") << -7 << 7U;
+  EXPECT_STREQ(exception.what(), "lps-77");
+}
+
+TEST(ExceptionTest, givesEachValueAStreamOfItsOwn) {
+  Exception exception;
+  exception << std::hex << std::showbase << 255;
+  EXPECT_STREQ(exception.what(), "255");
+}
+
+TEST(ExceptionTest, throwsItselfWhenStreamedInTheThrow) {
+  EXPECT_EQ(thrownBy<Exception>([] { throw Exception("X") << "a"; }), "X:a");
+}
+
+TEST(ExceptionTest, keepsItsTextInACopy) {
+  Exception exception("X");
+  exception << "a";
+  const Exception copy(exception);
+  exception << "b";
+  EXPECT_STREQ(copy.what(), "X:a");
+}
+
+TEST(ExceptionTest, isNoAssertException) {
+  EXPECT_FALSE((derives<Exception, AssertException>));
+  EXPECT_FALSE((derives<AssertException, Exception>));
+}
+
+TEST(ExceptionTest, hasTextBehindTheDestructor) {
+  // The platform's own order is destructor and text; this compiler gives the destructor two places.
+  EXPECT_EQ(slotOf(&Exception::what), 2U);
+}
+
+TEST(BaseExceptionTest, isEmptyByDefault) {
+  EXPECT_STREQ(BaseException().what(), "");
+}
+
+TEST(BaseExceptionTest, isTheRootOfTheFamilyBelowTheStandardException) {
+  EXPECT_TRUE((derives<BaseException, std::exception>));
+  EXPECT_TRUE((derives<AssertException, BaseException>));
+  EXPECT_TRUE((derives<Exception, ExceptionStream<Exception, BaseException>>));
+  EXPECT_TRUE((derives<ExceptionStream<Exception, BaseException>, BaseException>));
+}
+
+TEST(AssertExceptionTest, readsExactlyItsText) {
+  EXPECT_STREQ(AssertException("Outlet is NULL").what(), "Outlet is NULL");
+}
+
+TEST(AssertExceptionTest, keepsItsTextInACopy) {
+  const AssertException exception("a");
+  EXPECT_STREQ(AssertException(exception).what(), "a");
+}
+
+TEST(LockedExceptionTest, readsItsLocation) {
+  EXPECT_STREQ(vusl::LockedException("ScopedLock").what(), "ScopedLock:");
+}
+
+TEST(LockedExceptionTest, streamsThroughTheLayerOfException) {
+  vusl::LockedException exception("X");
+  static_assert(std::is_same_v<decltype(exception << "a"), Exception&>);
+  exception << "a";
+  EXPECT_STREQ(exception.what(), "X:a");
+}
+
+TEST(FileACLExceptionTest, isCaughtAsAnException) {
+  EXPECT_TRUE((derives<FileACLException, Exception>));
+  EXPECT_STREQ(FileACLException().what(), "");
+  EXPECT_STREQ(FileACLException("X").what(), "X:");
+}
+
+TEST(ResourceMissingExceptionTest, throwsItselfWhenStreamedInTheThrow) {
+  EXPECT_EQ(
+      thrownBy<ResourceMissingException>([] { throw ResourceMissingException() << "a" << 1; }),
+      "a1");
+}
+
+TEST(ResourceMissingExceptionTest, hasALayerOfItsOwnAboveException) {
+  EXPECT_TRUE(
+      (derives<ResourceMissingException, ExceptionStream<ResourceMissingException, Exception>>));
+}
+
+TEST(ResourceMissingExceptionTest, leavesTheTextOfTheInnerLayerEmpty) {
+  ResourceMissingException exception;
+  exception << "a";
+  EXPECT_STREQ(exception.what(), "a");
+  EXPECT_STREQ(exception.Exception::what(), "");
+}
+
+TEST(BufferWriterExceptionTest, readsLocationColonAndStreamedText) {
+  EXPECT_EQ(
+      thrownBy<vusl::BufferWriterException>([] { throw vusl::BufferWriterException("X") << "a"; }),
+      "X:a");
+}
+
+TEST(BufferWriterExceptionTest, leavesTheTextOfTheInnerLayerEmpty) {
+  vusl::BufferWriterException exception("X");
+  EXPECT_STREQ(exception.Exception::what(), "");
+}
+
+TEST(BufferWriterExceptionTest, keepsItsTextInACopy) {
+  vusl::BufferWriterException exception("X");
+  exception << "a";
+  EXPECT_STREQ(vusl::BufferWriterException(exception).what(), "X:a");
+}
+
+}  // namespace

@@ -1,0 +1,182 @@
+#include "VUSL/Support/LogItem.h"
+
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "VUSL/Support/LogSink.h"
+#include "VUSL/Support/LogTag.h"
+#include "platform/win32.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/support/MachineTest.h"
+#include "tests/unit/diagnostics/RecordingOutlet.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class LogItemTest : public host::MachineTest {
+ protected:
+  LogRecorder log;
+};
+
+TEST_F(LogItemTest, startsWithTheUseCaseAtTheLevelDebug) {
+  LogItem();
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] "});
+}
+
+TEST_F(LogItemTest, putsALocationAndOneBlankBeforeTheText) {
+  LogItem("reloadSettings") << "text";
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] reloadSettings text"});
+}
+
+TEST_F(LogItemTest, hasEachLevel) {
+  LogItem().debug() << "d";
+  LogItem().info() << "i";
+  LogItem().error() << "e";
+  LogItem().fatal() << "f";
+  EXPECT_EQ(log.texts(),
+            (Texts{"[DBG] [TPM] d", "[INF] [TPM] i", "[ERR] [TPM] e", "[FTL] [TPM] f"}));
+}
+
+TEST_F(LogItemTest, takesTheLastLevelAlsoBehindTheText) {
+  LogItem().fatal() << "text";
+  (LogItem() << "later").error().info();
+  EXPECT_EQ(log.texts(), (Texts{"[FTL] [TPM] text", "[INF] [TPM] later"}));
+}
+
+TEST_F(LogItemTest, takesNarrowAndWideTexts) {
+  const char* narrow = "n";
+  const wchar_t* wide = L"w";
+  LogItem() << std::string("s") << std::wstring(L"S") << narrow << wide << "l" << L"L";
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] sSnwlL"});
+}
+
+TEST_F(LogItemTest, widensNarrowTextAsUtf8) {
+  RecordingOutlet outlet;
+  const AttachedOutlet attached(outlet, LogSink::kOutletChannel);
+  LogItem() << std::string("\xC3\xA4") << "\xE2\x82\xAC";
+  ASSERT_EQ(outlet.messages.size(), 1U);
+  EXPECT_EQ(outlet.messages[0].text, L"[TPM] \u00E4\u20AC");
+}
+
+TEST_F(LogItemTest, showsNullForANullPointer) {
+  const char* narrow = nullptr;
+  const wchar_t* wide = nullptr;
+  LogItem() << narrow << " " << wide;
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] NULL NULL"});
+}
+
+TEST_F(LogItemTest, printsInDecimalAtFirst) {
+  LogItem() << -255 << " " << 255U << " " << DWORD{4294967295} << " " << LONG{-1};
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] -255 255 4294967295 -1"});
+}
+
+TEST_F(LogItemTest, printsHexadecimalInLowerCaseWithNoPrefix) {
+  LogItem() << LogBase::kHexadecimal << 255 << " " << 171U << " " << DWORD{0x80070005};
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] ff ab 80070005"});
+}
+
+TEST_F(LogItemTest, printsNegativeNumbersOf32BitsWithEightDigits) {
+  LogItem() << LogBase::kHexadecimal << -1 << " " << LONG{-2};
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] ffffffff fffffffe"});
+}
+
+TEST_F(LogItemTest, printsNumbersOf64Bits) {
+  LogItem() << int64_t{-5000000000} << " " << uint64_t{5000000000} << " " << LogBase::kHexadecimal
+            << uint64_t{0x123456789ABCDEF0} << " " << int64_t{-1};
+  EXPECT_EQ(log.texts(),
+            Texts{"[DBG] [TPM] -5000000000 5000000000 123456789abcdef0 ffffffffffffffff"});
+}
+
+TEST_F(LogItemTest, printsUnsignedNumbersOf64BitsAsSignedInDecimal) {
+  LogItem() << std::numeric_limits<uint64_t>::max() << " "
+            << std::numeric_limits<unsigned long long>::max();
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] -1 -1"});
+}
+
+TEST_F(LogItemTest, takesEveryWidthOfInteger) {
+  LogItem() << short{-1} << static_cast<unsigned short>(2) << 3L << 4UL << 5LL << 6ULL << size_t{7};
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] -1234567"});
+}
+
+TEST_F(LogItemTest, keepsItsBaseUntilTheNextOne) {
+  LogItem() << LogBase::kHexadecimal << 16 << " " << 17 << " " << LogBase::kDecimal << 18;
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] 10 11 18"});
+}
+
+TEST_F(LogItemTest, keepsItsBaseToItself) {
+  LogItem() << LogBase::kHexadecimal << 16;
+  LogItem() << 16;
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] 10", "[DBG] [TPM] 16"}));
+}
+
+TEST_F(LogItemTest, isCutAtAZeroCharacterOnDelivery) {
+  LogItem() << std::wstring(L"a\0b", 3) << "c";
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] a"});
+}
+
+TEST_F(LogItemTest, deliversToTheOutletChannelFirstAndThenToTheConsoleChannel) {
+  std::vector<std::string> order;
+  RecordingOutlet console;
+  RecordingOutlet outlet;
+  console.onLog = [&] { order.push_back("console"); };
+  outlet.onLog = [&] { order.push_back("outlet"); };
+  const AttachedOutlet first(console, LogSink::kConsoleChannel);
+  const AttachedOutlet second(outlet, LogSink::kOutletChannel);
+  LogItem().error() << "text";
+  EXPECT_EQ(order, (std::vector<std::string>{"outlet", "console"}));
+  ASSERT_EQ(console.messages.size(), 1U);
+  EXPECT_EQ(console.messages[0].text, L"[TPM] text");
+  EXPECT_EQ(console.messages[0].level, 3);
+}
+
+TEST_F(LogItemTest, isWrittenAtTheEndOfItsStatement) {
+  EXPECT_TRUE(log.texts().empty());
+  LogItem() << "one";
+  EXPECT_EQ(log.texts().size(), 1U);
+}
+
+TEST_F(LogItemTest, tagsALineWithTheObjectsAddressAndReturnsToDecimal) {
+  const auto* object = reinterpret_cast<const void*>(uintptr_t{0x1F4A3C0});
+  LogItem() << LogAddress(object) << 16;
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] [0x1f4a3c0] 16"});
+}
+
+TEST_F(LogItemTest, tagsALineWithAddressAndMethod) {
+  const auto* object = reinterpret_cast<const void*>(uintptr_t{0x1F4A3C0});
+  LogItem().info() << LogTag(object, "Run") << "Service is going to continue." << 16;
+  EXPECT_EQ(log.texts(), Texts{"[INF] [TPM] [0x1f4a3c0] [Run] Service is going to continue.16"});
+}
+
+TEST_F(LogItemTest, vanishesWhileNoOutletIsAttached) {
+  LogSink::process().detachAll();
+  LogItem().fatal() << "text";
+  EXPECT_TRUE(log.texts().empty());
+}
+
+using LogItemDeathTest = LogItemTest;
+
+TEST_F(LogItemDeathTest, endsTheProcessAtAnOutletThatIsNull) {
+  EXPECT_DEATH(
+      {
+        LogSink::process().attach(nullptr, LogSink::kOutletChannel);
+        LogItem();
+      },
+      "Outlet is NULL");
+}
+
+TEST_F(LogItemDeathTest, endsTheProcessWhenAnOutletThrows) {
+  EXPECT_DEATH(
+      {
+        RecordingOutlet outlet;
+        outlet.onLog = [] { throw std::runtime_error("outlet broke"); };
+        const AttachedOutlet attached(outlet, LogSink::kOutletChannel);
+        LogItem();
+      },
+      "outlet broke");
+}
+
+}  // namespace

@@ -1,0 +1,167 @@
+#include "VUSL/Support/RollingDateFileLogOutlet.h"
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "VUSL/Support/Exception.h"
+#include "tests/support/MachineTest.h"
+#include "tests/unit/runtime/Thrown.h"
+
+namespace {
+
+struct OpenOutlet : RollingDateFileLogOutlet {
+  using RollingDateFileLogOutlet::roll;
+  using RollingDateFileLogOutlet::RollingDateFileLogOutlet;
+};
+
+class RollingDateFileLogOutletTest : public host::MachineTest {
+ protected:
+  RollingDateFileLogOutletTest() { host::machine().setLocalTime(2026, 1, 2, 3, 4, 5, 6); }
+
+  static std::optional<std::string> content(const std::wstring& name) {
+    return host::machine().drive.read(L"C:\\logs\\" + name);
+  }
+  static void write(const std::wstring& name, const std::string& bytes) {
+    host::machine().drive.write(L"C:\\logs\\" + name, bytes);
+  }
+
+  // A file that was last written so many years ago.
+  static void writeAgo(const std::wstring& name, int years) {
+    write(name, "old");
+    const auto path = host::machine().drive.locate(L"C:\\logs\\" + name);
+    const auto age = std::chrono::hours(24 * 365 * years);
+    std::filesystem::last_write_time(path.value(),
+                                     std::filesystem::file_time_type::clock::now() - age);
+  }
+
+  void rollLiveFile() { outlet.roll(L"C:\\logs\\x.log", 0); }
+
+  OpenOutlet outlet{"C:\\logs\\x.log"};
+};
+
+TEST_F(RollingDateFileLogOutletTest, namesTheArchiveAfterTheMoment) {
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(content(L"x.log"), std::nullopt);
+  EXPECT_EQ(content(L"x.log.20260102030405"), "live");
+}
+
+TEST_F(RollingDateFileLogOutletTest, deletesNothingWithNoArchives) {
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_TRUE(journal().calls("DeleteFileW").empty());
+}
+
+TEST_F(RollingDateFileLogOutletTest, failsToRollTwiceWithinOneSecond) {
+  write(L"x.log", "one");
+  rollLiveFile();
+  write(L"x.log", "two");
+  host::machine().setLocalTime(2026, 1, 2, 3, 4, 5, 900);
+  EXPECT_EQ(thrownBy<Exception>([this] { rollLiveFile(); }),
+            "Error when renaming file from C:\\logs\\x.log to "
+            "C:\\logs\\x.log.20260102030405Last error: 183");
+  EXPECT_EQ(content(L"x.log"), "two");
+}
+
+TEST_F(RollingDateFileLogOutletTest, leavesRoomForOneMoreBelowTheLimit) {
+  for (int i = 10; i < 20; ++i) write(L"x.log.20250101000000." + std::to_wstring(i), "old");
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(journal().calls("DeleteFileW").size(), 2U);
+}
+
+TEST_F(RollingDateFileLogOutletTest, keepsNineArchivesOfTenWithTheLimitTen) {
+  for (int i = 0; i < 9; ++i) write(L"x.log.2025010100000" + std::to_wstring(i), "old");
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(journal().calls("DeleteFileW").size(), 1U);
+}
+
+TEST_F(RollingDateFileLogOutletTest, mayDeleteTheFileJustRenamedWithTheLimitOne) {
+  outlet.setMaxArchiveNumber(1);
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(content(L"x.log.20260102030405"), std::nullopt);
+}
+
+TEST_F(RollingDateFileLogOutletTest, passesOverFoldersAndOtherFiles) {
+  outlet.setMaxArchiveNumber(2);
+  host::machine().drive.createFolder(L"C:\\logs\\x.log.folder");
+  write(L"y.log", "other");
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_TRUE(journal().calls("DeleteFileW").empty());
+}
+
+TEST_F(RollingDateFileLogOutletTest, tellsWhichFilesItCouldNotDelete) {
+  outlet.setMaxArchiveNumber(1);
+  write(L"x.log", "live");
+  faults().failOnce("DeleteFileW", 5);
+  EXPECT_EQ(thrownBy<Exception>([this] { rollLiveFile(); }),
+            "Unable to remove file(s): C:\\logs\\x.log.20260102030405 reason: Error when deleting "
+            "file: C:\\logs\\x.log.20260102030405Last error: 5 ");
+}
+
+TEST_F(RollingDateFileLogOutletTest, goesOnAfterAFileThatItCouldNotDelete) {
+  outlet.setMaxArchiveNumber(1);
+  write(L"x.log.1", "old");
+  write(L"x.log", "live");
+  faults().failOnce("DeleteFileW", 5);
+  EXPECT_THROW(rollLiveFile(), Exception);
+  EXPECT_EQ(journal().calls("DeleteFileW").size(), 2U);
+}
+
+TEST_F(RollingDateFileLogOutletTest, deletesTheFilesThatWereWrittenLongestAgo) {
+  outlet.setMaxArchiveNumber(3);
+  writeAgo(L"x.log.1", 1);
+  writeAgo(L"x.log.2", 3);
+  writeAgo(L"x.log.3", 2);
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(content(L"x.log.1"), "old");
+  EXPECT_EQ(content(L"x.log.2"), std::nullopt);
+  EXPECT_EQ(content(L"x.log.3"), std::nullopt);
+  EXPECT_EQ(content(L"x.log.20260102030405"), "live");
+}
+
+class RollingDateFileLogOutletTimesTest : public RollingDateFileLogOutletTest,
+                                          public testing::WithParamInterface<const char*> {};
+
+// The second file takes the time of the first, stays beside it, and the first sorts before it.
+TEST_P(RollingDateFileLogOutletTimesTest, keepsTheTimeOfTheFileBeforeWhereTimesCannotBeHad) {
+  outlet.setMaxArchiveNumber(3);
+  writeAgo(L"x.log.1", 1);
+  writeAgo(L"x.log.2", 3);
+  write(L"x.log", "live");
+  faults().failOnce(GetParam(), 5, 2);
+  rollLiveFile();
+  EXPECT_EQ(content(L"x.log.1"), std::nullopt);
+  EXPECT_EQ(content(L"x.log.2"), "old");
+}
+
+INSTANTIATE_TEST_SUITE_P(EachStep, RollingDateFileLogOutletTimesTest,
+                         testing::Values("CreateFileW", "GetFileTime", "FileTimeToSystemTime",
+                                         "SystemTimeToTzSpecificLocalTime"));
+
+TEST_F(RollingDateFileLogOutletTest, usesBareNamesForABareFileName) {
+  OpenOutlet bare("x.log");
+  bare.setMaxArchiveNumber(1);
+  host::machine().drive.createFolder(host::machine().currentDirectory);
+  host::machine().drive.write(host::machine().currentDirectory + L"\\x.log", "live");
+  bare.roll(L"x.log", 0);
+  const auto calls = journal().calls("DeleteFileW");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(calls[0].args, "x.log.20260102030405");
+}
+
+TEST_F(RollingDateFileLogOutletTest, closesEveryFileThatItLooksAt) {
+  write(L"x.log.1", "old");
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(ledger().open("file"), 0U);
+  EXPECT_EQ(ledger().open("find"), 0U);
+}
+
+}  // namespace

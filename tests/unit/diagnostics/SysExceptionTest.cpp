@@ -1,0 +1,151 @@
+#include "VUSL/Support/SysException.h"
+
+#include <string>
+#include <vector>
+
+#include "VUSL/Support/ResourceLoader.h"
+#include "VUSL/Support/ResourceMissingException.h"
+#include "platform/win32.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/support/MachineTest.h"
+#include "tests/unit/runtime/SlotOrder.h"
+#include "tests/unit/runtime/Thrown.h"
+
+namespace {
+
+constexpr DWORD kUnknownError = 0xE0000001;
+
+class SysExceptionTest : public host::MachineTest {
+ protected:
+  SysExceptionTest() {
+    ResourceLoader::resourceLibraries.clear();
+    ResourceLoader::libraryBaseName.clear();
+  }
+  ~SysExceptionTest() override { ResourceLoader::resourceLibraries.clear(); }
+};
+
+SysException withLastError(DWORD error) {
+  SetLastError(error);
+  return SysException();
+}
+
+TEST_F(SysExceptionTest, isEmptyWithNothingStreamed) {
+  EXPECT_STREQ(withLastError(5).what(), "");
+}
+
+TEST_F(SysExceptionTest, hasTheSystemsTextAsItComes) {
+  SysException exception = withLastError(5);
+  EXPECT_EQ(exception.errorText(), "Access is denied.\r\n");
+}
+
+TEST_F(SysExceptionTest, putsTheStreamedTextBeforeTheSystemsWithNothingBetween) {
+  SetLastError(2);
+  SysException exception("X");
+  exception << "a";
+  EXPECT_EQ(exception.errorText(), "X:aThe system cannot find the file specified.\r\n");
+}
+
+TEST_F(SysExceptionTest, neverHasTheSystemsTextInItsOwn) {
+  SetLastError(5);
+  SysException exception("X");
+  exception << "a";
+  exception.errorText();
+  EXPECT_STREQ(exception.what(), "X:a");
+}
+
+TEST_F(SysExceptionTest, keepsTheLastErrorOfItsConstruction) {
+  SysException exception = withLastError(5);
+  SetLastError(2);
+  EXPECT_EQ(exception.errorText(), "Access is denied.\r\n");
+}
+
+TEST_F(SysExceptionTest, keepsTheErrorInACopy) {
+  const SysException exception = withLastError(6);
+  SysException copy(exception);
+  EXPECT_EQ(copy.errorText(), "The handle is invalid.\r\n");
+}
+
+TEST_F(SysExceptionTest, givesTheSameTextAsACString) {
+  SysException exception = withLastError(5);
+  EXPECT_STREQ(exception.errorTextCStr(), "Access is denied.\r\n");
+}
+
+TEST_F(SysExceptionTest, throwsItselfWhenStreamedInTheThrow) {
+  EXPECT_EQ(thrownBy<SysException>([] { throw SysException("X") << "a" << 1; }), "X:a1");
+}
+
+TEST_F(SysExceptionTest, resetsTheBaseNameOfTheLanguageLibraries) {
+  ResourceLoader::libraryBaseName = L"X";
+  SysException exception = withLastError(5);
+  exception.errorText();
+  EXPECT_EQ(ResourceLoader::libraryBaseName, L"");
+}
+
+TEST_F(SysExceptionTest, fillsTheLanguageLibrariesOnce) {
+  SysException exception = withLastError(5);
+  exception.errorText();
+  ASSERT_EQ(ResourceLoader::resourceLibraries.size(), 6U);
+  exception.errorText();
+  EXPECT_EQ(ResourceLoader::resourceLibraries[0].size(), 2U);
+}
+
+TEST_F(SysExceptionTest, leavesFilledLanguageLibrariesAlone) {
+  ResourceLoader::resourceLibraries[0] = {L"mine.dll"};
+  SysException exception = withLastError(5);
+  exception.errorText();
+  EXPECT_EQ(ResourceLoader::resourceLibraries.size(), 1U);
+}
+
+TEST_F(SysExceptionTest, asksTheSystemForTheTextInTheNeutralLanguage) {
+  SysException exception = withLastError(5);
+  exception.errorText();
+  const auto calls = journal().calls("FormatMessageW");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(calls[0].args.substr(0, 19), "4864, null, 5, 1024");
+}
+
+TEST_F(SysExceptionTest, releasesTheSystemsBuffer) {
+  SysException exception = withLastError(5);
+  exception.errorText();
+  EXPECT_EQ(journal().calls("LocalFree").size(), 1U);
+  EXPECT_EQ(ledger().open("allocation"), 0U);
+}
+
+TEST_F(SysExceptionTest, needsTheResourceWhenTheSystemHasNoText) {
+  SysException exception = withLastError(kUnknownError);
+  EXPECT_EQ(thrownBy<ResourceMissingException>([&] { exception.errorText(); }),
+            "Error during loading a string resource. Following string resource id could not be "
+            "found: 101.");
+}
+
+TEST_F(SysExceptionTest, looksForTheResourceInTheUsersLanguage) {
+  host::machine().userLanguage = 0x0407;
+  SysException exception = withLastError(kUnknownError);
+  EXPECT_THROW(exception.errorText(), ResourceMissingException);
+  std::vector<std::string> libraries;
+  for (const auto& call : journal().calls("LoadLibraryExW")) libraries.push_back(call.args);
+  EXPECT_EQ(libraries, (std::vector<std::string>{"de-DE.dll, null, 2", "VUSL_de-DE.dll, null, 2",
+                                                 "en-US.dll, null, 2", "VUSL_en-US.dll, null, 2"}));
+}
+
+TEST_F(SysExceptionTest, throwsWhenTheSystemsTextCannotBeNarrowed) {
+  SysException exception = withLastError(5);
+  faults().failOnce("wcstombs_s", 42);
+  const LogRecorder log;
+  EXPECT_EQ(thrownBy<Exception>([&] { exception.errorText(); }), "Function returned error: %s:42");
+  EXPECT_EQ(log.texts(), (std::vector<std::string>{"[DBG] [TPM] What error: 42"}));
+}
+
+TEST_F(SysExceptionTest, throwsWhenTheSecondNarrowingFails) {
+  SysException exception = withLastError(5);
+  faults().failOnce("wcstombs_s", 22, 2);
+  EXPECT_EQ(thrownBy<Exception>([&] { exception.errorText(); }), "Function returned error: %s:22");
+}
+
+TEST_F(SysExceptionTest, hasItsTextsBehindWhat) {
+  EXPECT_EQ(slotOf(&SysException::what), 2U);
+  EXPECT_EQ(slotOf(&SysException::errorText), 3U);
+  EXPECT_EQ(slotOf(&SysException::errorTextCStr), 4U);
+}
+
+}  // namespace

@@ -1,0 +1,161 @@
+#include "platform/host/Scheduler.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/MachineTest.h"
+
+namespace {
+
+class SchedulerTest : public host::MachineTest {};
+
+std::string runTwoThreads(std::uint64_t seed) {
+  host::resetMachine(host::Scheduler::Mode::kVirtual, seed);
+  std::string trace;
+  const auto work = [&trace](char mark) {
+    for (int i = 0; i < 40; ++i) {
+      SetLastError(0);
+      trace += mark;
+    }
+  };
+  host::TestThread first([&] { work('a'); });
+  host::TestThread second([&] { work('b'); });
+  first.join();
+  second.join();
+  return trace;
+}
+
+TEST_F(SchedulerTest, ASleepJumpsTheClockWithoutWaiting) {
+  Sleep(86'400'000);
+  EXPECT_EQ(clockMs(), 86'400'000);
+}
+
+TEST_F(SchedulerTest, EachPlatformCallMovesTheClockALittle) {
+  const auto before = host::Scheduler::instance().now();
+  SetLastError(1);
+  EXPECT_EQ(host::Scheduler::instance().now() - before, 1000);
+}
+
+TEST_F(SchedulerTest, TheClockJumpsToTheEarliestDeadlineFirst) {
+  std::vector<int> order;
+  host::TestThread late([&] {
+    Sleep(200);
+    order.push_back(200);
+  });
+  host::TestThread early([&] {
+    Sleep(100);
+    order.push_back(100);
+  });
+  late.join();
+  early.join();
+  EXPECT_EQ(order, (std::vector<int>{100, 200}));
+}
+
+TEST_F(SchedulerTest, SeedZeroLetsAThreadKeepItsTurnUntilItWaits) {
+  EXPECT_EQ(runTwoThreads(0), std::string(40, 'a') + std::string(40, 'b'));
+}
+
+TEST_F(SchedulerTest, TheSameSeedGivesTheSameTurns) {
+  EXPECT_EQ(runTwoThreads(7), runTwoThreads(7));
+}
+
+TEST_F(SchedulerTest, OtherSeedsGiveOtherTurns) {
+  EXPECT_NE(runTwoThreads(7), runTwoThreads(0));
+  EXPECT_NE(runTwoThreads(7), runTwoThreads(8));
+}
+
+TEST_F(SchedulerTest, AThreadThatNeverWaitsDoesNotStarveTheOthers) {
+  bool stop = false;
+  host::TestThread stopper([&] { stop = true; });
+  int calls = 0;
+  while (!stop && calls < 100'000) {
+    SetLastError(0);
+    ++calls;
+  }
+  EXPECT_TRUE(stop);
+}
+
+TEST_F(SchedulerTest, AThreadWithADeadlineIsWokenWhileAnotherNeverWaits) {
+  bool woken = false;
+  host::TestThread sleeper([&] {
+    Sleep(50);
+    woken = true;
+  });
+  while (!woken && clockMs() < 1000) {
+    SetLastError(0);
+  }
+  EXPECT_TRUE(woken);
+}
+
+TEST_F(SchedulerTest, WhoStandsBackRunsWhenAllOthersWait) {
+  std::string trace;
+  host::TestThread other([&] {
+    for (int i = 0; i < 3000; ++i) {
+      SetLastError(0);
+    }
+    trace += "other ";
+    Sleep(1000);
+  });
+  host::Scheduler::instance().standBack();
+  trace += "self";
+  EXPECT_EQ(trace, "other self");
+  EXPECT_LT(clockMs(), 1000);
+}
+
+TEST_F(SchedulerTest, ARunInWhichNobodyCanGoOnIsReportedWithEachThreadsWait) {
+  const auto hang = [] {
+    const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, L"Never");
+    WaitForSingleObject(event, INFINITE);
+  };
+  EXPECT_EXIT(hang(), ::testing::ExitedWithCode(70),
+              "nobody can ever go on\nthread 1a2c \\(main\\): waits for event Never for ever, last "
+              "call WaitForSingleObject");
+}
+
+TEST_F(SchedulerTest, AThreadOutsideTheMachineThatCallsThePlatformEndsTheProcess) {
+  EXPECT_EXIT(std::thread([] { SetLastError(0); }).join(), ::testing::KilledBySignal(SIGABRT),
+              "a thread that the machine did not start");
+}
+
+TEST_F(SchedulerTest, InRealTimeAWaitWaits) {
+  host::resetMachine(host::Scheduler::Mode::kReal);
+  const auto before = std::chrono::steady_clock::now();
+  Sleep(30);
+  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(30));
+  host::resetMachine();
+}
+
+TEST_F(SchedulerTest, InRealTimeASignalFromAnotherThreadEndsAWait) {
+  host::resetMachine(host::Scheduler::Mode::kReal);
+  const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  host::TestThread signaller([event] {
+    Sleep(5);
+    SetEvent(event);
+  });
+  EXPECT_EQ(WaitForSingleObject(event, 20'000), WAIT_OBJECT_0);
+  signaller.join();
+  CloseHandle(event);
+  host::resetMachine();
+}
+
+TEST(ChoicesTest, SeedZeroAlwaysTakesTheBoringChoice) {
+  host::Choices choices(0);
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(choices.pick(10), 0U);
+  }
+}
+
+TEST(ChoicesTest, AnotherSeedReachesEveryChoice) {
+  host::Choices choices(3);
+  std::vector<int> hits(4, 0);
+  for (int i = 0; i < 200; ++i) {
+    ++hits.at(choices.pick(4));
+  }
+  for (const int count : hits) {
+    EXPECT_GT(count, 20);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,215 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "VUSL/Support/CmdLineProc.h"
+#include "VUSL/Support/Exception.h"
+#include "VUSL/Support/InvalidInputError.h"
+#include "tests/unit/runtime/Thrown.h"
+
+// Values, required parameters, companions and groups of the command line.
+
+namespace {
+
+using vusl::CmdLineProc;
+
+class CmdLineValueTest : public ::testing::Test {
+ protected:
+  // Each parameter in a group of its own, so that groups do not get in the way.
+  CmdLineParameter& add(const vusl::string_t& name,
+                        CmdLineParameterKind kind = CmdLineParameterKind::NoValue) {
+    CmdLineParameter& parameter = parser.addParameter(parser.addGroup(name), name);
+    parameter.kind = kind;
+    return parameter;
+  }
+
+  std::string errorOf(std::vector<const wchar_t*> arguments) {
+    arguments.insert(arguments.begin(), L"program.exe");
+    try {
+      parser.parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+    } catch (const vusl::InvalidInputError& e) {
+      return std::to_string(e.resourceId()) + ": " + e.joinedParams("|");
+    }
+    return "fine";
+  }
+
+  std::ostringstream output;
+  std::istringstream input;
+  CmdLineProc parser{L"-", output, input};
+};
+
+TEST_F(CmdLineValueTest, requiredValueIsTheNextArgumentWithItsCaseKept) {
+  const CmdLineParameter& file = add(L"file", CmdLineParameterKind::ValueRequired);
+  const CmdLineParameter& other = add(L"other");
+  EXPECT_EQ(errorOf({L"-FILE", L"Abc", L"-other"}), "fine");
+  EXPECT_EQ(file.index, 1);
+  EXPECT_EQ(file.value, L"Abc");
+  EXPECT_EQ(other.index, 3);
+}
+
+TEST_F(CmdLineValueTest, missingRequiredValueAtTheEndIsError226) {
+  add(L"File", CmdLineParameterKind::ValueRequired);
+  EXPECT_EQ(errorOf({L"-file"}), "226: File|-");
+}
+
+TEST_F(CmdLineValueTest, requiredValueThatBeginsWithAPrefixCharacterIsError226) {
+  add(L"file", CmdLineParameterKind::ValueRequired);
+  add(L"x");
+  EXPECT_EQ(errorOf({L"-file", L"-x"}), "226: file|-");
+}
+
+TEST_F(CmdLineValueTest, emptyArgumentIsAValue) {
+  CmdLineParameter& file = add(L"file", CmdLineParameterKind::ValueRequired);
+  file.value = L"default";
+  EXPECT_EQ(errorOf({L"-file", L""}), "fine");
+  EXPECT_EQ(file.value, L"");
+}
+
+TEST_F(CmdLineValueTest, optionalValueIsTaken) {
+  CmdLineParameter& level = add(L"level", CmdLineParameterKind::ValueOptional);
+  level.value = L"3";
+  EXPECT_EQ(errorOf({L"-level", L"5"}), "fine");
+  EXPECT_EQ(level.value, L"5");
+}
+
+TEST_F(CmdLineValueTest, optionalValueFollowedByAParameterKeepsItsEarlierValue) {
+  CmdLineParameter& level = add(L"level", CmdLineParameterKind::ValueOptional);
+  level.value = L"3";
+  const CmdLineParameter& x = add(L"x");
+  EXPECT_EQ(errorOf({L"-level", L"-x"}), "fine");
+  EXPECT_EQ(level.value, L"3");
+  EXPECT_EQ(x.index, 2);
+}
+
+TEST_F(CmdLineValueTest, optionalValueAtTheEndKeepsItsEarlierValue) {
+  CmdLineParameter& level = add(L"level", CmdLineParameterKind::ValueOptional);
+  level.value = L"3";
+  EXPECT_EQ(errorOf({L"-level"}), "fine");
+  EXPECT_EQ(level.value, L"3");
+}
+
+TEST_F(CmdLineValueTest, switchTakesNoValue) {
+  add(L"help");
+  EXPECT_EQ(errorOf({L"-help", L"more"}), "225: more|-");
+}
+
+// Required parameters.
+
+TEST_F(CmdLineValueTest, requiredParameterThatIsNotGivenIsError227) {
+  add(L"first");
+  add(L"Second").required = true;
+  add(L"third").required = true;
+  EXPECT_EQ(errorOf({L"-first"}), "227: Second|-");
+}
+
+TEST_F(CmdLineValueTest, requiredParameterThatIsGivenIsFine) {
+  add(L"second").required = true;
+  EXPECT_EQ(errorOf({L"-second"}), "fine");
+}
+
+// Companions.
+
+TEST_F(CmdLineValueTest, parameterThatAnEarlierOneDoesNotAllowIsError225) {
+  add(L"first").companions = {L"friend"};
+  add(L"friend");
+  add(L"Stranger");
+  EXPECT_EQ(errorOf({L"-first", L"-stranger"}), "225: stranger|-");
+}
+
+TEST_F(CmdLineValueTest, companionMayFollow) {
+  add(L"first").companions = {L"friend"};
+  add(L"friend");
+  EXPECT_EQ(errorOf({L"-first", L"-friend"}), "fine");
+}
+
+TEST_F(CmdLineValueTest, companionsAreNamedWithoutRegardToCase) {
+  add(L"first").companions = {L"FRIEND"};
+  add(L"friend");
+  EXPECT_EQ(errorOf({L"-first", L"-friend"}), "fine");
+}
+
+TEST_F(CmdLineValueTest, parameterWithCompanionsMayBeRepeated) {
+  add(L"first").companions = {L"friend"};
+  EXPECT_EQ(errorOf({L"-first", L"-first"}), "fine");
+}
+
+// Deliberate: the list of the parameter that is being matched is not looked at.
+TEST_F(CmdLineValueTest, onlyTheListsOfEarlierParametersCount) {
+  add(L"first").companions = {L"friend"};
+  const CmdLineParameter& stranger = add(L"stranger");
+  EXPECT_EQ(errorOf({L"-stranger", L"-first"}), "fine");
+  EXPECT_EQ(stranger.index, 1);
+}
+
+TEST_F(CmdLineValueTest, refusedParameterIsNotMarked) {
+  add(L"first").companions = {L"friend"};
+  const CmdLineParameter& stranger = add(L"stranger");
+  errorOf({L"-first", L"-stranger"});
+  EXPECT_EQ(stranger.index, -1);
+}
+
+// Groups.
+
+class CmdLineGroupTest : public CmdLineValueTest {
+ protected:
+  CmdLineGroup& group = parser.addGroup(L"commands");
+  CmdLineParameter& start = parser.addParameter(group, L"start");
+  CmdLineParameter& stop = parser.addParameter(group, L"Stop");
+};
+
+TEST_F(CmdLineGroupTest, moreThanOneMemberIsError239WithAllNamesOfTheGroup) {
+  parser.addParameter(group, L"pause");
+  EXPECT_EQ(errorOf({L"-start", L"-stop"}), "239: start, Stop, pause");
+}
+
+TEST_F(CmdLineGroupTest, oneMemberIsNoConflict) {
+  EXPECT_EQ(errorOf({L"-stop"}), "fine");
+  EXPECT_FALSE(parser.isGroupConflicting(group));
+}
+
+TEST_F(CmdLineGroupTest, memberGivenTwiceCountsOnce) {
+  EXPECT_EQ(errorOf({L"-start", L"-start"}), "fine");
+  EXPECT_FALSE(parser.isGroupConflicting(group));
+}
+
+TEST_F(CmdLineGroupTest, conflictCanBeAskedForAfterParsing) {
+  errorOf({L"-start", L"-stop"});
+  EXPECT_TRUE(parser.isGroupConflicting(group));
+}
+
+TEST_F(CmdLineGroupTest, memberIsFoundByTheAliasOfAnEarlierRecord) {
+  CmdLineProc other(L"-", output, input);
+  CmdLineParameter& go = other.addParameter(other.addGroup(L"first"), L"go");
+  go.alias = L"start";
+  CmdLineGroup& commands = other.addGroup(L"commands");
+  other.addParameter(commands, L"start");
+  CmdLineParameter& halt = other.addParameter(commands, L"halt");
+  go.index = 1;
+  halt.index = 2;
+  EXPECT_TRUE(other.isGroupConflicting(commands));
+}
+
+TEST_F(CmdLineGroupTest, missingRequiredParameterIsToldBeforeTheConflict) {
+  add(L"needed").required = true;
+  EXPECT_EQ(errorOf({L"-start", L"-stop"}), "227: needed|-");
+}
+
+// Prompts.
+
+TEST_F(CmdLineValueTest, promptTakesNoArgumentAndComesOnlyAfterTheLineIsFoundValid) {
+  const CmdLineParameter& pin = add(L"pin", CmdLineParameterKind::PromptPlain);
+  EXPECT_EQ(errorOf({L"-pin", L"1234"}), "225: 1234|-");
+  EXPECT_EQ(pin.index, 1);
+  EXPECT_EQ(pin.value, L"");
+  EXPECT_EQ(output.str(), "");
+}
+
+TEST_F(CmdLineValueTest, promptOfAValidLineIsRefusedRatherThanLeftUnanswered) {
+  add(L"pin", CmdLineParameterKind::PromptConfirmed);
+  EXPECT_EQ(thrownBy<Exception>([&] { errorOf({L"-pin"}); }),
+            "CmdLineProc::askForValue:Not supported.");
+}
+
+}  // namespace

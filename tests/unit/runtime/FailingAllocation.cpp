@@ -1,0 +1,48 @@
+#include "tests/unit/runtime/FailingAllocation.h"
+
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
+thread_local std::size_t t_smallestFailingSize = kNever;
+
+}  // namespace
+
+FailingAllocation::FailingAllocation(std::size_t smallestFailingSize) {
+  t_smallestFailingSize = smallestFailingSize;
+}
+
+FailingAllocation::~FailingAllocation() {
+  t_smallestFailingSize = kNever;
+}
+
+// Replaced as a set, so that what one form takes the matching form gives back.
+void* operator new(std::size_t size) {
+  if (size >= t_smallestFailingSize) {
+    throw std::bad_alloc();
+  }
+  if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+    return memory;
+  }
+  throw std::bad_alloc();
+}
+
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}

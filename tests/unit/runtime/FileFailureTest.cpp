@@ -1,0 +1,157 @@
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "VUSL/Support/Exception.h"
+#include "VUSL/SupportCore/Buffer.h"
+#include "VUSL/SupportCore/File.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/support/MachineTest.h"
+#include "tests/unit/runtime/FailingAllocation.h"
+#include "tests/unit/runtime/Thrown.h"
+
+// What a file says when the platform refuses.
+
+namespace {
+
+using Texts = std::vector<std::string>;
+using vusl::File;
+
+constexpr wchar_t kPath[] = L"C:\\data\\a.txt";
+
+class FileFailureTest : public host::MachineTest {
+ protected:
+  FileFailureTest() { host::machine().drive.write(kPath, "abc"); }
+
+  File file{kPath};
+};
+
+TEST_F(FileFailureTest, ofOpening) {
+  faults().failOnce("CreateFileW", 5);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.write("a", 1); }),
+            "Error when opening file C:\\data\\a.txt Last error: 5");
+}
+
+TEST_F(FileFailureTest, ofOpeningInAMissingFolder) {
+  EXPECT_EQ(thrownBy<Exception>([] { File(L"C:\\nowhere\\a.txt").write("a", 1); }),
+            "Error when opening file C:\\nowhere\\a.txt Last error: 3");
+}
+
+TEST_F(FileFailureTest, ofMovingHasNoSeparatorBeforeTheCode) {
+  faults().failOnce("SetFilePointer", 87);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.write("a", 1); }),
+            "Error when moving to end of file C:\\data\\a.txt87");
+}
+
+TEST_F(FileFailureTest, ofMovingLeavesTheFileOpen) {
+  faults().failOnce("SetFilePointer", 87);
+  EXPECT_ANY_THROW(file.write("a", 1));
+  EXPECT_TRUE(file.isOpen());
+}
+
+TEST_F(FileFailureTest, ofWriting) {
+  faults().failOnce("WriteFile", 112);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.write("1234", 4); }),
+            "Error when writing 4 bytes to file C:\\data\\a.txtLast error: 112");
+}
+
+TEST_F(FileFailureTest, ofReading) {
+  faults().failOnce("ReadFile", 23);
+  char data[3];
+  EXPECT_EQ(thrownBy<Exception>([&] { file.read(data, 3); }),
+            "Error when reading file C:\\data\\a.txtLast error: 23");
+}
+
+TEST_F(FileFailureTest, ofSizing) {
+  faults().failOnce("FindFirstFileW", 5);
+  EXPECT_EQ(thrownBy<Exception>([] { File::getSize(kPath); }),
+            "getSize:Failed to read size of file: C:\\data\\a.txt, error: 5");
+}
+
+TEST_F(FileFailureTest, ofSizingAMissingFileOrFolderIsNone) {
+  faults().failOnce("FindFirstFileW", 2);
+  EXPECT_EQ(File::getSize(kPath), 0U);
+  faults().failOnce("FindFirstFileW", 3);
+  EXPECT_EQ(File::getSize(kPath), 0U);
+}
+
+TEST_F(FileFailureTest, ofLookingIsAFileThatIsNotThere) {
+  faults().failOnce("FindFirstFileW", 5);
+  EXPECT_FALSE(file.exists());
+}
+
+TEST_F(FileFailureTest, ofClosingHasACapitalAndMarksTheFileClosed) {
+  file.write("a", 1);
+  faults().failOnce("CloseHandle", 6);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.close(); }),
+            "Error when closing file C:\\data\\a.txtLast Error: 6");
+  EXPECT_FALSE(file.isOpen());
+  EXPECT_NO_THROW(file.close());
+}
+
+TEST_F(FileFailureTest, ofClosingInTheDestructorIsLogged) {
+  LogRecorder log;
+  {
+    File closing(kPath);
+    closing.write("a", 1);
+    faults().failOnce("CloseHandle", 6);
+  }
+  EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] ~File Unexpected error occured: Error when closing "
+                               "file C:\\data\\a.txtLast Error: 6"});
+}
+
+TEST_F(FileFailureTest, ofDeleting) {
+  faults().failOnce("DeleteFileW", 32);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.remove(); }),
+            "Error when deleting file: C:\\data\\a.txtLast error: 32");
+}
+
+TEST_F(FileFailureTest, ofRenaming) {
+  host::machine().drive.write(L"C:\\data\\b.txt", "");
+  EXPECT_EQ(thrownBy<Exception>([&] { file.rename(L"C:\\data\\b.txt"); }),
+            "Error when renaming file from C:\\data\\a.txt to C:\\data\\b.txtLast error: 183");
+}
+
+TEST_F(FileFailureTest, namesTheFileInNarrowForm) {
+  faults().failOnce("DeleteFileW", 2);
+  EXPECT_EQ(thrownBy<Exception>([] { File(L"C:\\\u00E4\\\u4E2D.txt").remove(); }),
+            "Error when deleting file: C:\\?\\?.txtLast error: 2");
+}
+
+// Reading whole files.
+
+TEST_F(FileFailureTest, ofReadingTheWholeFileLeavesZerosInTheBuffer) {
+  Buffer buffer;
+  faults().failOnce("ReadFile", 23);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.readAll(buffer); }),
+            "Error when reading file C:\\data\\a.txtLast error: 23");
+  ASSERT_NE(buffer.data(), nullptr);
+  EXPECT_EQ(std::memcmp(buffer.data(), "\0\0\0", 3), 0);
+  EXPECT_EQ(buffer.size(), 3U);
+}
+
+TEST_F(FileFailureTest, ofAnyOtherKindIsARuntimeErrorAndLeavesZerosInTheBuffer) {
+  // The file shrinks between the taking of its size and the reading: an assertion of `read`.
+  host::CallHooks::instance().before("FindFirstFileW", 3,
+                                     [] { host::machine().drive.write(kPath, "a"); });
+  Buffer buffer;
+  EXPECT_EQ(thrownBy<std::runtime_error>([&] { file.readAll(buffer); }),
+            "Unrecognized type of exception occured");
+  ASSERT_NE(buffer.data(), nullptr);
+  EXPECT_EQ(std::memcmp(buffer.data(), "\0\0\0", 3), 0);
+}
+
+TEST_F(FileFailureTest, ofAllocatingIsARuntimeErrorToo) {
+  host::machine().drive.write(kPath, std::string(1'000'000, 'x'));
+  Buffer buffer;
+  std::string thrown;
+  {
+    const FailingAllocation failing(1'000'000);
+    thrown = thrownBy<std::runtime_error>([&] { file.readAll(buffer); });
+  }
+  EXPECT_EQ(thrown, "Unrecognized type of exception occured");
+  EXPECT_EQ(buffer.data(), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+#include "tests/unit/runtime/SlotOrder.h"
+
+#include <gtest/gtest.h>
+
+#include "VUSL/Support/ConfigMgmt.h"
+#include "VUSL/Support/IConfig.h"
+#include "VUSL/Support/IRunning.h"
+#include "VUSL/Support/Thread.h"
+#include "VUSL/Support/Waitable.h"
+#include "VUSL/SupportCore/FileBase.h"
+
+namespace {
+
+TEST(SlotOrderTest, waitableHasDestructorLockUnlock) {
+  EXPECT_EQ(slotOf(&vusl::Waitable::Lock), 2U);
+  EXPECT_EQ(slotOf(&vusl::Waitable::Unlock), 3U);
+}
+
+TEST(SlotOrderTest, threadAddsItsBodyBehindTheWaitable) {
+  EXPECT_EQ(slotOf(&vusl::Thread::Lock), 2U);
+  EXPECT_EQ(slotOf(&vusl::Thread::Unlock), 3U);
+  EXPECT_EQ(slotOf(&vusl::Thread::Run), 4U);
+}
+
+TEST(SlotOrderTest, runningHasTheQuestionAheadOfTheDestructor) {
+  EXPECT_EQ(slotOf(&vusl::IRunning::IsRunning), 0U);
+}
+
+TEST(SlotOrderTest, configHasTheNineOperationsInOrder) {
+  EXPECT_EQ(slotOf(&IConfig::getSettingsByPrefix), 2U);
+  EXPECT_EQ(slotOf(&IConfig::getIntInRange), 3U);
+  EXPECT_EQ(slotOf(&IConfig::getLong), 4U);
+  EXPECT_EQ(slotOf(&IConfig::getInt), 5U);
+  EXPECT_EQ(slotOf(&IConfig::getString), 6U);
+  EXPECT_EQ(slotOf(&IConfig::setSetting), 7U);
+  EXPECT_EQ(slotOf(&IConfig::unsupportedSettingsOperation), 8U);
+  EXPECT_EQ(slotOf(&IConfig::saveSettings), 9U);
+  EXPECT_EQ(slotOf(&IConfig::reloadSettings), 10U);
+}
+
+TEST(SlotOrderTest, configFileAddsTheWrittenLineBehindTheConfig) {
+  EXPECT_EQ(slotOf(&ConfigMgmt::formatSettingLine), 11U);
+}
+
+TEST(SlotOrderTest, fileHasTheFourOperationsInOrder) {
+  EXPECT_EQ(slotOf(&vusl::FileBase::getSize), 2U);
+  EXPECT_EQ(slotOf(&vusl::FileBase::exists), 3U);
+  EXPECT_EQ(slotOf(&vusl::FileBase::close), 4U);
+  EXPECT_EQ(slotOf(&vusl::FileBase::read), 5U);
+}
+
+}  // namespace

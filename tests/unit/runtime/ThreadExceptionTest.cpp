@@ -1,0 +1,134 @@
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "VUSL/Support/Thread.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/support/MachineTest.h"
+#include "tests/unit/runtime/PointerText.h"
+#include "tests/unit/runtime/Thrown.h"
+
+// What becomes of an exception that leaves a thread's body.
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class ThreadExceptionTest : public host::MachineTest {};
+
+class Failing : public vusl::Thread {
+ public:
+  explicit Failing(std::function<void()> work) : Thread("failing"), work_(std::move(work)) {}
+  void Run() override { work_(); }
+
+ private:
+  std::function<void()> work_;
+};
+
+void throwStandard() {
+  throw std::runtime_error("disk on fire");
+}
+void throwNumber() {
+  throw 42;
+}
+
+TEST_F(ThreadExceptionTest, standardExceptionIsLoggedFatalAndTheClosingLineFollows) {
+  LogRecorder log;
+  Failing worker(throwStandard);
+  log.clear();
+  worker.Start();
+  Sleep(10);
+  EXPECT_EQ(log.texts(),
+            (Texts{"[DBG] [TPM] Thread started. Name: failing",
+                   "[FTL] [TPM] theThreadFunc Thread terminated due to exception: disk on fire",
+                   "[DBG] [TPM] Thread completed. Name: failing, ptr: " +
+                       pointerText(static_cast<vusl::Thread*>(&worker))}));
+  EXPECT_FALSE(worker.isBodyRunning());
+  EXPECT_ANY_THROW(worker.Wait());
+}
+
+TEST_F(ThreadExceptionTest, standardExceptionIsThrownAgainInTheWaiter) {
+  LogRecorder log;
+  Failing worker(throwStandard);
+  worker.Start();
+  EXPECT_EQ(thrownBy<std::runtime_error>([&] { worker.Wait(); }), "disk on fire");
+  EXPECT_FALSE(log.contains("The thread completed."));
+}
+
+TEST_F(ThreadExceptionTest, numberIsLoggedAsUnrecognizedAndThrownAgain) {
+  LogRecorder log;
+  Failing worker(throwNumber);
+  worker.Start();
+  int thrown = 0;
+  try {
+    worker.Wait();
+  } catch (int number) {
+    thrown = number;
+  }
+  EXPECT_EQ(thrown, 42);
+  EXPECT_TRUE(
+      log.contains("[FTL] [TPM] theThreadFunc Thread terminated due to unrecognized exception."));
+  EXPECT_TRUE(log.contains("[DBG] [TPM] Thread completed. Name: failing, ptr: 0x"));
+}
+
+TEST_F(ThreadExceptionTest, secondWaitFindsNothing) {
+  LogRecorder log;
+  Failing worker(throwStandard);
+  worker.Start();
+  EXPECT_THROW(worker.Wait(), std::runtime_error);
+  log.clear();
+  EXPECT_NO_THROW(worker.Wait());
+  EXPECT_TRUE(log.contains("The thread completed."));
+}
+
+TEST_F(ThreadExceptionTest, failureToSignalTheStartReachesTheWaiterToo) {
+  bool ran = false;
+  Failing worker([&] { ran = true; });
+  faults().failOnce("SetEvent", 6);
+  worker.Start();
+  EXPECT_ANY_THROW(worker.Wait());
+  EXPECT_FALSE(ran);
+}
+
+TEST_F(ThreadExceptionTest, unfetchedStandardExceptionIsReportedByTheDestructor) {
+  LogRecorder log;
+  {
+    Failing worker(throwStandard);
+    worker.Start();
+    Sleep(10);
+    log.clear();
+  }
+  EXPECT_EQ(log.withoutAddresses(),
+            (Texts{"[FTL] [TPM] [0x] There was an unhandled in-flight excepion in the thread being "
+                   "destroyed (was it ever joined?). Ex was:disk on fire",
+                   "[DBG] [TPM] [0x] Thread failing deleted"}));
+}
+
+TEST_F(ThreadExceptionTest, unfetchedNumberIsReportedByTheDestructor) {
+  LogRecorder log;
+  {
+    Failing worker(throwNumber);
+    worker.Start();
+    Sleep(10);
+    log.clear();
+  }
+  EXPECT_EQ(log.withoutAddresses(),
+            (Texts{"[FTL] [TPM] [0x] There was an unhandled unrecognized in-flight excepion in the "
+                   "thread being destroyed (was it ever joined?)",
+                   "[DBG] [TPM] [0x] Thread failing deleted"}));
+}
+
+TEST_F(ThreadExceptionTest, fetchedExceptionIsNotReportedByTheDestructor) {
+  LogRecorder log;
+  {
+    Failing worker(throwStandard);
+    worker.Start();
+    EXPECT_ANY_THROW(worker.Wait());
+    log.clear();
+  }
+  EXPECT_EQ(log.withoutAddresses(), Texts{"[DBG] [TPM] [0x] Thread failing deleted"});
+}
+
+}  // namespace

@@ -1,0 +1,212 @@
+#include "service/ProcessHardening.h"
+
+#include <stdexcept>
+
+#include "tests/unit/service/ServiceFixture.h"
+
+namespace {
+
+class ProcessHardeningTest : public ServiceTest {
+ protected:
+  // The names that were looked up, in order.
+  static Texts namesLookedUp() {
+    Texts names;
+    for (const host::JournalEntry& call : journal().calls("LookupPrivilegeValueW")) {
+      names.push_back(call.args.substr(call.args.find(", ") + 2));
+    }
+    return names;
+  }
+
+  // Which of the calls that matter here were made, in order.
+  static Texts steps() {
+    return journal().namesOf({"OpenProcessToken", "LookupPrivilegeValueW", "HeapAlloc",
+                              "AdjustTokenPrivileges", "HeapFree", "CloseHandle"});
+  }
+
+  static void holdNothing() { host::machine().token.privileges.clear(); }
+};
+
+const std::vector<std::string> kRemoved = {
+    "SeUnsolicitedInputPrivilege",
+    "SeUndockPrivilege",
+    "SeTrustedCredManAccessPrivilege",
+    "SeTimeZonePrivilege",
+    "SeTcbPrivilege",
+    "SeTakeOwnershipPrivilege",
+    "SeSystemtimePrivilege",
+    "SeSystemProfilePrivilege",
+    "SeSystemEnvironmentPrivilege",
+    "SeSyncAgentPrivilege",
+    "SeShutdownPrivilege",
+    "SeSecurityPrivilege",
+    "SeRestorePrivilege",
+    "SeRemoteShutdownPrivilege",
+    "SeRelabelPrivilege",
+    "SeProfileSingleProcessPrivilege",
+    "SeManageVolumePrivilege",
+    "SeMachineAccountPrivilege",
+    "SeLockMemoryPrivilege",
+    "SeLoadDriverPrivilege",
+    "SeIncreaseWorkingSetPrivilege",
+    "SeIncreaseQuotaPrivilege",
+    "SeIncreaseBasePriorityPrivilege",
+    "SeImpersonatePrivilege",
+    "SeEnableDelegationPrivilege",
+    "SeDebugPrivilege",
+    "SeCreateTokenPrivilege",
+    "SeCreateSymbolicLinkPrivilege",
+    "SeCreatePermanentPrivilege",
+    "SeCreatePagefilePrivilege",
+    "SeCreateGlobalPrivilege",
+    "SeBackupPrivilege",
+    "SeAuditPrivilege",
+    "SeAssignPrimaryTokenPrivilege",
+    "SeDelegateSessionUserImpersonatePrivilege",
+};
+
+TEST_F(ProcessHardeningTest, all35NamesAreLookedUpInTheOrderOfTheList) {
+  InitializeSecurity();
+  EXPECT_EQ(namesLookedUp(), kRemoved);
+}
+
+TEST_F(ProcessHardeningTest, theProcessKeepsChangeNotifyAlone) {
+  InitializeSecurity();
+  EXPECT_EQ(host::machine().token.privileges, std::set<std::wstring>{L"SeChangeNotifyPrivilege"});
+}
+
+TEST_F(ProcessHardeningTest, namesAreLookedUpOnThisSystem) {
+  LimitPrivileges({L"SeTcbPrivilege"});
+  ASSERT_EQ(journal().calls("LookupPrivilegeValueW").size(), 1U);
+  EXPECT_EQ(journal().calls("LookupPrivilegeValueW")[0].args, "null, SeTcbPrivilege");
+}
+
+TEST_F(ProcessHardeningTest, successLogsEachStep) {
+  InitializeSecurity();
+  Texts expected = {"[DBG] [TPM] InitializeSecurity...", "[DBG] [TPM] Try to limit privileges"};
+  for (const std::string& name : kRemoved) expected.push_back("[DBG] [TPM] Try to drop " + name);
+  expected.push_back("[DBG] [TPM] AdjustTokenPrivileges succeeded.");
+  expected.push_back("[DBG] [TPM] Dropping Privileges: Success");
+  EXPECT_EQ(log.texts(), expected);
+}
+
+TEST_F(ProcessHardeningTest, failureIsLoggedAndDoesNotLeave) {
+  faults().failOnce("OpenProcessToken", 5);
+  InitializeSecurity();
+  EXPECT_EQ(log.texts(),
+            (Texts{"[DBG] [TPM] InitializeSecurity...", "[DBG] [TPM] Try to limit privileges",
+                   "[ERR] [TPM] OpenProcessToken failed, error code: 5",
+                   "[ERR] [TPM] Dropping Privileges: Failure"}));
+}
+
+TEST_F(ProcessHardeningTest, stepsComeInTheirOrder) {
+  EXPECT_TRUE(LimitPrivileges({L"SeTcbPrivilege", L"SeDebugPrivilege"}));
+  EXPECT_EQ(steps(), (Texts{"OpenProcessToken", "LookupPrivilegeValueW", "LookupPrivilegeValueW",
+                            "HeapAlloc", "AdjustTokenPrivileges", "HeapFree", "CloseHandle"}));
+}
+
+TEST_F(ProcessHardeningTest, tokenIsOpenedForAdjustingAndAsking) {
+  LimitPrivileges({});
+  ASSERT_EQ(journal().calls("OpenProcessToken").size(), 1U);
+  EXPECT_NE(journal().calls("OpenProcessToken")[0].args.find(", 40"), std::string::npos);
+}
+
+TEST_F(ProcessHardeningTest, unopenedTokenIsAFailureWithNoFurtherStep) {
+  faults().failOnce("OpenProcessToken", 1314);
+  EXPECT_FALSE(LimitPrivileges({L"SeTcbPrivilege"}));
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Try to limit privileges",
+                                "[ERR] [TPM] OpenProcessToken failed, error code: 1314"}));
+  EXPECT_EQ(steps(), (Texts{"OpenProcessToken"}));
+}
+
+TEST_F(ProcessHardeningTest, unknownNameIsLoggedAndSkipped) {
+  host::machine().token.unknownPrivileges = {L"SeRelabelPrivilege"};
+  EXPECT_TRUE(LimitPrivileges({L"SeRelabelPrivilege", L"SeTcbPrivilege"}));
+  EXPECT_EQ(
+      log.texts(),
+      (Texts{"[DBG] [TPM] Try to limit privileges", "[DBG] [TPM] Try to drop SeRelabelPrivilege",
+             "[DBG] [TPM] LookupPrivilegeValue for SeRelabelPrivilege failed, error code = "
+             "1313 (A specified privilege does not exist.)",
+             "[DBG] [TPM] Try to drop SeTcbPrivilege",
+             "[DBG] [TPM] AdjustTokenPrivileges succeeded."}));
+  EXPECT_FALSE(host::machine().token.privileges.contains(L"SeTcbPrivilege"));
+}
+
+// All names unknown: the record has no entry, and the call is made all the same.
+TEST_F(ProcessHardeningTest, allNamesUnknownStillAdjustsWithARecordOf4Bytes) {
+  host::machine().token.unknownPrivileges = {L"SeTcbPrivilege", L"SeDebugPrivilege"};
+  EXPECT_TRUE(LimitPrivileges({L"SeTcbPrivilege", L"SeDebugPrivilege"}));
+  ASSERT_EQ(journal().calls("HeapAlloc").size(), 1U);
+  const std::string arguments = journal().calls("HeapAlloc")[0].args;
+  EXPECT_TRUE(arguments.ends_with("8, 4")) << arguments;
+  EXPECT_EQ(journal().calls("AdjustTokenPrivileges").size(), 1U);
+}
+
+TEST_F(ProcessHardeningTest, recordIsZeroFilledAndHas12BytesAPrivilegeAnd4More) {
+  InitializeSecurity();
+  ASSERT_EQ(journal().calls("HeapAlloc").size(), 1U);
+  const std::string arguments = journal().calls("HeapAlloc")[0].args;
+  EXPECT_TRUE(arguments.ends_with("8, 424")) << arguments;
+}
+
+// A token that holds none of the privileges answers with last error 1300, which is not looked at.
+TEST_F(ProcessHardeningTest, tokenThatHoldsNoneOfThePrivilegesIsASuccess) {
+  holdNothing();
+  EXPECT_TRUE(LimitPrivileges({L"SeTcbPrivilege"}));
+  EXPECT_EQ(journal().calls("AdjustTokenPrivileges").at(0).lastError, 1300U);
+  EXPECT_EQ(log.texts().back(), "[DBG] [TPM] AdjustTokenPrivileges succeeded.");
+}
+
+TEST_F(ProcessHardeningTest, ordinaryUserLosesWhatTheTokenHolds) {
+  host::machine().token.privileges = {L"SeChangeNotifyPrivilege", L"SeShutdownPrivilege",
+                                      L"SeUndockPrivilege"};
+  host::machine().token.administrator = false;
+  InitializeSecurity();
+  EXPECT_EQ(host::machine().token.privileges, std::set<std::wstring>{L"SeChangeNotifyPrivilege"});
+  EXPECT_EQ(log.texts().back(), "[DBG] [TPM] Dropping Privileges: Success");
+}
+
+TEST_F(ProcessHardeningTest, refusedAdjustmentIsAFailureAndReleasesEverything) {
+  faults().failOnce("AdjustTokenPrivileges", 87);
+  EXPECT_FALSE(LimitPrivileges({L"SeTcbPrivilege"}));
+  EXPECT_EQ(log.texts().back(), "[ERR] [TPM] AdjustTokenPrivileges failed, error code = 87");
+  EXPECT_EQ(ledger().open("token"), 0U);
+  EXPECT_EQ(ledger().open("allocation"), 0U);
+}
+
+TEST_F(ProcessHardeningTest, failedReleasesAreLoggedAndChangeNothing) {
+  faults().failOnce("HeapFree", 87);
+  faults().failOnce("CloseHandle", 6);
+  EXPECT_TRUE(LimitPrivileges({}));
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Try to limit privileges",
+                                "[DBG] [TPM] AdjustTokenPrivileges succeeded.",
+                                "[ERR] [TPM] HeapFree failed, error code = 87",
+                                "[ERR] [TPM] CloseHandle failed, error code = 6"}));
+}
+
+TEST_F(ProcessHardeningTest, exhaustedHeapClosesTheTokenAndThrows) {
+  faults().failOnce("HeapAlloc", 8);
+  try {
+    LimitPrivileges({L"SeTcbPrivilege"});
+    FAIL() << "nothing was thrown";
+  } catch (const std::runtime_error& failure) {
+    EXPECT_STREQ(failure.what(), "Failed to alloc memory for drop privileges");
+  }
+  EXPECT_EQ(steps().back(), "CloseHandle");
+  EXPECT_EQ(ledger().open("token"), 0U);
+  EXPECT_TRUE(journal().calls("AdjustTokenPrivileges").empty());
+}
+
+TEST_F(ProcessHardeningTest, exhaustedHeapLogsATokenThatCannotBeClosed) {
+  faults().failOnce("HeapAlloc", 8);
+  faults().failOnce("CloseHandle", 6);
+  EXPECT_THROW(LimitPrivileges({}), std::runtime_error);
+  EXPECT_EQ(log.texts().back(), "[ERR] [TPM] CloseHandle failed, error code = 6");
+}
+
+TEST_F(ProcessHardeningTest, exhaustedHeapLeavesInitializeSecurity) {
+  faults().failOnce("HeapAlloc", 8);
+  EXPECT_THROW(InitializeSecurity(), std::runtime_error);
+  EXPECT_FALSE(log.contains("Dropping Privileges"));
+}
+
+}  // namespace

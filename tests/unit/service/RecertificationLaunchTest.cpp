@@ -1,0 +1,129 @@
+#include "VUSL/Support/Exception.h"
+#include "service/TPMEnrollmentProcessException.h"
+#include "tests/unit/runtime/Thrown.h"
+#include "tests/unit/service/ServiceFixture.h"
+
+namespace {
+
+using TPMEnrollmentService::TPMEnrollment;
+using TPMEnrollmentService::TPMEnrollmentProcessException;
+
+const std::wstring kProgram = L"C:\\Orvix\\bin\\OrvixVTMEkRecertification.exe";
+
+class RecertificationLaunchTest : public ServiceTest {
+ protected:
+  RecertificationLaunchTest() {
+    host::machine().installStack(L"C:\\Orvix\\bin");
+    host::machine().drive.copyIn(STANDINS_DIR "/OrvixVTMEkRecertification.exe", kProgram);
+  }
+
+  TPMEnrollment enrollment;
+};
+
+TEST_F(RecertificationLaunchTest, startsTheProgramOfTheStacksDirectory) {
+  enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(host::machine().programsStarted, std::vector<std::wstring>{kProgram});
+}
+
+TEST_F(RecertificationLaunchTest, givesTheProgramNothingButItsPath) {
+  enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(journal().calls("CreateProcessW").at(0).args,
+            "C:\\Orvix\\bin\\OrvixVTMEkRecertification.exe, null, null, null, 0, 0, null, null");
+}
+
+TEST_F(RecertificationLaunchTest, successIsLoggedWithTheObjectsAddress) {
+  enrollment.RunVTMEKRecertification();
+  std::ostringstream expected;
+  expected << "[INF] [TPM] [0x" << std::hex << reinterpret_cast<std::uintptr_t>(&enrollment)
+           << "] [RunVTMEKRecertification] OrvixVTMEKRecertification has been started.";
+  EXPECT_EQ(log.texts().back(), expected.str());
+}
+
+TEST_F(RecertificationLaunchTest, startupInfoIsClearedAndHasItsSizeAlone) {
+  Peer::changeStartupInfo().dwFlags = 0x100;
+  Peer::changeStartupInfo().wShowWindow = 3;
+  enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(Peer::startupInfo().cb, 104U);
+  EXPECT_EQ(Peer::startupInfo().dwFlags, 0U);
+  EXPECT_EQ(Peer::startupInfo().wShowWindow, 0);
+}
+
+TEST_F(RecertificationLaunchTest, doesNotWaitForTheProgram) {
+  journal().clear();
+  enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(journal().namesOf({"WaitForSingleObject", "WaitForMultipleObjects", "Sleep"}), Texts{});
+}
+
+// Deliberate: the program is not watched, and its handles stay open.
+TEST_F(RecertificationLaunchTest, handlesOfTheProgramStayOpen) {
+  enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(ledger().open("process"), 1U);
+  EXPECT_EQ(ledger().open("thread"), 1U);
+}
+
+TEST_F(RecertificationLaunchTest, secondLaunchStartsASecondChildAndLosesTheHandlesOfTheFirst) {
+  enrollment.RunVTMEKRecertification();
+  const HANDLE first = Peer::processInfo().hProcess;
+  enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(host::machine().programsStarted.size(), 2U);
+  EXPECT_NE(Peer::processInfo().hProcess, first);
+  EXPECT_EQ(ledger().open("process"), 2U);
+  EXPECT_EQ(ledger().open("thread"), 2U);
+}
+
+TEST_F(RecertificationLaunchTest, keyOfTheStackIsClosed) {
+  enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(ledger().violations(), Texts{});
+}
+
+TEST_F(RecertificationLaunchTest, missingProgramIsLoggedAndThrownWithTheSystemsCode) {
+  host::machine().drive.remove(kProgram);
+  try {
+    enrollment.RunVTMEKRecertification();
+    FAIL() << "nothing was thrown";
+  } catch (const TPMEnrollmentProcessException& failure) {
+    EXPECT_EQ(failure.errorCode, 2U);
+    EXPECT_STREQ(failure.what(), "Last error code: 2 : The system cannot find the file specified.");
+  }
+  EXPECT_EQ(log.withoutAddresses().back(),
+            "[ERR] [TPM] [0x] [RunVTMEKRecertification] Cannot run OrvixVTMEKRecertification.exe "
+            "process.");
+}
+
+TEST_F(RecertificationLaunchTest, refusedStartCarriesItsCode) {
+  faults().failOnce("CreateProcessW", 740);
+  try {
+    enrollment.RunVTMEKRecertification();
+    FAIL() << "nothing was thrown";
+  } catch (const TPMEnrollmentProcessException& failure) {
+    EXPECT_EQ(failure.errorCode, 740U);
+  }
+  EXPECT_FALSE(log.contains("has been started"));
+}
+
+TEST_F(RecertificationLaunchTest, absentInstallDirectoryThrowsAndLogsNothingHere) {
+  host::machine().registry.deleteValue(host::machine().devices.at(0).softwareKey + L"\\tALS Client",
+                                       L"InstallDir64");
+  EXPECT_EQ(thrownBy<Exception>([this] { enrollment.RunVTMEKRecertification(); }),
+            "Cannot read tALS Client installation directory from registry.:");
+  EXPECT_FALSE(log.contains("[RunVTMEKRecertification]"));
+  EXPECT_TRUE(journal().calls("CreateProcessW").empty());
+}
+
+TEST_F(RecertificationLaunchTest, missingStackThrowsWhatItsKeyThrows) {
+  host::machine().devices.clear();
+  EXPECT_EQ(thrownBy<Exception>([this] { enrollment.RunVTMEKRecertification(); }),
+            "tals stack not installed");
+}
+
+// No check is made that the directory ends without a backslash.
+TEST_F(RecertificationLaunchTest, directoryWithATrailingBackslashGivesTwo) {
+  host::machine().registry.setText(host::machine().devices.at(0).softwareKey + L"\\tALS Client",
+                                   L"InstallDir64", L"C:\\Orvix\\bin\\");
+  enrollment.RunVTMEKRecertification();
+  const std::string arguments = journal().calls("CreateProcessW").at(0).args;
+  EXPECT_TRUE(arguments.starts_with("C:\\Orvix\\bin\\\\OrvixVTMEkRecertification.exe"))
+      << arguments;
+}
+
+}  // namespace

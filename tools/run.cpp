@@ -1,0 +1,166 @@
+// The run tool: lets a modelled machine live through a scenario and prints what happens there.
+
+#include <signal.h>
+#include <sys/signalfd.h>
+
+#include <algorithm>
+#include <iostream>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "tools/CommandLine.h"
+#include "tools/runner/Descriptor.h"
+#include "tools/runner/DriveFolder.h"
+#include "tools/runner/Judge.h"
+#include "tools/runner/Printer.h"
+#include "tools/runner/ScenarioCatalog.h"
+#include "tools/runner/ScenarioRun.h"
+
+namespace {
+
+constexpr int kAsExpected = 0;
+constexpr int kNotAsExpected = 1;
+constexpr int kNothingRun = 2;
+
+constexpr host::Nanoseconds kSecond = 1000 * host::kNanosecondsPerMillisecond;
+constexpr host::Nanoseconds kLongRun = 60 * kSecond;
+
+int refuse(const std::string& reason) {
+  std::cerr << "run: " << reason << '\n';
+  return kNothingRun;
+}
+
+// Signals that end the tool become readable here instead: the life and its drive go first.
+runner::Descriptor takeInterrupts() {
+  signal(SIGPIPE, SIG_IGN);
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaddset(&signals, number);
+  }
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return runner::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+int listScenarios(const runner::ScenarioCatalog& catalog) {
+  std::size_t width = 0;
+  for (const std::string& name : catalog.names()) {
+    width = std::max(width, name.size());
+  }
+  int status = kAsExpected;
+  for (const std::string& name : catalog.names()) {
+    const auto loaded = runner::loadScenario(*catalog.find(name));
+    if (const auto* wrong = std::get_if<std::string>(&loaded)) {
+      std::cout.flush();
+      std::cerr << *wrong << '\n';
+      status = kNothingRun;
+      continue;
+    }
+    const auto& scenario = std::get<runner::LoadedScenario>(loaded).scenario;
+    std::cout << name << std::string(width - name.size() + 2, ' ') << scenario.about << '\n';
+  }
+  std::cout.flush();
+  return status;
+}
+
+// The file of the scenario that is asked for, or what to tell somebody who asked for another.
+std::variant<std::filesystem::path, std::string> chooseFile(const CommandLine& line) {
+  if (line.scenario) {
+    return *line.scenario;
+  }
+  const runner::ScenarioCatalog catalog(runner::scenarioFolder());
+  const std::string name = line.name.value_or(runner::kDefaultScenario);
+  if (auto file = catalog.find(name)) {
+    return *file;
+  }
+  std::string nearNames;
+  for (const std::string& near : catalog.near(name)) {
+    nearNames += (nearNames.empty() ? "; did you mean " : " or ") + near;
+  }
+  return "there is no scenario " + name + nearNames +
+         (nearNames.empty() ? " (--list lists them)" : "?");
+}
+
+std::string durationText(host::Nanoseconds duration) {
+  struct Unit {
+    const char* name;
+    host::Nanoseconds length;
+  };
+  constexpr Unit kUnits[] = {
+      {" days", 86400 * kSecond}, {" h", 3600 * kSecond}, {" min", 60 * kSecond}};
+  for (const Unit& unit : kUnits) {
+    if (duration % unit.length == 0) {
+      return std::to_string(duration / unit.length) + unit.name;
+    }
+  }
+  return std::to_string((duration + kSecond - 1) / kSecond) + " s";
+}
+
+int runOne(const CommandLine& line, const runner::LoadedScenario& loaded) {
+  const runner::Descriptor interrupts = takeInterrupts();
+  const auto made = runner::DriveFolder::make(line.keep);
+  if (const auto* refusal = std::get_if<std::string>(&made)) {
+    return refuse(*refusal);
+  }
+  runner::Printer printer(std::cout, line.verbose);
+  if (!line.virtualTime && loaded.scenario.limit > kLongRun) {
+    printer.say("this may take up to " + durationText(loaded.scenario.limit) +
+                "; with --virtual it takes milliseconds");
+  }
+  runner::RunOptions options;
+  options.realTime = !line.virtualTime;
+  options.seed = line.seed.value_or(0);
+  options.interrupt = interrupts.get();
+  options.onRecord = [&printer](const runner::Record& record) { return printer.print(record); };
+  const auto ran =
+      runner::runScenario(loaded, std::get<runner::DriveFolder>(made).drive(), options);
+  if (const auto* refusal = std::get_if<std::string>(&ran)) {
+    return refuse(*refusal);
+  }
+
+  const auto& result = std::get<runner::RunResult>(ran);
+  const bool isComparable = line.virtualTime && options.seed == 0;
+  const auto differences = runner::judge(
+      loaded.scenario, result, isComparable ? runner::Lines::kCompared : runner::Lines::kIgnored);
+  if (!differences.empty() || line.verbose) {
+    std::cerr << result.strayOutput;
+  }
+  if (!result.addressesFixed) {
+    printer.say("address randomisation could not be switched off: addresses differ between runs");
+  }
+  if (line.keep) {
+    printer.say("the machine's drive is kept in " + line.keep->string());
+  }
+  const bool printed = printer.summarize(loaded.scenario.name, result, differences);
+  return differences.empty() && printed ? kAsExpected : kNotAsExpected;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const auto read = readCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+  if (const auto* fault = std::get_if<std::string>(&read)) {
+    std::cerr << "run: " << *fault << '\n' << kUsage;
+    return kNothingRun;
+  }
+  const auto& line = std::get<CommandLine>(read);
+  if (line.help) {
+    std::cout << kUsage << kHelp;
+    return kAsExpected;
+  }
+  if (line.list) {
+    return listScenarios(runner::ScenarioCatalog(runner::scenarioFolder()));
+  }
+  const auto chosen = chooseFile(line);
+  if (const auto* unknown = std::get_if<std::string>(&chosen)) {
+    std::cerr << "run: " << *unknown << '\n' << kUsage;
+    return kNothingRun;
+  }
+  const auto loaded = runner::loadScenario(std::get<std::filesystem::path>(chosen));
+  if (const auto* malformed = std::get_if<std::string>(&loaded)) {
+    std::cerr << *malformed << '\n';
+    return kNothingRun;
+  }
+  return runOne(line, std::get<runner::LoadedScenario>(loaded));
+}

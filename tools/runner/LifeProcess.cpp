@@ -1,0 +1,349 @@
+#include "tools/runner/LifeProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/personality.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+namespace runner {
+namespace {
+
+constexpr char kProgramName[] = "TPMEnrollmentService";
+constexpr int kReportDescriptor = 3;
+// The ends of pipes are kept clear of the descriptors that the life gets.
+constexpr int kLowestOwnDescriptor = 10;
+constexpr int kSanitizerExitStatus = 99;
+constexpr std::size_t kMostStrayBytes = std::size_t{1} << 20U;
+constexpr unsigned long kReadPersonality = 0xffffffff;
+
+constexpr std::string_view kSanitizer = RUNNER_SANITIZER;
+
+std::string systemText(const std::string& what, int error) {
+  return what + ": " + std::strerror(error);
+}
+
+// A fault has to end the life as it ends it without a sanitizer; only what a sanitizer itself finds
+// is its report.
+std::vector<std::string> sanitizerEnvironment() {
+  const std::string common =
+      "handle_segv=0:handle_sigbus=0:handle_sigill=0:handle_sigfpe=0:handle_abort=0:exitcode=" +
+      std::to_string(kSanitizerExitStatus);
+  if (kSanitizer == "address") {
+    return {"ASAN_OPTIONS=" + common + ":detect_leaks=1",
+            "LSAN_OPTIONS=exitcode=" + std::to_string(kSanitizerExitStatus),
+            "UBSAN_OPTIONS=" + common + ":print_stacktrace=1"};
+  }
+  if (kSanitizer == "thread") {
+    return {"TSAN_OPTIONS=" + common};
+  }
+  return {};
+}
+
+struct Pipe {
+  Descriptor readEnd;
+  Descriptor writeEnd;
+};
+
+Descriptor movedUp(int descriptor) {
+  const Descriptor low(descriptor);
+  return Descriptor(fcntl(low.get(), F_DUPFD_CLOEXEC, kLowestOwnDescriptor));
+}
+
+bool makePipe(Pipe& made) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) {
+    return false;
+  }
+  made.readEnd = movedUp(ends[0]);
+  made.writeEnd = movedUp(ends[1]);
+  return made.readEnd.isOpen() && made.writeEnd.isOpen() &&
+         fcntl(made.readEnd.get(), F_SETFL, O_NONBLOCK) == 0;
+}
+
+// Switches address randomisation off for what the calling thread starts, for its lifetime.
+class FixedAddresses {
+ public:
+  FixedAddresses() : before_(personality(kReadPersonality)) {
+    if (before_ >= 0) {
+      inForce_ = personality(static_cast<unsigned long>(before_) | ADDR_NO_RANDOMIZE) >= 0;
+    }
+  }
+  ~FixedAddresses() {
+    if (inForce_) {
+      personality(static_cast<unsigned long>(before_));
+    }
+  }
+  FixedAddresses(const FixedAddresses&) = delete;
+  FixedAddresses& operator=(const FixedAddresses&) = delete;
+
+  bool inForce() const { return inForce_; }
+
+ private:
+  int before_;
+  bool inForce_ = false;
+};
+
+// What a new process gets from posix_spawn beside program, arguments and environment.
+class SpawnSettings {
+ public:
+  SpawnSettings(int reportEnd, int strayEnd) {
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&files, strayEnd, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files, strayEnd, STDERR_FILENO);
+    posix_spawn_file_actions_adddup2(&files, reportEnd, kReportDescriptor);
+
+    // A process group of its own: an interrupt from the terminal reaches the runner alone, which
+    // ends the life and everything that the life started.
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    sigset_t signals;
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes, &signals);
+    posix_spawnattr_setflags(
+        &attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~SpawnSettings() {
+    posix_spawn_file_actions_destroy(&files);
+    posix_spawnattr_destroy(&attributes);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  posix_spawn_file_actions_t files{};
+  posix_spawnattr_t attributes{};
+};
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) {
+    pointers.push_back(text.data());
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// Reads what there is. The piece is empty at the end of the pipe, or if nothing is there yet:
+// `ended` tells which.
+std::string_view readPiece(int descriptor, std::array<char, 65536>& buffer, bool& ended) {
+  ssize_t size = 0;
+  do {
+    size = read(descriptor, buffer.data(), buffer.size());
+  } while (size < 0 && errno == EINTR);
+  ended = size == 0 || (size < 0 && errno != EAGAIN);
+  return {buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
+}
+
+}  // namespace
+
+std::variant<RunResult, std::string> LifeProcess::run(const LifeOptions& options) {
+  LifeProcess life(options);
+  std::string refusal = life.start();
+  if (!refusal.empty()) {
+    return refusal;
+  }
+  life.listen();
+  return std::move(life.result_);
+}
+
+LifeProcess::~LifeProcess() {
+  if (process_ > 0) {
+    killAll();
+    waitpid(process_, nullptr, 0);
+  }
+}
+
+std::string LifeProcess::start() {
+  Pipe report;
+  Pipe stray;
+  if (!makePipe(report) || !makePipe(stray)) {
+    return systemText("no pipe for the life's report", errno);
+  }
+  deadline_ = std::chrono::steady_clock::now() + options_.bound;
+  std::string refusal = spawn(report.writeEnd.get(), stray.writeEnd.get());
+  if (!refusal.empty()) {
+    return refusal;
+  }
+  processEnd_ = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
+  if (!processEnd_.isOpen()) {
+    return systemText("the life cannot be watched", errno);
+  }
+  report_ = std::move(report.readEnd);
+  stray_ = std::move(stray.readEnd);
+  return {};
+}
+
+std::string LifeProcess::spawn(int reportEnd, int strayEnd) {
+  std::vector<std::string> arguments{kProgramName};
+  arguments.insert(arguments.end(), options_.arguments.begin(), options_.arguments.end());
+  std::vector<std::string> environment = options_.environment;
+  environment.push_back("TPM_HOST_REPORT=" + std::to_string(kReportDescriptor));
+  for (std::string& option : sanitizerEnvironment()) {
+    environment.push_back(std::move(option));
+  }
+
+  const SpawnSettings settings(reportEnd, strayEnd);
+  const FixedAddresses fixedAddresses;
+  result_.addressesFixed = fixedAddresses.inForce();
+  const int error =
+      posix_spawn(&process_, options_.program.c_str(), &settings.files, &settings.attributes,
+                  pointersTo(arguments).data(), pointersTo(environment).data());
+  if (error != 0) {
+    process_ = -1;
+    return systemText(options_.program.string(), error);
+  }
+  // A fault that a scenario asks for is no reason to leave a core file behind.
+  const rlimit noCore{0, 0};
+  prlimit(process_, RLIMIT_CORE, &noCore, nullptr);
+  return {};
+}
+
+void LifeProcess::listen() {
+  bool hasExited = false;
+  while (!hasExited && waitForNews(hasExited)) {
+  }
+  // Before the process is reaped its number cannot name another one's group.
+  killAll();
+  int waitStatus = 0;
+  while (waitpid(process_, &waitStatus, 0) < 0 && errno == EINTR) {
+  }
+  process_ = -1;
+  if (!givenUp_) {
+    readReport();
+  }
+  readStray();
+  decideEnd(waitStatus);
+}
+
+// One look at everything that may have news. False if the run has been given up.
+bool LifeProcess::waitForNews(bool& hasExited) {
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline_ - std::chrono::steady_clock::now());
+  if (left.count() <= 0) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(options_.bound);
+    return giveUp(End::kKilled, "it took more than " + std::to_string(seconds.count()) + " s");
+  }
+  std::array<pollfd, 4> news{pollfd{report_.get(), POLLIN, 0}, pollfd{stray_.get(), POLLIN, 0},
+                             pollfd{processEnd_.get(), POLLIN, 0},
+                             pollfd{options_.interrupt, POLLIN, 0}};
+  const auto waitMs =
+      static_cast<int>(std::min<std::chrono::milliseconds::rep>(left.count(), INT_MAX));
+  if (poll(news.data(), news.size(), waitMs) < 0 && errno != EINTR) {
+    return giveUp(End::kLost, systemText("nothing can be heard of it", errno));
+  }
+  if (news[3].revents != 0) {
+    return giveUp(End::kInterrupted, "");
+  }
+  if (news[0].revents != 0) {
+    readReport();
+  }
+  if (news[1].revents != 0) {
+    readStray();
+  }
+  hasExited = news[2].revents != 0;
+  return !givenUp_;
+}
+
+void LifeProcess::readReport() {
+  const auto take = [this](const Record& record) {
+    addRecord(result_, record);
+    endTold_ = endTold_ || record.kind == host::ReportKind::kEnd;
+    return !options_.onRecord || options_.onRecord(record);
+  };
+  std::array<char, 65536> buffer;
+  while (report_.isOpen()) {
+    bool ended = false;
+    const std::string_view piece = readPiece(report_.get(), buffer, ended);
+    if (ended) {
+      report_.reset();
+    }
+    if (piece.empty()) {
+      return;
+    }
+    if (!reader_.feed(piece, take)) {
+      report_.reset();
+      const std::string fault = reader_.fault();
+      giveUp(fault.empty() ? End::kInterrupted : End::kLost, fault);
+    }
+  }
+}
+
+void LifeProcess::readStray() {
+  std::array<char, 65536> buffer;
+  while (stray_.isOpen()) {
+    bool ended = false;
+    const std::string_view piece = readPiece(stray_.get(), buffer, ended);
+    result_.strayOutput.append(
+        piece.substr(0, kMostStrayBytes - std::min(kMostStrayBytes, result_.strayOutput.size())));
+    if (ended) {
+      stray_.reset();
+    }
+    if (piece.empty()) {
+      return;
+    }
+  }
+}
+
+bool LifeProcess::giveUp(End end, const std::string& detail) {
+  if (!givenUp_) {
+    result_.end = end;
+    result_.detail = detail;
+    givenUp_ = true;
+  }
+  return false;
+}
+
+void LifeProcess::killAll() const {
+  kill(-process_, SIGKILL);
+}
+
+void LifeProcess::decideEnd(int waitStatus) {
+  if (givenUp_) {
+    return;
+  }
+  const int status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 0;
+  if (WIFSIGNALED(waitStatus)) {
+    const int signal = WTERMSIG(waitStatus);
+    const bool isFault =
+        signal == SIGSEGV || signal == SIGBUS || signal == SIGILL || signal == SIGFPE;
+    const char* name = sigabbrev_np(signal);
+    result_.detail =
+        name == nullptr ? "signal " + std::to_string(signal) : std::string("SIG") + name;
+    result_.end = isFault ? End::kFault : signal == SIGABRT ? End::kTerminate : End::kLost;
+    return;
+  }
+  if (!kSanitizer.empty() && status == kSanitizerExitStatus) {
+    result_.end = End::kSanitizer;
+    result_.detail = "";
+    return;
+  }
+  if (!reader_.fault().empty()) {
+    result_.end = End::kLost;
+    result_.detail = reader_.fault();
+    return;
+  }
+  if (!endTold_) {
+    result_.end = End::kLost;
+    result_.detail = "exit status " + std::to_string(status) + ", and it told no end";
+    return;
+  }
+  if (result_.end == End::kExit && (result_.exitCode & 0xff) != status) {
+    result_.end = End::kLost;
+    result_.detail = "exit status " + std::to_string(status) + ", but it told exit code " +
+                     std::to_string(result_.exitCode);
+  }
+}
+
+}  // namespace runner

@@ -1,0 +1,94 @@
+#include "tools/runner/ScenarioCatalog.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace runner {
+namespace {
+
+constexpr char kEnding[] = ".scenario";
+constexpr std::size_t kMostNearNames = 5;
+
+// How many letters have to be put in, taken out or replaced to make one name of the other.
+std::size_t distance(std::string_view left, std::string_view right) {
+  std::vector<std::size_t> row(right.size() + 1);
+  for (std::size_t j = 0; j < row.size(); ++j) {
+    row[j] = j;
+  }
+  for (std::size_t i = 1; i <= left.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i);
+    for (std::size_t j = 1; j <= right.size(); ++j) {
+      const std::size_t replaced = diagonal + (left[i - 1] == right[j - 1] ? 0U : 1U);
+      diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, replaced}));
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::path& file) {
+  std::error_code error;
+  if (std::filesystem::is_directory(file, error)) {
+    return file.string() + ": " + std::strerror(EISDIR);
+  }
+  errno = 0;
+  std::ifstream stream(file, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  if (!stream.good() && !stream.eof()) {
+    return file.string() + ": " + std::strerror(errno == 0 ? EIO : errno);
+  }
+  auto parsed = host::parseScenario(file.stem().string(), text);
+  if (const auto* wrong = std::get_if<host::ScenarioError>(&parsed)) {
+    return file.string() + ":" + std::to_string(wrong->line) + ": " + wrong->reason;
+  }
+  return LoadedScenario{file, std::get<host::Scenario>(std::move(parsed))};
+}
+
+ScenarioCatalog::ScenarioCatalog(const std::filesystem::path& folder) : folder_(folder) {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    if (entry.path().extension() == kEnding) {
+      names_.push_back(entry.path().stem().string());
+    }
+  }
+  std::ranges::sort(names_, {}, [](const std::string& name) {
+    return std::make_pair(name != kDefaultScenario, name);
+  });
+}
+
+std::optional<std::filesystem::path> ScenarioCatalog::find(const std::string& name) const {
+  if (std::ranges::find(names_, name) == names_.end()) {
+    return std::nullopt;
+  }
+  return folder_ / (name + kEnding);
+}
+
+std::vector<std::string> ScenarioCatalog::near(const std::string& name) const {
+  std::vector<std::pair<std::size_t, std::string>> found;
+  const std::size_t farthest = std::max<std::size_t>(2, name.size() / 3);
+  for (const std::string& known : names_) {
+    const std::size_t apart = distance(name, known);
+    const bool contains = name.size() > 2 && known.find(name) != std::string::npos;
+    if (apart <= farthest || contains) {
+      found.emplace_back(apart, known);
+    }
+  }
+  std::ranges::sort(found);
+  std::vector<std::string> names;
+  for (auto& [apart, known] : found) {
+    if (names.size() < kMostNearNames) {
+      names.push_back(std::move(known));
+    }
+  }
+  return names;
+}
+
+}  // namespace runner

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/host/Scenario.h"
+
+namespace runner {
+
+// A scenario that was read and found right.
+struct LoadedScenario {
+  std::filesystem::path file;
+  host::Scenario scenario;
+};
+
+// Reads and checks a scenario's file. Gives what is wrong as "file:line: reason", or as
+// "file: reason" if it cannot be read.
+std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::path& file);
+
+// The scenarios of a folder: its files "<name>.scenario", the first boot's first, the others by
+// name.
+class ScenarioCatalog {
+ public:
+  // A folder that cannot be read is an empty catalog.
+  explicit ScenarioCatalog(const std::filesystem::path& folder);
+
+  const std::vector<std::string>& names() const { return names_; }
+
+  // The scenario's file; nothing if there is none of that name.
+  std::optional<std::filesystem::path> find(const std::string& name) const;
+
+  // Names that somebody who wrote `name` may have meant, the nearest first; at most five.
+  std::vector<std::string> near(const std::string& name) const;
+
+ private:
+  std::filesystem::path folder_;
+  std::vector<std::string> names_;
+};
+
+// The scenario that is run when none is named.
+inline constexpr char kDefaultScenario[] = "first-boot";
+
+}  // namespace runner
