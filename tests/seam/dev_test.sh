@@ -11,8 +11,10 @@ trap 'rm -rf -- "$place"' EXIT
 
 # --- the stage ----------------------------------------------------------------------------------
 
-# Makes a command for the script to find; its text comes from the standard input.
+# Makes a command for the script to find; its text comes from the standard input. The name may be
+# a link to the machine's own tool, which must not be written through.
 stub() {
+  rm -f -- "$place/bin/$1"
   {
     printf '#!/bin/bash\n'
     printf 'printf "%%s\\n" "%s $*" >>"%s/calls"\n' "$1" "$place"
@@ -93,6 +95,15 @@ expect_no_leftovers() {
 }
 expect_last_line() {
   [[ $(tail -n 1 "$place/out") == "$1" ]] || give_up "the last line is not: $1"
+}
+
+# --- the stage itself ---------------------------------------------------------------------------
+
+test_stub_replaces_a_link_and_leaves_its_target_alone() {
+  printf 'own tool\n' >"$place/tool"
+  ln -s -- "$place/tool" "$place/bin/tool"
+  stub tool <<<'exit 0'
+  [[ $(cat "$place/tool") == 'own tool' ]] || give_up 'the target was written through the link'
 }
 
 # --- help and misuse ----------------------------------------------------------------------------
