@@ -58,10 +58,14 @@ class talsClientCaller : public vusl::Thread, public ItalsClientCaller {
   // The input of command 3.
   std::uint32_t keyType = 0xFFFFFFFF;
 
- private:
   using Components = std::vector<std::uint32_t>;
 
-  talsStatus dispatchCommand(std::uint32_t command);
+  // Initialises the client library for `components`: two or more are both at once, a single one is
+  // 1 for the first or 2 for the second. Returns the library's status, which is logged;
+  // STATUS_ERROR for any other single one, which is not.
   talsStatus runInit(std::unique_ptr<Components> components);
+
+ private:
+  talsStatus dispatchCommand(std::uint32_t command);
   talsStatus runRecertification(std::uint32_t type);
 };

@@ -1,7 +1,9 @@
 // The run tool: lets a modelled machine live through a scenario and prints what happens there.
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <iostream>
@@ -23,8 +25,20 @@ constexpr int kAsExpected = 0;
 constexpr int kNotAsExpected = 1;
 constexpr int kNothingRun = 2;
 
+constexpr char kNobodyReads[] = "nothing can be written to the standard output";
+
 constexpr host::Nanoseconds kSecond = 1000 * host::kNanosecondsPerMillisecond;
 constexpr host::Nanoseconds kLongRun = 60 * kSecond;
+
+// A descriptor that is closed would be given to the next file that is opened, and the run's lines
+// would go there. What is opened here instead cannot be used either.
+void occupyStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) < 0) {
+      open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+  }
+}
 
 int refuse(const std::string& reason) {
   std::cerr << "run: " << reason << '\n';
@@ -61,7 +75,7 @@ int listScenarios(const runner::ScenarioCatalog& catalog) {
     std::cout << name << std::string(width - name.size() + 2, ' ') << scenario.about << '\n';
   }
   std::cout.flush();
-  return status;
+  return std::cout.good() ? status : refuse(kNobodyReads);
 }
 
 // The file of the scenario that is asked for, or what to tell somebody who asked for another.
@@ -132,13 +146,17 @@ int runOne(const CommandLine& line, const runner::LoadedScenario& loaded) {
   if (line.keep) {
     printer.say("the machine's drive is kept in " + line.keep->string());
   }
-  const bool printed = printer.summarize(loaded.scenario.name, result, differences);
-  return differences.empty() && printed ? kAsExpected : kNotAsExpected;
+  if (!printer.summarize(loaded.scenario.name, result, differences)) {
+    std::cerr << "run: " << kNobodyReads << ", so the run was given up\n";
+    return kNotAsExpected;
+  }
+  return differences.empty() ? kAsExpected : kNotAsExpected;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  occupyStandardDescriptors();
   const auto read = readCommandLine(std::vector<std::string>(argv + 1, argv + argc));
   if (const auto* fault = std::get_if<std::string>(&read)) {
     std::cerr << "run: " << *fault << '\n' << kUsage;
@@ -146,8 +164,8 @@ int main(int argc, char** argv) {
   }
   const auto& line = std::get<CommandLine>(read);
   if (line.help) {
-    std::cout << kUsage << kHelp;
-    return kAsExpected;
+    std::cout << kUsage << kHelp << std::flush;
+    return std::cout.good() ? kAsExpected : refuse(kNobodyReads);
   }
   if (line.list) {
     return listScenarios(runner::ScenarioCatalog(runner::scenarioFolder()));

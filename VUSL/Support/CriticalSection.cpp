@@ -12,8 +12,9 @@ constexpr DWORD kSpinCount = 0x4000;
 
 CriticalSection::CriticalSection() {
   if (InitializeCriticalSectionAndSpinCount(&section, kSpinCount) == FALSE) {
+    const DWORD error = GetLastError();
     throw Exception("CriticalSection")
-        << "InitializeCriticalSectionAndSpinCount failed with error: " << GetLastError();
+        << "InitializeCriticalSectionAndSpinCount failed with error: " << error;
   }
 }
 

@@ -25,7 +25,7 @@ class CriticalSection : public Waitable {
   WaitResult Unlock() override;
 
  private:
-  CRITICAL_SECTION section;
+  CRITICAL_SECTION section{};
 };
 
 }  // namespace vusl

@@ -70,6 +70,8 @@ void WriteEvent(const TraceProvider& provider, const EventRow& row, const vusl::
   event.Channel = kTraceLoggingChannel;
   event.Level = row.eventLevel;
 
+  // As a C string, because the field ends at its first zero character.
+  // cppcheck-suppress stlcstrParam
   const std::u16string message = vusl::Utf16(text.c_str());
   std::array<EVENT_DATA_DESCRIPTOR, 4> data = {
       Describe(provider.metadata, MetadataLength(provider.metadata), kProviderMetadata),

@@ -8,7 +8,8 @@ namespace vusl {
 
 Event::Event() : handle_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
   if (handle_ == nullptr) {
-    throw Exception("Event::Event") << "Create event failed " << GetLastError();
+    const DWORD error = GetLastError();
+    throw Exception("Event::Event") << "Create event failed " << error;
   }
 }
 
@@ -35,8 +36,9 @@ WaitResult Event::Unlock() {
 
 void Event::signal() {
   if (SetEvent(handle_) == FALSE) {
+    const DWORD error = GetLastError();
     throw Exception("Event::signal")
-        << "SetEvent failed, err: " << GetLastError() << " for:" << static_cast<const void*>(this);
+        << "SetEvent failed, err: " << error << " for:" << static_cast<const void*>(this);
   }
 }
 

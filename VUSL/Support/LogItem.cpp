@@ -26,7 +26,10 @@ LogItem::LogItem(const char* location) : LogItem() {
 
 LogItem::~LogItem() {
   LogSink& sink = LogSink::process();
+  // As C strings, because a message ends at its first zero character.
+  // cppcheck-suppress stlcstrParam
   sink.log(outletMessage.c_str(), level, LogSink::kOutletChannel);
+  // cppcheck-suppress stlcstrParam
   sink.log(consoleMessage.c_str(), level, LogSink::kConsoleChannel);
 }
 

@@ -6,7 +6,8 @@ namespace vusl {
 
 Mutex::Mutex() : handle(CreateMutexW(nullptr, FALSE, nullptr)) {
   if (handle == nullptr) {
-    throw Exception("Mutex::Mutex()") << "CreateMutex failed: err: " << GetLastError();
+    const DWORD error = GetLastError();
+    throw Exception("Mutex::Mutex()") << "CreateMutex failed: err: " << error;
   }
 }
 

@@ -70,8 +70,9 @@ void Thread::Start() {
   ResetEvent(startedEvent.handle());
   threadHandle = CreateThread(nullptr, 0, theThreadFunc, this, 0, &threadId);
   if (threadHandle == nullptr) {
-    throw Exception("Thread::Start") << "CreateThreadfailed, error " << GetLastError() << " thread "
-                                     << static_cast<const void*>(this);
+    const DWORD error = GetLastError();
+    throw Exception("Thread::Start")
+        << "CreateThreadfailed, error " << error << " thread " << static_cast<const void*>(this);
   }
   NameThreadForDebugger(threadId, name);
 }

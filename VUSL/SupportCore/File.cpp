@@ -37,7 +37,7 @@ uint32_t File::getSize() const {
 }
 
 uint32_t File::getSize(const string_t& path) {
-  WIN32_FIND_DATAW data;
+  WIN32_FIND_DATAW data{};
   HANDLE const search = FindFirstFileW(path.c_str(), &data);
   if (search == INVALID_HANDLE_VALUE) {
     const DWORD error = GetLastError();
@@ -52,7 +52,7 @@ uint32_t File::getSize(const string_t& path) {
 }
 
 bool File::exists() const {
-  WIN32_FIND_DATAW data;
+  WIN32_FIND_DATAW data{};
   HANDLE const search = FindFirstFileW(name.c_str(), &data);
   if (search == INVALID_HANDLE_VALUE) {
     return false;

@@ -87,14 +87,17 @@ void prepareLife(const char* scenarioPath) {
   theLife = new Scenario(std::move(std::get<Scenario>(parsed)));
   const auto descriptor = static_cast<int>(numberFrom("TPM_HOST_REPORT"));
   fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-  Report::instance().open(descriptor,
-                          Scheduler::instance().mode() == Scheduler::Mode::kVirtual);
-  if (const char* drive = std::getenv("TPM_HOST_DRIVE")) {
-    machine().drive.keepIn(drive);
-  }
+  Report::instance().open(descriptor, Scheduler::instance().mode() == Scheduler::Mode::kVirtual);
   // Only counts and the hash: a life may last for years of the machine's time.
   Journal::instance().keepEntries(false);
-  setUpMachine(*theLife);
+  try {
+    if (const char* drive = std::getenv("TPM_HOST_DRIVE")) {
+      machine().drive.keepIn(drive);
+    }
+    setUpMachine(*theLife);
+  } catch (const DriveError& error) {
+    giveUp(error.what());
+  }
 }
 
 // Priorities below 101 belong to the implementation; 101 is ahead of all ordinary static objects.
@@ -145,6 +148,8 @@ __attribute__((destructor(101))) void endProcess() {
   if (theLife == nullptr) {
     return;
   }
+  // Other threads may still run; none of them adds to the account from here on.
+  const Scheduler::Guard guard;
   waitForPrograms();
   for (const std::string& violation : Ledger::instance().violations()) {
     recordImbalance(violation);

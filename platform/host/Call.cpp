@@ -120,6 +120,21 @@ void Faults::failFrom(const std::string& call, DWORD error, unsigned nth) {
   rules_[call].push_back({error, nth, true});
 }
 
+void Faults::clear() {
+  rules_.clear();
+  onStrike = nullptr;
+}
+
+void Faults::tell(std::string_view call, const Rule& rule) const {
+  if (!onStrike) {
+    return;
+  }
+  const std::string nth = std::to_string(rule.nth);
+  onStrike(std::string(call) +
+           (rule.lasting ? " fails from " + nth + " on" : " " + nth + " fails") + " with " +
+           std::to_string(rule.error));
+}
+
 const DWORD* Faults::next(std::string_view call) {
   const auto found = rules_.find(call);
   if (found == rules_.end()) {
@@ -131,8 +146,10 @@ const DWORD* Faults::next(std::string_view call) {
       error = rule.lasting ? &rule.error : error;
       continue;
     }
-    --rule.callsToGo;
-    error = rule.callsToGo == 0 ? &rule.error : error;
+    if (--rule.callsToGo == 0) {
+      error = &rule.error;
+      tell(call, rule);
+    }
   }
   return error;
 }

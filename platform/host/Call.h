@@ -18,9 +18,9 @@ namespace host {
 // One platform call of the run.
 struct JournalEntry {
   const char* name = "";
-  std::string args;    // in order, separated by ", "
-  std::string result;  // empty for calls that give none
-  DWORD lastError = 0;  // the thread's last error when the call returned
+  std::string args;      // in order, separated by ", "
+  std::string result;    // empty for calls that give none
+  DWORD lastError = 0;   // the thread's last error when the call returned
   bool faulted = false;  // failed because it was told to
   DWORD thread = 0;
   Nanoseconds time = 0;
@@ -64,7 +64,12 @@ class Faults {
   void failOnce(const std::string& call, DWORD error, unsigned nth = 1);
   // The `nth` call of this name and all after it fail.
   void failFrom(const std::string& call, DWORD error, unsigned nth = 1);
-  void clear() { rules_.clear(); }
+  void clear();
+
+  // Told when a rule makes a call fail, and of a rule that lasts only the first time:
+  // "CreateEventW 2 fails with 5", "CreateEventW fails from 2 on with 5". Called with the guard
+  // held.
+  std::function<void(const std::string& what)> onStrike;
 
   // Asked by each call: the error to fail with, if it is to fail.
   const DWORD* next(std::string_view call);
@@ -72,9 +77,12 @@ class Faults {
  private:
   struct Rule {
     DWORD error;
-    unsigned callsToGo;
+    unsigned nth;
     bool lasting;
+    unsigned callsToGo = nth;
   };
+  void tell(std::string_view call, const Rule& rule) const;
+
   std::map<std::string, std::vector<Rule>, std::less<>> rules_;
 };
 

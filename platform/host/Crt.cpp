@@ -1,12 +1,17 @@
 // Calls of the platform's C runtime. They are no calls of the system: none has a place in the
 // journal, except the look at the environment. Each can be told to fail, and then answers with the
-// error as its result.
+// error as its result (calloc, with which the model also allocates, with null).
 
 #include <climits>
 #include <string>
 
 #include "platform/host/Call.h"
 #include "platform/host/Machine.h"
+
+extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size);
+}
 
 namespace {
 
@@ -205,4 +210,12 @@ errno_t wcstombs_s(std::size_t* converted, char* target, std::size_t room, const
     *converted = size;
   }
   return result;
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  if (const errno_t error = toldError("calloc")) {
+    errno = error;
+    return nullptr;
+  }
+  return __real_calloc(count, size);
 }

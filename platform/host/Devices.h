@@ -13,8 +13,8 @@ struct DeviceNode {
   std::wstring classGuid;                 // "{5c4c3332-344d-483c-8739-259e934c9cc8}"
   std::vector<std::wstring> hardwareIds;  // in the order of the property
   bool present = true;
-  std::wstring softwareKey;               // path in the registry; empty if there is none
-  CONFIGRET locateResult = CR_SUCCESS;    // what locating the node answers
+  std::wstring softwareKey;             // path in the registry; empty if there is none
+  CONFIGRET locateResult = CR_SUCCESS;  // what locating the node answers
 };
 
 }  // namespace host

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -86,8 +85,7 @@ fs::path entryOf(const fs::path& folder, std::wstring_view name, bool& exists) {
 }
 
 [[noreturn]] void fail(std::wstring_view path, const std::string& what) {
-  std::fprintf(stderr, "model: drive: %s: %s\n", toUtf8(path).c_str(), what.c_str());
-  std::exit(EXIT_FAILURE);
+  throw DriveError(toUtf8(path) + ": " + what);
 }
 
 fs::path makeTemporaryFolder() {

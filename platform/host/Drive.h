@@ -3,12 +3,18 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "platform/host/windows/Types.h"
 
 namespace host {
+
+// Something could not be done to the drive; `what` names the machine's path and the reason.
+struct DriveError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
 
 // The machine's drive, kept in a folder: "C:\x" is <root>/C/x. Names ignore case and keep it.
 // Paths here are the machine's: absolute ones, or ones relative to a given current directory.
@@ -31,8 +37,8 @@ class Drive {
   // the platform does not allow nothing and 123. `error` is 0 for what exists.
   std::optional<std::filesystem::path> locate(std::wstring_view path, DWORD* error = nullptr);
 
-  // For tests and scenarios. Folders are made as needed; a failure ends the process with a
-  // message, as nothing sensible can follow.
+  // For tests and scenarios. Folders are made as needed; a failure throws `DriveError`, from
+  // `keepIn` and `root` too.
   void createFolder(std::wstring_view path);
   void write(std::wstring_view path, std::string_view bytes);
   void copyIn(const std::filesystem::path& source, std::wstring_view path);

@@ -22,6 +22,8 @@ class KernelObject {
   virtual bool waitable() const { return false; }
   // Whether a wait of this thread would end now.
   virtual bool signalled(const Thread& /*waiter*/) const { return false; }
+  // The thread that a wait is for to let go; null if there is none.
+  virtual const Thread* holder() const { return nullptr; }
   // Takes what a satisfied wait takes; true if the object had been abandoned.
   virtual bool consume(Thread& /*waiter*/) { return false; }
   // Searches, namespaces and boundaries have calls of their own that end them.

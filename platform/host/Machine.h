@@ -41,6 +41,11 @@ struct Machine {
   Token token;
   WindowsVersion version;
   LANGID userLanguage = 0x0409;
+  // Texts of errors that this system has beside the table of the English edition, or in place of
+  // it, as they stand: with their line end, if they are to have one.
+  std::map<DWORD, std::wstring> errorTexts;
+  // Tables of strings, by the path of the program or the library that holds them.
+  std::map<std::wstring, std::map<UINT, std::wstring>, IgnoringCase> stringTables;
   std::map<std::wstring, std::wstring, IgnoringCase> environment;
   std::wstring currentDirectory = L"C:\\Windows\\System32";
   NamedObjects objects;
@@ -72,7 +77,9 @@ struct Machine {
   // Whether a successful GetModuleFileNameW sets the last error to 0 or leaves it.
   bool moduleFileNameClearsLastError = true;
   // The folder set by SetDllDirectoryW; without one the current directory is searched.
-  std::optional<std::wstring> libraryDirectory;
+  std::optional<std::wstring> dllDirectory;
+  // The folder of the user under whom the process runs: a service's is the local system account's.
+  std::wstring profileDirectory = L"C:\\Windows\\System32\\config\\systemprofile";
   // Whether the standard input is a console, and the console's mode.
   bool inputIsConsole = false;
   DWORD consoleMode = 0x1F7;

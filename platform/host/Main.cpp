@@ -39,6 +39,8 @@ class ConsoleBuffer final : public std::basic_streambuf<Character> {
     if (Traits::eq_int_type(character, Traits::eof())) {
       return Traits::not_eof(character);
     }
+    // Threads that run side by side may print at the same time.
+    const host::Scheduler::Guard guard;
     const Character value = Traits::to_char_type(character);
     if (value == Character('\n')) {
       host::Report::instance().record(host::ReportKind::kConsole, narrowed(line_));

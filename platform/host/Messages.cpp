@@ -59,13 +59,18 @@ constexpr DWORD kEnglish = 0x409;
 // A result that only wraps an error has that error's message.
 constexpr DWORD kWrappedErrors = 0x80070000;
 
-const wchar_t* messageFor(DWORD id) {
+// The text with its line end; empty for a code that the system does not know.
+std::wstring messageFor(DWORD id) {
+  const auto& own = host::machine().errorTexts;
+  if (const auto told = own.find(id); told != own.end()) {
+    return told->second;
+  }
   if ((id & 0xFFFF0000U) == kWrappedErrors) {
     id &= 0xFFFFU;
   }
   const auto* found = std::find_if(std::begin(kMessages), std::end(kMessages),
                                    [&](const Message& message) { return message.id == id; });
-  return found == std::end(kMessages) ? nullptr : found->text;
+  return found == std::end(kMessages) ? std::wstring() : found->text + std::wstring(kMessageEnd);
 }
 
 bool isInstalled(DWORD language) {
@@ -93,11 +98,10 @@ DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD id, DWORD language, LPWS
   if (!isInstalled(language)) {
     return call.fails(kErrorLanguageNotFound, DWORD{0});
   }
-  const wchar_t* const message = messageFor(id);
-  if (message == nullptr) {
+  const std::wstring text = messageFor(id);
+  if (text.empty()) {
     return call.fails(ERROR_MR_MID_NOT_FOUND, DWORD{0});
   }
-  const std::wstring text = std::wstring(message) + kMessageEnd;
   if (allocates) {
     const std::size_t characters = std::max<std::size_t>(text.size() + 1, size);
     *allocated = static_cast<LPWSTR>(host::allocate(characters * sizeof(WCHAR), "FormatMessageW"));

@@ -82,12 +82,12 @@ std::vector<std::wstring> searchedFolders() {
   const Machine& machine = host::machine();
   std::vector<std::wstring> folders;
   folders.push_back(machine.programPath.substr(0, machine.programPath.rfind(L'\\')));
-  if (machine.libraryDirectory && !machine.libraryDirectory->empty()) {
-    folders.push_back(*machine.libraryDirectory);
+  if (machine.dllDirectory && !machine.dllDirectory->empty()) {
+    folders.push_back(*machine.dllDirectory);
   }
   folders.emplace_back(kSystemFolder);
   folders.emplace_back(kWindowsFolder);
-  if (!machine.libraryDirectory) {
+  if (!machine.dllDirectory) {
     folders.push_back(machine.currentDirectory);
   }
   return folders;
@@ -217,8 +217,7 @@ BOOL SetDllDirectoryW(LPCWSTR path) {
     return call.returns(FALSE);
   }
   const host::Scheduler::Guard guard;
-  host::machine().libraryDirectory =
-      path == nullptr ? std::nullopt : std::optional<std::wstring>(path);
+  host::machine().dllDirectory = path == nullptr ? std::nullopt : std::optional<std::wstring>(path);
   return call.returns(TRUE);
 }
 
@@ -309,12 +308,20 @@ int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int size) {
   }
   const host::Scheduler::Guard guard;
   const bool isProgram = module == nullptr || host::valueOf(module) == host::kProgram;
-  if (!isProgram && host::find(module, "LoadStringW") == nullptr) {
+  const host::Module* library = isProgram ? nullptr : host::find(module, "LoadStringW");
+  if (!isProgram && library == nullptr) {
     return call.fails(ERROR_INVALID_HANDLE, 0);
   }
-  // No string table is read yet: nothing is found.
-  if (buffer != nullptr && size > 0) {
-    *buffer = L'\0';
+  if (buffer == nullptr || size <= 0) {
+    return call.fails(ERROR_RESOURCE_NAME_NOT_FOUND, 0);
   }
-  return call.fails(ERROR_RESOURCE_NAME_NOT_FOUND, 0);
+  *buffer = L'\0';
+  const auto& tables = host::machine().stringTables;
+  const auto table = tables.find(isProgram ? host::machine().programPath : library->path);
+  if (table == tables.end() || table->second.count(id) == 0) {
+    return call.fails(ERROR_RESOURCE_NAME_NOT_FOUND, 0);
+  }
+  const std::size_t length = table->second.at(id).copy(buffer, static_cast<std::size_t>(size) - 1);
+  buffer[length] = L'\0';
+  return call.returns(static_cast<int>(length));
 }

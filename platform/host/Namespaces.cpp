@@ -59,8 +59,8 @@ BOOL AddSIDToBoundaryDescriptor(HANDLE* boundary, PVOID sid) {
     return call.fails(ERROR_INVALID_PARAMETER, FALSE);
   }
   const host::Scheduler::Guard guard;
-  const auto object =
-      HandleTable::instance().find<host::BoundaryObject>(*boundary, "AddSIDToBoundaryDescriptor");
+  HandleTable& handles = HandleTable::instance();
+  const auto object = handles.find<host::BoundaryObject>(*boundary, "AddSIDToBoundaryDescriptor");
   if (object == nullptr) {
     return call.fails(ERROR_INVALID_HANDLE, FALSE);
   }
@@ -69,6 +69,10 @@ BOOL AddSIDToBoundaryDescriptor(HANDLE* boundary, PVOID sid) {
     return call.fails(ERROR_INVALID_SID, FALSE);
   }
   object->sids.push_back(std::move(bytes));
+  // The platform may move a descriptor that grows. Here it always does, so that a caller who goes
+  // on with the old handle is noticed.
+  handles.close(*boundary, "AddSIDToBoundaryDescriptor");
+  *boundary = handles.add(object, "CreateBoundaryDescriptorW");
   return call.returns(TRUE);
 }
 

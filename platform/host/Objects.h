@@ -36,6 +36,7 @@ class MutexObject final : public KernelObject {
   const char* kind() const override { return "mutex"; }
   bool waitable() const override { return true; }
   bool signalled(const Thread& waiter) const override;
+  const Thread* holder() const override { return owner; }
   bool consume(Thread& waiter) override;
 
   Thread* owner;
@@ -54,7 +55,7 @@ class ThreadObject final : public KernelObject {
   }
   bool consume(Thread& /*waiter*/) override { return false; }
 
-  Thread* thread = nullptr;   // null for the first thread of a started program
+  Thread* thread = nullptr;  // null for the first thread of a started program
   bool foreignEnded = false;
 };
 

@@ -71,10 +71,9 @@ HANDLE GetCurrentProcess() {
 }
 
 BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
-                    LPSECURITY_ATTRIBUTES processAttributes,
-                    LPSECURITY_ATTRIBUTES threadAttributes, BOOL inheritHandles, DWORD flags,
-                    LPVOID environment, LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
-                    LPPROCESS_INFORMATION processInformation) {
+                    LPSECURITY_ATTRIBUTES processAttributes, LPSECURITY_ATTRIBUTES threadAttributes,
+                    BOOL inheritHandles, DWORD flags, LPVOID environment, LPCWSTR currentDirectory,
+                    LPSTARTUPINFOW startupInfo, LPPROCESS_INFORMATION processInformation) {
   Call call("CreateProcessW", applicationName, commandLine, processAttributes, threadAttributes,
             inheritHandles, flags, environment, currentDirectory);
   if (call.faulted()) {

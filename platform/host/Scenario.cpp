@@ -119,8 +119,9 @@ Reason Parser::readLine(std::string_view line) {
   return section_->readLine(trimmed(line), scenario_, line_);
 }
 
-// What stands in the brackets, if the line is the head of a section. Among expected lines only a
-// line that is nothing but one pair of brackets is: level tags and addresses stand in brackets too.
+// What stands behind the opening bracket, if the line is the head of a section. Among expected
+// lines only a line that is nothing but one pair of brackets is: level tags and addresses stand in
+// brackets too.
 std::optional<std::string_view> Parser::headIn(std::string_view line) const {
   const std::string_view text = withoutBlanksAtEnd(line);
   if (!text.starts_with('[')) {
@@ -130,10 +131,15 @@ std::optional<std::string_view> Parser::headIn(std::string_view line) const {
   if (section_ != nullptr && section_->name == scenario::kExpectedSection && !isWhole) {
     return std::nullopt;
   }
-  return text.substr(1, text.size() - (text.ends_with(']') ? 2 : 1));
+  return text.substr(1);
 }
 
 Reason Parser::openSection(std::string_view head) {
+  if (!head.ends_with(']')) {
+    return inQuotes("[" + std::string(head)) +
+           " is no section: its name stands in brackets, alone on the line";
+  }
+  head.remove_suffix(1);
   blankLines_ = 0;
   const std::size_t nameEnd = std::min(head.find(' '), head.size());
   const std::string_view name = head.substr(0, nameEnd);

@@ -121,7 +121,8 @@ struct Scenario {
   std::string clientLibrary = "talsClient";    // the stand-in's variant; empty for none
   std::string proxyLibrary = "talsProxy";
   bool recertificationProgram = true;
-  std::string clientScript;  // the answers of the client library, call by call
+  std::string clientScript;            // the answers of the client library, call by call
+  std::vector<int> clientScriptLines;  // where each of its lines stands in the scenario
 
   std::vector<ScenarioFile> files;
   std::vector<ScenarioRegistryKey> registry;
@@ -151,7 +152,8 @@ std::variant<Scenario, ScenarioError> parseScenario(std::string_view name, std::
 // files, the client libraries with their script, the recertification program. `standIns` is the
 // folder with the built stand-ins. Done once, ahead of the (first) life.
 // Gives a reason if something could not be written.
-std::optional<std::string> prepareDrive(const Scenario& scenario, const std::filesystem::path& drive,
+std::optional<std::string> prepareDrive(const Scenario& scenario,
+                                        const std::filesystem::path& drive,
                                         const std::filesystem::path& standIns);
 
 // Makes this process's machine what the scenario says, except for the drive, and arms the faults

@@ -41,13 +41,9 @@ std::optional<std::string> makeFolder(const fs::path& folder) {
   return std::nullopt;
 }
 
-}  // namespace
-
-std::optional<std::string> prepareDrive(const Scenario& scenario, const fs::path& drive,
-                                        const fs::path& standIns) {
-  if (auto reason = makeFolder(drive)) {
-    return reason;
-  }
+// May throw a `DriveError`.
+std::optional<std::string> fillDrive(const Scenario& scenario, const fs::path& drive,
+                                     const fs::path& standIns) {
   Drive files;
   files.keepIn(drive);
   if (scenario.stackDirectory) {
@@ -66,6 +62,20 @@ std::optional<std::string> prepareDrive(const Scenario& scenario, const fs::path
     files.write(file.path, file.bytes);
   }
   return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> prepareDrive(const Scenario& scenario, const fs::path& drive,
+                                        const fs::path& standIns) {
+  if (auto reason = makeFolder(drive)) {
+    return reason;
+  }
+  try {
+    return fillDrive(scenario, drive, standIns);
+  } catch (const DriveError& error) {
+    return error.what();
+  }
 }
 
 }  // namespace host

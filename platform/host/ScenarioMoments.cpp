@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/host/CallNames.h"
 #include "platform/host/ScenarioText.h"
 #include "platform/host/Text.h"
 #include "platform/host/windows/Services.h"
@@ -10,12 +11,12 @@
 namespace host::scenario {
 namespace {
 
-bool isCallName(std::string_view text) {
-  const auto isPart = [](char character) {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
-           (character >= '0' && character <= '9') || character == '_';
-  };
-  return !text.empty() && std::all_of(text.begin(), text.end(), isPart);
+// A call that is misspelt would never come, and the scenario would say nothing.
+Reason checkCallName(std::string_view name, std::span<const std::string_view> known) {
+  if (std::find(known.begin(), known.end(), name) != known.end()) {
+    return std::nullopt;
+  }
+  return inQuotes(name) + " is no name of a platform call" + hintFor(name, known);
 }
 
 // "<name> [<n>]", n being 1 if it is absent.
@@ -38,10 +39,7 @@ Reason readBefore(std::string_view text, Moment& moment) {
   if (Reason reason = readNameAndCount(text, "a platform call's name", moment)) {
     return reason;
   }
-  if (!isCallName(moment.name)) {
-    return inQuotes(moment.name) + " is no name of a platform call";
-  }
-  return std::nullopt;
+  return checkCallName(moment.name, platformCalls());
 }
 
 Reason readOnStatus(std::string_view text, Moment& moment) {
@@ -126,7 +124,7 @@ Reason readWrite(std::string_view text, Action& action) {
   if (colon == std::string_view::npos) {
     return "the path must be followed by a colon and the file's text";
   }
-  if (Reason reason = readPath(trimmed(text.substr(0, colon)), action.subject)) {
+  if (Reason reason = readFilePath(trimmed(text.substr(0, colon)), action.subject)) {
     return reason;
   }
   std::string_view content = text.substr(colon + 1);
@@ -223,8 +221,8 @@ Reason readFault(std::string_view line, InjectedFault& fault) {
            " is no fault (as in \"fail CreateEventW 2 with 5\" or "
            "\"fail CreateEventW from 2 with 5\")";
   }
-  if (!isCallName(words[1])) {
-    return inQuotes(words[1]) + " is no name of a platform call";
+  if (Reason reason = checkCallName(words[1], callsThatCanFail())) {
+    return reason;
   }
   fault.call = words[1];
   if (Reason reason = readCount(words[2], fault.nth)) {

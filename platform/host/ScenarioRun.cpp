@@ -45,8 +45,12 @@ void control(const Action& action) {
 }
 
 void writeFile(const Action& action) {
-  machine().drive.write(action.subject, action.text);
-  note("file " + toUtf8(action.subject) + " written");
+  try {
+    machine().drive.write(action.subject, action.text);
+    note("file " + toUtf8(action.subject) + " written");
+  } catch (const DriveError& error) {
+    note(std::string("file not written: ") + error.what());
+  }
 }
 
 void deleteFile(const Action& action) {
@@ -138,6 +142,7 @@ void listenToStatus(const Scenario& scenario) {
 }
 
 void armCalls(const Scenario& scenario) {
+  Faults::instance().onStrike = [](const std::string& what) { note("fault: " + what); };
   for (const InjectedFault& fault : scenario.faults) {
     if (fault.lasting) {
       Faults::instance().failFrom(fault.call, fault.error, fault.nth);
@@ -207,6 +212,7 @@ void sleepUntil(Nanoseconds moment) {
 }
 
 [[noreturn]] void giveUp(std::string_view how) {
+  const Scheduler::Guard guard;  // nothing more happens in between
   Report& report = Report::instance();
   report.record(ReportKind::kThreads, Scheduler::instance().describeThreads());
   report.endNow(how);
@@ -228,6 +234,7 @@ void follow(const Scenario& scenario) {
     perform(step->action);
   }
   sleepUntil(scenario.limit);
+  const Scheduler::Guard guard;
   giveUp(Scheduler::instance().everyoneElseWaitsForEver() ? "deadlock" : "running");
 }
 

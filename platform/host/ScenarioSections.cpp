@@ -318,7 +318,7 @@ Reason readRegistryLine(Value line, Scenario& scenario, int /*lineNumber*/) {
 
 Reason openFile(Value argument, Scenario& scenario) {
   scenario.files.emplace_back();
-  return readPath(argument, scenario.files.back().path);
+  return readFilePath(argument, scenario.files.back().path);
 }
 
 Reason readFileLine(Value line, Scenario& scenario, int /*lineNumber*/) {
@@ -326,8 +326,9 @@ Reason readFileLine(Value line, Scenario& scenario, int /*lineNumber*/) {
   return std::nullopt;
 }
 
-Reason readClientLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+Reason readClientLine(Value line, Scenario& scenario, int lineNumber) {
   scenario.clientScript.append(line).append("\n");
+  scenario.clientScriptLines.push_back(lineNumber);
   return std::nullopt;
 }
 

@@ -270,8 +270,19 @@ Reason readPath(std::string_view text, std::wstring& result) {
   if (text.find_first_of("<>\"/|?*:", 3) != std::string_view::npos) {
     return inQuotes(text) + " has a character that a path cannot have";
   }
-  result = toWide(text);
+  const std::wstring path = toWide(text);
+  if (path.size() >= MAX_PATH) {
+    return "a path has at most " + std::to_string(MAX_PATH - 1) + " characters";
+  }
+  result = path;
   return std::nullopt;
+}
+
+Reason readFilePath(std::string_view text, std::wstring& result) {
+  if (text.ends_with('\\')) {
+    return inQuotes(text) + " names no file";
+  }
+  return readPath(text, result);
 }
 
 Reason readName(std::string_view text, std::wstring& result) {

@@ -40,6 +40,8 @@ Reason readClock(std::string_view text, SYSTEMTIME& result);
 Reason readVersion(std::string_view text, Scenario& scenario);
 // An absolute path of the machine, such as "C:\x".
 Reason readPath(std::string_view text, std::wstring& result);
+// The same for a file, which has a name of its own: "C:\x\" has none.
+Reason readFilePath(std::string_view text, std::wstring& result);
 // A name of anything that must not be empty.
 Reason readName(std::string_view text, std::wstring& result);
 // Words as on a command line: separated by blanks, with double quotes around one that has blanks.

@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +41,13 @@ void futexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected) {
 void futexWake(std::atomic<std::uint32_t>& word) {
   syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word), FUTEX_WAKE_PRIVATE, 1, nullptr,
           nullptr, 0);
+}
+
+// "thread 1a2c (main)"
+std::string nameOf(const Thread& thread) {
+  std::array<char, 32> id{};
+  std::snprintf(id.data(), id.size(), "thread %x (", thread.id);
+  return id.data() + thread.name + ")";
 }
 
 }  // namespace
@@ -213,37 +221,40 @@ void Scheduler::park(Thread& self) {
 }
 
 bool Scheduler::blockInTurns(Thread& self) {
-  self.state = Thread::State::kBlocked;
   if (Thread* next = pick(); next != &self) {
     passTurn(self, *next);
   }
-  self.state = Thread::State::kReady;
-  const bool ready = self.ready();
-  self.ready = nullptr;
-  return ready;
+  return self.ready();
 }
 
-bool Scheduler::block(const std::string& waitingFor, const std::function<bool()>& ready,
-                      Nanoseconds deadline) {
-  Thread& self = current();
-  self.waitingFor = waitingFor;
-  if (mode_ == Mode::kVirtual) {
-    self.ready = ready;
-    self.deadline = deadline;
-    return blockInTurns(self);
-  }
-  // The caller holds the guard, which is this lock.
+// The caller holds the guard, which is this lock.
+bool Scheduler::blockInRealTime(Thread& self) {
   std::unique_lock<std::mutex> lock(lock_, std::adopt_lock);
+  const auto ready = [&self] { return self.ready(); };
   bool held = true;
-  if (deadline == kForever) {
+  if (self.deadline == kForever) {
     stateChanged_.wait(lock, ready);
   } else {
-    const auto until = std::chrono::steady_clock::time_point(
-        std::chrono::nanoseconds(realStart_ + deadline));
+    const auto until =
+        std::chrono::steady_clock::time_point(std::chrono::nanoseconds(realStart_ + self.deadline));
     held = stateChanged_.wait_until(lock, until, ready);
   }
   lock.release();
-  self.waitingFor.clear();
+  return held;
+}
+
+bool Scheduler::block(const std::string& waitingFor, const std::function<bool()>& ready,
+                      Nanoseconds deadline, const std::function<const Thread*()>& holder) {
+  Thread& self = current();
+  self.waitingFor = waitingFor;
+  self.ready = ready;
+  self.holder = holder;
+  self.deadline = deadline;
+  self.state = Thread::State::kBlocked;
+  const bool held = mode_ == Mode::kVirtual ? blockInTurns(self) : blockInRealTime(self);
+  self.state = Thread::State::kReady;
+  self.ready = nullptr;
+  self.holder = nullptr;
   return held;
 }
 
@@ -280,17 +291,19 @@ void Scheduler::run(Thread& thread, const std::function<void()>& body) {
 }
 
 std::string Scheduler::describeThreads() const {
+  const Guard guard;
   std::string report;
   for (const auto& thread : threads_) {
-    char id[32];
-    std::snprintf(id, sizeof id, "thread %x (", thread->id);
-    report += id + thread->name + "): ";
+    report += nameOf(*thread) + ": ";
     if (thread->state == Thread::State::kDone) {
       report += "ended\n";
       continue;
     }
     report += thread->state == Thread::State::kBlocked ? "waits for " + thread->waitingFor
                                                        : std::string("runs");
+    if (const Thread* holder = thread->holder ? thread->holder() : nullptr) {
+      report += ", held by " + nameOf(*holder);
+    }
     const char* lastCall = thread->lastCall.load(std::memory_order_relaxed);
     report += std::string(", last call ") + (*lastCall != '\0' ? lastCall : "none");
     report += "\n";
@@ -308,6 +321,7 @@ void Scheduler::setEndlessLoopHandler(unsigned calls, std::function<void()> hand
 }
 
 bool Scheduler::everyoneElseWaitsForEver() const {
+  const Guard guard;
   const Thread* self = currentThread;
   for (const auto& thread : threads_) {
     if (thread.get() == self || thread->state == Thread::State::kDone) {

@@ -28,6 +28,8 @@ struct Thread {
   State state = State::kReady;
   // What a blocked thread waits for: looked at afresh at every decision, never cached.
   std::function<bool()> ready;
+  // For reports: the thread that holds what this one waits for, null if nobody does. May be empty.
+  std::function<const Thread*()> holder;
   Nanoseconds deadline = kForever;
   std::string waitingFor;
   std::atomic<const char*> lastCall{""};
@@ -71,9 +73,10 @@ class Scheduler {
   void spend(Nanoseconds duration);
 
   // Blocks the caller until `ready` holds or the clock reaches `deadline`; true if `ready` held.
-  // `ready` runs with the guard held, on whatever thread has the turn.
+  // `ready` runs with the guard held, on whatever thread has the turn; so does `holder`, which
+  // names for a report who holds what the caller waits for. The caller holds the guard.
   bool block(const std::string& waitingFor, const std::function<bool()>& ready,
-             Nanoseconds deadline);
+             Nanoseconds deadline, const std::function<const Thread*()>& holder = nullptr);
 
   // Lets all others go first, until each of them waits.
   void standBack();
@@ -81,10 +84,11 @@ class Scheduler {
   // Starts a thread of the machine. The body must not throw.
   Thread& spawn(const std::string& name, std::function<void()> body);
 
-  // True when the thread's body has ended.
+  // True when the thread's body has ended. Asked with the guard held.
   bool hasEnded(const Thread& thread) const { return thread.state == Thread::State::kDone; }
 
-  // Each thread with its wait, one a line, for reports.
+  // Each thread with its wait, who holds what it waits for and its last call, one a line, for
+  // reports.
   std::string describeThreads() const;
 
   // What to do when nobody can ever go on; by default the report goes to the standard error and
@@ -122,6 +126,7 @@ class Scheduler {
   void park(Thread& self);
   bool jump();
   bool blockInTurns(Thread& self);
+  bool blockInRealTime(Thread& self);
   [[noreturn]] void deadlock();
 
   Mode mode_ = Mode::kVirtual;

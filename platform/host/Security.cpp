@@ -65,8 +65,8 @@ void noteToken(std::size_t heldBefore) {
   for (const std::wstring& name : held) {
     kept += " " + toUtf8(name);
   }
-  machine().note("token: " + std::to_string(heldBefore - held.size()) + " privileges removed, kept" +
-                 (kept.empty() ? " none" : kept));
+  machine().note("token: " + std::to_string(heldBefore - held.size()) +
+                 " privileges removed, kept" + (kept.empty() ? " none" : kept));
 }
 
 }  // namespace
@@ -85,6 +85,9 @@ BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
   // The process's own pseudo handle is the only process whose token is modelled.
   if (process != reinterpret_cast<HANDLE>(std::intptr_t{-1})) {
     return call.fails(ERROR_INVALID_HANDLE, FALSE);
+  }
+  if (host::machine().token.givesNoHandle) {
+    return call.returns(TRUE);
   }
   const host::Scheduler::Guard guard;
   *token = host::HandleTable::instance().add(std::make_shared<host::TokenObject>(access),
@@ -147,9 +150,15 @@ BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS informationClass,
   if (informationClass != TokenIntegrityLevel || returnLength == nullptr) {
     return call.fails(ERROR_INVALID_PARAMETER, FALSE);
   }
-  const std::string sid =
-      host::makeSid(host::kLabelAuthority, {host::machine().token.integrityLevel});
-  *returnLength = static_cast<DWORD>(sizeof(TOKEN_MANDATORY_LABEL) + sid.size());
+  const host::Token& own = host::machine().token;
+  std::vector<DWORD> subAuthorities = own.integrityPrefix;
+  subAuthorities.push_back(own.integrityLevel);
+  const std::string sid = host::makeSid(host::kLabelAuthority, subAuthorities);
+  *returnLength =
+      static_cast<DWORD>(sizeof(TOKEN_MANDATORY_LABEL) + sid.size()) + own.integritySlack;
+  if (information == nullptr && own.answersWithoutBuffer) {
+    return call.returns(TRUE);
+  }
   if (information == nullptr || length < *returnLength) {
     return call.fails(ERROR_INSUFFICIENT_BUFFER, FALSE);
   }

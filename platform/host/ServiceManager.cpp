@@ -44,8 +44,7 @@ std::string ServiceManager::stateName(DWORD state) {
 
 DWORD ServiceManager::request(DWORD control) {
   const Scheduler::Guard guard;
-  if (statuses.empty() || handler == nullptr ||
-      statuses.back().dwCurrentState == SERVICE_STOPPED) {
+  if (statuses.empty() || handler == nullptr || statuses.back().dwCurrentState == SERVICE_STOPPED) {
     return ERROR_SERVICE_NOT_ACTIVE;
   }
   const SERVICE_STATUS& status = statuses.back();
@@ -63,11 +62,22 @@ DWORD ServiceManager::request(DWORD control) {
 
 namespace {
 
+// The entries of a dispatcher's table ahead of the one of nulls that ends it.
+unsigned entriesOf(const SERVICE_TABLE_ENTRYW* table) {
+  unsigned count = 0;
+  while (table != nullptr &&
+         (table[count].lpServiceName != nullptr || table[count].lpServiceProc != nullptr)) {
+    ++count;
+  }
+  return count;
+}
+
 // The dispatcher's life: it hands over controls, one at a time and on its own thread, until the
 // service's main function has left.
 void dispatch(ServiceManager& services) {
   for (;;) {
     DWORD control = 0;
+    LPHANDLER_FUNCTION handler = nullptr;
     {
       const Scheduler::Guard guard;
       Scheduler::instance().block(
@@ -82,8 +92,9 @@ void dispatch(ServiceManager& services) {
       }
       control = services.queue.front();
       services.queue.pop_front();
+      handler = services.handler;
     }
-    services.handler(control);
+    handler(control);
   }
 }
 
@@ -93,25 +104,28 @@ void dispatch(ServiceManager& services) {
 using host::Call;
 
 BOOL StartServiceCtrlDispatcherW(const SERVICE_TABLE_ENTRYW* table) {
-  Call call("StartServiceCtrlDispatcherW", table == nullptr ? nullptr : table->lpServiceName);
+  Call call("StartServiceCtrlDispatcherW", table == nullptr ? nullptr : table->lpServiceName,
+            host::entriesOf(table));
   if (call.faulted()) {
     return call.returns(FALSE);
   }
   host::ServiceManager& services = host::machine().services;
-  if (services.dispatcherCalled) {
-    return call.fails(ERROR_SERVICE_ALREADY_RUNNING, FALSE);
+  {
+    const host::Scheduler::Guard guard;
+    if (services.dispatcherCalled) {
+      return call.fails(ERROR_SERVICE_ALREADY_RUNNING, FALSE);
+    }
+    if (!services.startedByManager) {
+      return call.fails(ERROR_FAILED_SERVICE_CONTROLLER_CONNECT, FALSE);
+    }
+    services.dispatcherCalled = true;
   }
-  if (!services.startedByManager) {
-    return call.fails(ERROR_FAILED_SERVICE_CONTROLLER_CONNECT, FALSE);
-  }
-  services.dispatcherCalled = true;
   const LPSERVICE_MAIN_FUNCTIONW serviceMain = table->lpServiceProc;
-  services.serviceThread =
-      &host::Scheduler::instance().spawn("service", [&services, serviceMain] {
-        std::wstring name = services.serviceName;
-        LPWSTR arguments[] = {name.data(), nullptr};
-        serviceMain(1, arguments);
-      });
+  services.serviceThread = &host::Scheduler::instance().spawn("service", [&services, serviceMain] {
+    std::wstring name = services.serviceName;
+    LPWSTR arguments[] = {name.data(), nullptr};
+    serviceMain(1, arguments);
+  });
   host::dispatch(services);
   return call.returns(TRUE);
 }
@@ -138,13 +152,14 @@ BOOL SetServiceStatus(SERVICE_STATUS_HANDLE handle, LPSERVICE_STATUS status) {
   host::ServiceManager& services = host::machine().services;
   const SERVICE_STATUS taken = *status;
   {
+    // Two threads that report are told one after the other, in the order that is kept.
     const host::Scheduler::Guard guard;
     services.statuses.push_back(taken);
-  }
-  const BOOL result = call.returns(TRUE);
-  if (services.onStatus) {
-    services.onStatus(taken);
+    call.returns(TRUE);
+    if (services.onStatus) {
+      services.onStatus(taken);
+    }
   }
   host::Scheduler::instance().yield("SetServiceStatus");
-  return result;
+  return TRUE;
 }

@@ -15,10 +15,9 @@ constexpr HRESULT kUnknownFolder = static_cast<HRESULT>(0x80070002);
 constexpr std::uint32_t kFailure = 0x80000000;
 constexpr std::uint32_t kWrapped = 0x80070000;
 
-// The folders of the local system account, under which a service runs.
-constexpr wchar_t kLocalAppData[] = L"C:\\Windows\\System32\\config\\systemprofile\\AppData\\Local";
-constexpr wchar_t kLocalAppDataLow[] =
-    L"C:\\Windows\\System32\\config\\systemprofile\\AppData\\LocalLow";
+// The folders below that of the user.
+constexpr wchar_t kLocalAppData[] = L"\\AppData\\Local";
+constexpr wchar_t kLocalAppDataLow[] = L"\\AppData\\LocalLow";
 
 bool same(const GUID& left, const GUID& right) {
   return std::memcmp(&left, &right, sizeof left) == 0;
@@ -52,7 +51,8 @@ HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token,
   if (!known) {
     return call.returns(kUnknownFolder);
   }
-  const std::wstring text = low ? kLocalAppDataLow : kLocalAppData;
+  const std::wstring text =
+      host::machine().profileDirectory + (low ? kLocalAppDataLow : kLocalAppData);
   const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
   *path = static_cast<PWSTR>(host::allocate(bytes, "SHGetKnownFolderPath"));
   if (*path == nullptr) {

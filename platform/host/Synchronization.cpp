@@ -37,6 +37,16 @@ DWORD consume(const Waited& objects, bool all, int index, Thread& waiter) {
   return (abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + static_cast<DWORD>(index);
 }
 
+// Another thread that holds one of the objects, or null.
+const Thread* holderOf(const Waited& objects, const Thread& waiter) {
+  for (const auto& object : objects) {
+    if (const Thread* holder = object->holder(); holder != nullptr && holder != &waiter) {
+      return holder;
+    }
+  }
+  return nullptr;
+}
+
 std::string describe(const Waited& objects, DWORD milliseconds) {
   std::string text;
   for (const auto& object : objects) {
@@ -44,8 +54,8 @@ std::string describe(const Waited& objects, DWORD milliseconds) {
     text += object->kind();
     text += object->name.empty() ? "" : " " + toUtf8(object->name);
   }
-  return text + (milliseconds == INFINITE ? " for ever"
-                                          : " for " + std::to_string(milliseconds) + " ms");
+  return text +
+         (milliseconds == INFINITE ? " for ever" : " for " + std::to_string(milliseconds) + " ms");
 }
 
 // What creating a named object of this kind comes to.
@@ -90,6 +100,13 @@ BOOL changeEvent(Call& call, const char* name, HANDLE handle, bool isSet) {
   return result;
 }
 
+// What a wait has taken is taken before the caller does anything with it: the turn may pass here.
+DWORD afterWait(Call& call, const char* name, DWORD result) {
+  call.returns(result);
+  Scheduler::instance().yield(name);
+  return result;
+}
+
 }  // namespace
 
 Nanoseconds deadlineAfter(DWORD milliseconds) {
@@ -116,9 +133,10 @@ DWORD waitFor(DWORD count, const HANDLE* handles, bool all, DWORD milliseconds, 
     }
   }
   const auto ready = [&] { return firstSignalled(objects, all, self) >= 0; };
-  if (!ready() && (milliseconds == 0 ||
-                   !Scheduler::instance().block(describe(objects, milliseconds), ready,
-                                                deadlineAfter(milliseconds)))) {
+  const auto holder = [&] { return holderOf(objects, self); };
+  if (!ready() &&
+      (milliseconds == 0 || !Scheduler::instance().block(describe(objects, milliseconds), ready,
+                                                         deadlineAfter(milliseconds), holder))) {
     return WAIT_TIMEOUT;
   }
   return consume(objects, all, firstSignalled(objects, all, self), self);
@@ -179,8 +197,8 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR
     return call.returns<HANDLE>(nullptr);
   }
   return host::createNamed<host::MutexObject>(call, "CreateMutexW", name, [&] {
-    return std::make_shared<host::MutexObject>(
-        initialOwner != FALSE ? &host::Scheduler::current() : nullptr);
+    return std::make_shared<host::MutexObject>(initialOwner != FALSE ? &host::Scheduler::current()
+                                                                     : nullptr);
   });
 }
 
@@ -213,11 +231,11 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
   if (call.faulted()) {
     return call.returns(WAIT_FAILED);
   }
-  return call.returns(host::waitFor(1, &handle, false, milliseconds, "WaitForSingleObject"));
+  const DWORD result = host::waitFor(1, &handle, false, milliseconds, "WaitForSingleObject");
+  return host::afterWait(call, "WaitForSingleObject", result);
 }
 
-DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
-                             DWORD milliseconds) {
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds) {
   Call call("WaitForMultipleObjects", count, handles == nullptr ? nullptr : handles[0], waitAll,
             milliseconds);
   if (call.faulted()) {
@@ -226,8 +244,9 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
   if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || handles == nullptr) {
     return call.fails(ERROR_INVALID_PARAMETER, WAIT_FAILED);
   }
-  return call.returns(
-      host::waitFor(count, handles, waitAll != FALSE, milliseconds, "WaitForMultipleObjects"));
+  const DWORD result =
+      host::waitFor(count, handles, waitAll != FALSE, milliseconds, "WaitForMultipleObjects");
+  return host::afterWait(call, "WaitForMultipleObjects", result);
 }
 
 BOOL CloseHandle(HANDLE handle) {

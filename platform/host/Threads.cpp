@@ -42,8 +42,7 @@ Section* sectionOf(const CRITICAL_SECTION* section, const char* call) {
 using host::Call;
 
 HANDLE CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stackSize,
-                    LPTHREAD_START_ROUTINE start, LPVOID parameter, DWORD flags,
-                    LPDWORD threadId) {
+                    LPTHREAD_START_ROUTINE start, LPVOID parameter, DWORD flags, LPDWORD threadId) {
   Call call("CreateThread", attributes, stackSize, flags);
   if (call.faulted()) {
     return call.returns<HANDLE>(nullptr);
@@ -52,8 +51,8 @@ HANDLE CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stackSize,
     return call.fails<HANDLE>(ERROR_INVALID_PARAMETER, nullptr);
   }
   const auto object = std::make_shared<host::ThreadObject>();
-  object->thread = &host::Scheduler::instance().spawn(
-      "CreateThread", [start, parameter] { start(parameter); });
+  object->thread =
+      &host::Scheduler::instance().spawn("CreateThread", [start, parameter] { start(parameter); });
   const host::Scheduler::Guard guard;
   if (threadId != nullptr) {
     *threadId = object->thread->id;
@@ -89,7 +88,8 @@ void EnterCriticalSection(LPCRITICAL_SECTION section) {
     host::Thread* self = &host::Scheduler::current();
     const auto isFree = [state, self] { return state->owner == nullptr || state->owner == self; };
     if (!isFree()) {
-      host::Scheduler::instance().block("a critical section", isFree, host::kForever);
+      host::Scheduler::instance().block("a critical section", isFree, host::kForever,
+                                        [state] { return state->owner; });
     }
     state->owner = self;
     ++state->depth;
@@ -179,7 +179,7 @@ void RaiseException(DWORD code, DWORD flags, DWORD count, const ULONG_PTR* argum
 }
 
 // For the stand-in client library, which is a module of its own: its waits are the machine's too,
-// and its answers stand in the run's report.
+// and the machine keeps its answers for tests.
 void host_client_sleep(std::uint32_t milliseconds) {
   host::sleepFor(milliseconds, "the client library");
 }

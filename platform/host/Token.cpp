@@ -96,7 +96,7 @@ bool Token::isInside(const std::string& sid) const {
          (integrityLevel == SECURITY_MANDATORY_SYSTEM_RID && sid == localSystemSid());
 }
 
-std::string makeSid(BYTE authority, std::initializer_list<DWORD> subAuthorities) {
+std::string makeSid(BYTE authority, const std::vector<DWORD>& subAuthorities) {
   constexpr std::size_t kAuthorityBytes = 6;
   std::string sid;
   sid += static_cast<char>(kSidRevision);

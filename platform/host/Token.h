@@ -1,9 +1,9 @@
 #pragma once
 
-#include <initializer_list>
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/host/windows/Security.h"
 
@@ -20,8 +20,16 @@ struct Token {
   std::set<std::wstring> unknownPrivileges;
   // 0x4000 is the level of a service under the local system account.
   DWORD integrityLevel = SECURITY_MANDATORY_SYSTEM_RID;
+  // Sub-authorities ahead of the level in its SID; a genuine label has none.
+  std::vector<DWORD> integrityPrefix;
+  // Bytes that the query of the level asks for beyond those that it fills.
+  DWORD integritySlack = 0;
+  // Whether the query of the level claims success when it is given no buffer.
+  bool answersWithoutBuffer = false;
   // Whether the token is inside the built-in administrators' SID.
   bool administrator = true;
+  // Opening the token succeeds and writes no handle: what the caller had there stays.
+  bool givesNoHandle = false;
 
   // Every privilege's name that the platform knows.
   static const std::set<std::wstring>& allPrivileges();
@@ -36,7 +44,7 @@ struct Token {
 
 // The bytes of S-1-<authority>-<sub-authorities>: revision, count, six bytes of authority, and the
 // sub-authorities of four bytes each.
-std::string makeSid(BYTE authority, std::initializer_list<DWORD> subAuthorities);
+std::string makeSid(BYTE authority, const std::vector<DWORD>& subAuthorities);
 std::string administratorsSid();
 std::string localSystemSid();
 

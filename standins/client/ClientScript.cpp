@@ -95,6 +95,12 @@ const char* readLine(const std::string& text, const std::vector<const char*>& kn
   return readAnswer(wordsOf(text.substr(equals + 1)), line.answer);
 }
 
+// False for a line that is blank or nothing but a comment.
+bool hasContent(std::string& text) {
+  text.resize(std::strcspn(text.c_str(), "#"));
+  return !wordsOf(text).empty();
+}
+
 // Returns false at the end of the file.
 bool readText(std::FILE* file, std::string& text) {
   text.clear();
@@ -109,6 +115,11 @@ bool readText(std::FILE* file, std::string& text) {
 
 }  // namespace
 
+const char* scriptFault(std::string text, const std::vector<const char*>& knownEntries) {
+  ScriptLine unused;
+  return hasContent(text) ? readLine(text, knownEntries, unused) : nullptr;
+}
+
 Script loadScript(const std::vector<const char*>& knownEntries) {
   std::string path = kScriptName;
   std::FILE* const file = openBesideLibrary(kScriptName, path);
@@ -118,8 +129,7 @@ Script loadScript(const std::vector<const char*>& knownEntries) {
   Script script;
   std::string text;
   for (std::size_t number = 1; readText(file, text); ++number) {
-    text.resize(std::strcspn(text.c_str(), "#"));
-    if (wordsOf(text).empty()) continue;
+    if (!hasContent(text)) continue;
     ScriptLine line;
     const char* const reason = readLine(text, knownEntries, line);
     if (reason != nullptr) refuse(path, number, reason);

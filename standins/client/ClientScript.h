@@ -24,6 +24,10 @@ struct ScriptLine {
 
 using Script = std::vector<ScriptLine>;
 
+// Why a line of a script is malformed; null if it is well-formed. Blank lines and comments are.
+// `knownEntries`: the names that a line may begin with.
+const char* scriptFault(std::string text, const std::vector<const char*>& knownEntries);
+
 // Reads the script beside the library. A script that is missing is empty; one that cannot be read
 // or has a malformed line is reported on standard error and ends the process.
 // `knownEntries`: the names that a line may begin with.

@@ -222,6 +222,43 @@ TEST_F(RunToolTest, RunThatNobodyCanReadIsGivenUp) {
   EXPECT_EQ(tool.wait(), 1);
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
   EXPECT_TRUE(fs::is_empty(tool.temporaryFolder()));
+  EXPECT_EQ(tool.standardError(),
+            "run: nothing can be written to the standard output, so the run was given up\n");
+}
+
+TEST_F(RunToolTest, ListAndHelpThatNobodyCanReadAreSaid) {
+  for (const char* option : {"--list", "--help"}) {
+    ToolProcess tool({option}, "/dev/full");
+    EXPECT_EQ(tool.wait(), 2) << option;
+    EXPECT_EQ(tool.standardError(), "run: nothing can be written to the standard output\n");
+  }
+}
+
+TEST_F(RunToolTest, ClosedOutputIsNotTakenForAnotherFile) {
+  ToolProcess tool({"--virtual"}, ToolProcess::kClosedOutput);
+  EXPECT_EQ(tool.wait(), 1);
+  EXPECT_EQ(tool.standardError(),
+            "run: nothing can be written to the standard output, so the run was given up\n");
+  EXPECT_TRUE(fs::is_empty(tool.temporaryFolder()));
+}
+
+TEST_F(RunToolTest, FileThatCannotBePutOnTheDriveIsSaidAndNothingRuns) {
+  const std::string file =
+      writeIdle("60 s", "exit 0", "[file C:\\a]\ntext\n[file C:\\a\\b]\ntext\n");
+  const ToolRun run = runTool({"--virtual", "--scenario", file});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "run: C:\\a\\b: no such place\n");
+}
+
+TEST_F(RunToolTest, MalformedAnswerOfTheClientLibraryIsSaidAndNothingRuns) {
+  const std::string file = writeIdle("60 s", "exit 0", "[client]\ntalsInitHUB = soon\n");
+  const ToolRun run = runTool({"--virtual", "--scenario", file});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(
+      run.err,
+      file + ":8: the answer is neither a 32-bit status nor throw, throw int, crash or never\n");
 }
 
 // Waits until the tool has printed something, then interrupts it. Gives the exit status.

@@ -1,6 +1,7 @@
 #include "tools/runner/ScenarioCatalog.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 
@@ -89,6 +90,46 @@ TEST_F(ScenarioCatalogTest, MalformedFileIsSaidWithItsLine) {
   const std::string lead = file.string() + ":3: ";
   EXPECT_EQ(std::get<std::string>(loaded).substr(0, lead.size()), lead);
   EXPECT_GT(std::get<std::string>(loaded).size(), lead.size());
+}
+
+TEST_F(ScenarioCatalogTest, AnswerThatTheClientLibraryWouldRefuseIsSaidWithItsLine) {
+  const auto file = folder_.path() / "bad.scenario";
+  const std::string head =
+      "[scenario]\nabout = x\nend = exit 0\n[client]\ntalsInitHUB = 8  # a status\n\n# none\n";
+  const std::pair<const char*, const char*> rows[] = {
+      {"talsInitHUB = soon\n",
+       "the answer is neither a 32-bit status nor throw, throw int, crash or never"},
+      {"talsInitHub = 0\n", "the client library has no such entry"},
+      {"talsInitHUB\n", "there is no ="},
+      {"talsInitHUB = 0 after a while\n", "a status may only be followed by: after <number> ms"},
+  };
+  for (const auto& [line, reason] : rows) {
+    std::ofstream(file) << head << line;
+    const auto loaded = loadScenario(file);
+    ASSERT_TRUE(std::holds_alternative<std::string>(loaded)) << line;
+    EXPECT_EQ(std::get<std::string>(loaded), file.string() + ":8: " + reason);
+  }
+}
+
+// It is read once by the tool and once by the life.
+TEST_F(ScenarioCatalogTest, FileThatIsReadOnlyOnceIsRefused) {
+  const auto pipe = folder_.path() / "pipe.scenario";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  for (const std::filesystem::path& file : {pipe, std::filesystem::path("/dev/zero")}) {
+    const auto loaded = loadScenario(file);
+    ASSERT_TRUE(std::holds_alternative<std::string>(loaded));
+    EXPECT_EQ(std::get<std::string>(loaded), file.string() + ": it is no regular file");
+  }
+}
+
+TEST_F(ScenarioCatalogTest, HugeFileIsRefused) {
+  const auto file = folder_.path() / "huge.scenario";
+  std::ofstream(file) << "[scenario]\n";
+  std::filesystem::resize_file(file, std::uintmax_t{16} * 1024 * 1024 + 1);
+  const auto loaded = loadScenario(file);
+  ASSERT_TRUE(std::holds_alternative<std::string>(loaded));
+  EXPECT_EQ(std::get<std::string>(loaded),
+            file.string() + ": it has more than 16 MiB, which no scenario has");
 }
 
 TEST_F(ScenarioCatalogTest, RightFileGivesTheScenarioWithTheFilesName) {

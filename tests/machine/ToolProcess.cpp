@@ -25,7 +25,11 @@ ToolProcess::ToolProcess(const std::vector<std::string>& arguments,
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
   constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
-  posix_spawn_file_actions_addopen(&files, 1, out.c_str(), kFlags, 0600);
+  if (standardOutput == kClosedOutput) {
+    posix_spawn_file_actions_addclose(&files, 1);
+  } else {
+    posix_spawn_file_actions_addopen(&files, 1, out.c_str(), kFlags, 0600);
+  }
   posix_spawn_file_actions_addopen(&files, 2, (streams_.path() / "err").c_str(), kFlags, 0600);
 
   std::vector<std::string> texts{RUN_TOOL};

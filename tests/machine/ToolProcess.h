@@ -11,6 +11,9 @@
 // The run tool, started as a person would start it.
 class ToolProcess {
  public:
+  // In place of a file for the standard output: the tool is started with that descriptor closed.
+  static constexpr char kClosedOutput[] = "-";
+
   // `arguments` follow the program's name. Its standard output goes to the named file, or to one of
   // the object's own.
   explicit ToolProcess(const std::vector<std::string>& arguments,

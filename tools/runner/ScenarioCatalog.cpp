@@ -6,15 +6,20 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
+
+#include "ClientEntries.h"
+#include "standins/client/ClientScript.h"
 
 namespace runner {
 namespace {
 
 constexpr char kEnding[] = ".scenario";
 constexpr std::size_t kMostNearNames = 5;
+constexpr std::uintmax_t kLargestFile = std::uintmax_t{16} << 20U;
 
 // How many letters have to be put in, taken out or replaced to make one name of the other.
 std::size_t distance(std::string_view left, std::string_view right) {
@@ -32,12 +37,36 @@ std::size_t distance(std::string_view left, std::string_view right) {
   return row.back();
 }
 
+// "<line>: <reason>" for the first answer of the client library that the library would refuse;
+// empty if there is none.
+std::string clientScriptFault(const host::Scenario& scenario) {
+#define ENTRY_NAME(entry) #entry,
+  static const std::vector<const char*> known{CLIENT_KNOWN_ENTRIES(ENTRY_NAME)};
+#undef ENTRY_NAME
+  std::istringstream script(scenario.clientScript);
+  std::string line;
+  for (const int number : scenario.clientScriptLines) {
+    std::getline(script, line);
+    if (const char* reason = client_standin::scriptFault(line, known)) {
+      return std::to_string(number) + ": " + reason;
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::path& file) {
   std::error_code error;
   if (std::filesystem::is_directory(file, error)) {
     return file.string() + ": " + std::strerror(EISDIR);
+  }
+  // The life reads the file a second time, which a pipe or a device does not stand.
+  if (std::filesystem::exists(file, error) && !std::filesystem::is_regular_file(file, error)) {
+    return file.string() + ": it is no regular file";
+  }
+  if (const auto size = std::filesystem::file_size(file, error); !error && size > kLargestFile) {
+    return file.string() + ": it has more than 16 MiB, which no scenario has";
   }
   errno = 0;
   std::ifstream stream(file, std::ios::binary);
@@ -49,7 +78,12 @@ std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::pa
   if (const auto* wrong = std::get_if<host::ScenarioError>(&parsed)) {
     return file.string() + ":" + std::to_string(wrong->line) + ": " + wrong->reason;
   }
-  return LoadedScenario{file, std::get<host::Scenario>(std::move(parsed))};
+  LoadedScenario loaded{file, std::get<host::Scenario>(std::move(parsed))};
+  std::string malformed = clientScriptFault(loaded.scenario);
+  if (!malformed.empty()) {
+    return file.string() + ":" + malformed;
+  }
+  return loaded;
 }
 
 ScenarioCatalog::ScenarioCatalog(const std::filesystem::path& folder) : folder_(folder) {

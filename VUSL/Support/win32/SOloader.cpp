@@ -32,7 +32,8 @@ SOloader::SOloader(const vusl::string_t& name, const vusl::string_t& directory) 
 SOloader::~SOloader() {
   if (module == nullptr) return;
   FreeLibrary(module);
-  module = nullptr;
+  // Volatile, because a plain store to an object that is about to end would be left out.
+  static_cast<volatile HMODULE&>(module) = nullptr;
 }
 
 FARPROC SOloader::getProcedure(const std::string& name) const {

@@ -4,6 +4,7 @@
 
 #include "client/GetDeviceHKEY.h"
 #include "tests/unit/client/ClientTest.h"
+#include "tests/unit/runtime/SlotOrder.h"
 
 namespace {
 
@@ -28,6 +29,17 @@ class DeviceManagerWrapperTest : public host::MachineTest {
   vusl::DeviceManagerWrapper wrapper;
   wchar_t* list = nullptr;
 };
+
+// No field: the pointer is that to the operations.
+static_assert(sizeof(vusl::DeviceManagerWrapper) == sizeof(void*));
+
+TEST_F(DeviceManagerWrapperTest, TheOperationsStandInTheirOrder) {
+  EXPECT_EQ(slotOf(&vusl::DeviceManagerWrapper::OpenSubKey), 2U);
+  EXPECT_EQ(slotOf(&vusl::DeviceManagerWrapper::OpenDevNodeKey), 3U);
+  EXPECT_EQ(slotOf(&vusl::DeviceManagerWrapper::GetDeviceHardwareID), 4U);
+  EXPECT_EQ(slotOf(&vusl::DeviceManagerWrapper::LocateDevNode), 5U);
+  EXPECT_EQ(slotOf(&vusl::DeviceManagerWrapper::GetDeviceList), 6U);
+}
 
 TEST_F(DeviceManagerWrapperTest, OpenSubKeyOpensForReading) {
   host::machine().registry.createKey(L"HKLM\\Software\\Here");
@@ -97,6 +109,13 @@ TEST_F(DeviceManagerWrapperTest, GetDeviceHardwareIDReadsTheHardwareIds) {
   ASSERT_EQ(calls.size(), 1U);
   EXPECT_EQ(argument(calls[0], 1), "2");
   EXPECT_EQ(argument(calls[0], 3), "0");
+}
+
+TEST_F(DeviceManagerWrapperTest, GetDeviceHardwareIDAnswersWithThePlatformsStatus) {
+  faults().failOnce("CM_Get_DevNode_Registry_PropertyW", CR_NO_SUCH_VALUE);
+  wchar_t buffer[128] = {};
+  ULONG size = sizeof(buffer);
+  EXPECT_EQ(wrapper.GetDeviceHardwareID(1, buffer, size), 0x25U);
 }
 
 TEST_F(DeviceManagerWrapperTest, LocateDevNodeAnswersWithThePlatformsStatus) {

@@ -74,6 +74,40 @@ TEST_F(FileUtilsTest, AKnownFolderThatCannotBeAppendedThrows) {
   EXPECT_EQ(failure(kLog), "unable to determine path for given KNOWNFOLDERID");
 }
 
+TEST_F(FileUtilsTest, AsksForTheKnownFolderWithoutFlagsAndToken) {
+  getTalsDirectory(kLog, 1);
+  const auto calls = journal().calls("SHGetKnownFolderPath");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(calls[0].args, "LocalAppData, 0, null");
+}
+
+TEST_F(FileUtilsTest, AKnownFolderMayHave259Characters) {
+  const std::string profile = "C:\\" + std::string(242, 'p');
+  host::machine().profileDirectory = host::toWide(profile);
+  EXPECT_EQ(getTalsDirectory(kLog, 1), profile + "\\AppData\\Local\\Orvix\\tALS Client\\log\\");
+  host::machine().profileDirectory += L'p';
+  EXPECT_EQ(failure(kLog), "unable to determine path for given KNOWNFOLDERID");
+}
+
+// Not even a folder that is no absolute path gets something ahead of it.
+TEST_F(FileUtilsTest, TheKnownFolderIsAppendedToAClearedBuffer) {
+  host::machine().profileDirectory = L"profile";
+  EXPECT_EQ(getTalsDirectory(kLog, 1), "profile\\AppData\\Local\\Orvix\\tALS Client\\log\\");
+}
+
+TEST_F(FileUtilsTest, AKnownFolderWithoutANarrowFormThrows) {
+  host::machine().profileDirectory = L"C:\\Users\\p\u00FCt";
+  EXPECT_EQ(failure(kLog), "unable to determine path for given KNOWNFOLDERID");
+  EXPECT_EQ(ledger().open("allocation"), 0U);
+}
+
+TEST_F(FileUtilsTest, AKnownFolderThatCannotBeAppendedIsFreedAllTheSame) {
+  faults().failOnce("PathAppendW", 0);
+  failure(kLog);
+  EXPECT_EQ(journal().count("CoTaskMemFree"), 1U);
+  EXPECT_EQ(ledger().open("allocation"), 0U);
+}
+
 TEST_F(FileUtilsTest, TheKnownFoldersTextIsFreed) {
   getTalsDirectory(kLog, 1);
   EXPECT_EQ(journal().namesOf({"SHGetKnownFolderPath", "PathAppendW", "CoTaskMemFree"}),

@@ -123,4 +123,33 @@ TEST_F(GetValueStringTest, ALastCharacterOutsideTheNarrowSetThrowsToo) {
             "Unicode installation path detected, terminating process.");
 }
 
+TEST_F(GetValueStringTest, TheNarrowSetIsAscii) {
+  host::machine().registry.setText(kPath, L"Name", L"a\x7F");
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, "a\x7F");
+  host::machine().registry.setText(kPath, L"Name", L"a\x80");
+  EXPECT_EQ(textThrownBy<Exception>([this] { read(); }),
+            "Unicode installation path detected, terminating process.");
+}
+
+TEST_F(GetValueStringTest, WithoutMemoryItAnswers234) {
+  host::machine().registry.setText(kPath, L"Name", L"text");
+  faults().failOnce("calloc", ENOMEM);
+  EXPECT_EQ(read(), 234U);
+  EXPECT_EQ(out, "before");
+  EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] Malloc failed! GetValueString can't retrieve value."});
+  EXPECT_EQ(journal().count("RegQueryValueExW"), 1U);
+}
+
+TEST_F(GetValueStringTest, TheFirstQueryHasNoBuffer) {
+  host::machine().registry.setText(kPath, L"Name", L"text");
+  read();
+  const auto calls = journal().calls("RegQueryValueExW");
+  ASSERT_EQ(calls.size(), 2U);
+  EXPECT_EQ(client_test::argument(calls[0], 1), "Name");
+  EXPECT_EQ(client_test::argument(calls[0], 2), "0");
+  EXPECT_EQ(client_test::argument(calls[1], 1), "Name");
+  EXPECT_EQ(client_test::argument(calls[1], 2), std::to_string(5 * sizeof(wchar_t)));
+}
+
 }  // namespace

@@ -1,5 +1,8 @@
 #include "client/HKeyContainer.h"
 
+#include <cstring>
+#include <new>
+#include <stdexcept>
 #include <type_traits>
 
 #include "VUSL/Support/Exception.h"
@@ -12,11 +15,26 @@ using client_test::textThrownBy;
 
 static_assert(!std::is_copy_constructible_v<HKeyContainer>);
 static_assert(!std::is_copy_assignable_v<HKeyContainer>);
+static_assert(sizeof(HKeyContainer) == sizeof(HKEY));
 
 class HKeyContainerTest : public host::MachineTest {
  protected:
   static std::string failure(std::uint32_t usage = 1) {
     return textThrownBy<Exception>([usage] { const HKeyContainer stack(usage); });
+  }
+
+  // The keys closed by the end of a container whose key is this one. The platform gives no such
+  // key for the stack, so it is put where the container's only field is.
+  static Texts closedAtTheEndOf(std::uintptr_t key) {
+    alignas(HKeyContainer) unsigned char place[sizeof(HKeyContainer)];
+    auto* const stack = new (place) HKeyContainer(1);
+    RegCloseKey(stack->key());
+    std::memcpy(place, &key, sizeof key);
+    journal().clear();
+    std::launder(reinterpret_cast<HKeyContainer*>(place))->~HKeyContainer();
+    Texts closed;
+    for (const auto& call : journal().calls("RegCloseKey")) closed.push_back(call.args);
+    return closed;
   }
 };
 
@@ -61,6 +79,13 @@ TEST_F(HKeyContainerTest, FreesTheDeviceList) {
   EXPECT_EQ(ledger().open("allocation"), 0U);
 }
 
+TEST_F(HKeyContainerTest, FreesTheDeviceListBeforeTheSubkeyIsOpened) {
+  client_test::installClient();
+  const HKeyContainer stack(1);
+  EXPECT_EQ(journal().namesOf({"CM_Open_DevNode_Key", "HeapFree", "RegOpenKeyExW"}),
+            (Texts{"CM_Open_DevNode_Key", "HeapFree", "RegOpenKeyExW"}));
+}
+
 TEST_F(HKeyContainerTest, FreesTheDeviceListWithoutAMatchToo) {
   failure();
   EXPECT_EQ(journal().count("HeapAlloc"), 1U);
@@ -72,6 +97,14 @@ TEST_F(HKeyContainerTest, AnotherUsageEndsAsAStackThatIsNotInstalled) {
   EXPECT_EQ(failure(2), "tals stack not installed");
   EXPECT_EQ(failure(0), "tals stack not installed");
   EXPECT_EQ(journal().count("CM_Get_Device_ID_List_SizeW"), 0U);
+}
+
+TEST_F(HKeyContainerTest, AnExceptionOfAnyKindEndsAsAStackThatIsNotInstalled) {
+  client_test::installClient();
+  host::CallHooks::instance().before("RegOpenKeyExW", journal().count("RegOpenKeyExW") + 1,
+                                     [] { throw std::runtime_error("of another kind"); });
+  EXPECT_EQ(failure(), "tals stack not installed");
+  EXPECT_EQ(ledger().open("key"), 0U);
 }
 
 TEST_F(HKeyContainerTest, WithoutADeviceTheStackIsNotInstalled) {
@@ -120,6 +153,21 @@ TEST_F(HKeyContainerTest, AnExhaustedHeapFaultsInTheSearch) {
   client_test::installClient();
   faults().failOnce("HeapAlloc", ERROR_NOT_ENOUGH_MEMORY);
   EXPECT_DEATH(failure(), "");
+}
+
+TEST_F(HKeyContainerTest, ClosesNoPredefinedRootKey) {
+  client_test::installClient();
+  EXPECT_EQ(closedAtTheEndOf(0x80000000), Texts{});
+  EXPECT_EQ(closedAtTheEndOf(0x80000001), Texts{});
+  EXPECT_EQ(closedAtTheEndOf(0x80000002), Texts{});
+  EXPECT_EQ(closedAtTheEndOf(0x80000003), Texts{});
+  EXPECT_EQ(closedAtTheEndOf(0x80000005), Texts{});
+}
+
+TEST_F(HKeyContainerTest, ClosesTheKeysBetweenAndBehindThePredefinedOnes) {
+  client_test::installClient();
+  EXPECT_EQ(closedAtTheEndOf(0x80000004), Texts{"0x80000004"});
+  EXPECT_EQ(closedAtTheEndOf(0x80000006), Texts{"0x80000006"});
 }
 
 TEST_F(HKeyContainerTest, ThePredefinedRootKeysAreKnown) {

@@ -1,6 +1,7 @@
 #include "client/IntegrityLevel.h"
 
 #include "tests/unit/client/ClientTest.h"
+#include "tests/unit/runtime/FailingAllocation.h"
 
 namespace {
 
@@ -84,6 +85,45 @@ TEST_F(IntegrityLevelTest, ASizeThatCannotBeLearnt) {
             (Texts{"[ERR] [TPM] GetErrorString Access is denied.\r\n",
                    "[ERR] [TPM] Error while retrieving TokenIntegrityLevel. This behaviour is "
                    "expected for WinXP. Error: Access is denied.\r\n"}));
+}
+
+TEST_F(IntegrityLevelTest, AnAnswerWithoutABufferIsAFailure) {
+  host::machine().token.answersWithoutBuffer = true;
+  EXPECT_FALSE(QueryIntegrityLevel(level));
+  EXPECT_EQ(level, 7U);
+  EXPECT_EQ(log.texts(),
+            Texts{"[ERR] [TPM] Error while retrieving TokenIntegrityLevel. GetTokenInformation "
+                  "returned true though empty buffer, so something went wrong in WINAPI."});
+  EXPECT_EQ(journal().count("GetTokenInformation"), 1U);
+  EXPECT_EQ(ledger().open("token"), 0U);
+}
+
+TEST_F(IntegrityLevelTest, ABufferThatCannotBeAllocated) {
+  // So large that nothing else is as large.
+  host::machine().token.integritySlack = 1U << 24U;
+  {
+    const FailingAllocation failing(1U << 24U);
+    EXPECT_FALSE(QueryIntegrityLevel(level));
+  }
+  EXPECT_EQ(level, 7U);
+  EXPECT_EQ(log.texts(),
+            Texts{"[ERR] [TPM] Error while allocating buffer for integrity token: std::bad_alloc"});
+  EXPECT_EQ(journal().count("GetTokenInformation"), 1U);
+  EXPECT_EQ(ledger().open("token"), 0U);
+}
+
+TEST_F(IntegrityLevelTest, TheBufferIsAsLargeAsTheFirstQueryTold) {
+  host::machine().token.integritySlack = 100;
+  EXPECT_TRUE(QueryIntegrityLevel(level));
+  EXPECT_EQ(argument(journal().calls("GetTokenInformation").at(1), 2),
+            std::to_string(sizeof(TOKEN_MANDATORY_LABEL) + 12 + 100));
+}
+
+TEST_F(IntegrityLevelTest, TheLevelIsTheLastSubAuthority) {
+  host::machine().token.integrityPrefix = {0x1000, 0x3000};
+  host::machine().token.integrityLevel = 0x2000;
+  EXPECT_TRUE(QueryIntegrityLevel(level));
+  EXPECT_EQ(level, 0x2000U);
 }
 
 TEST_F(IntegrityLevelTest, ALabelThatCannotBeRead) {

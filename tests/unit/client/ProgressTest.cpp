@@ -93,4 +93,17 @@ TEST_F(ProgressTest, TheCallerAnswersWithTheLatestState) {
   EXPECT_EQ(caller.currentProgressState(), 5U);
 }
 
+TEST_F(ProgressTest, TheStateIsReadWithoutTheMutex) {
+  onProgress(4);
+  journal().clear();
+  EXPECT_EQ(latestProgressState(), 4U);
+  EXPECT_EQ(journal().names(), Texts{});
+}
+
+TEST_F(ProgressTest, TheMutexStandsBeforeTheFirstReport) {
+  onProgress(4);
+  EXPECT_EQ(journal().count("CreateMutexW"), 0U);
+  EXPECT_EQ(journal().count("ReleaseMutex"), 1U);
+}
+
 }  // namespace

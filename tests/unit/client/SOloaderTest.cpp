@@ -1,5 +1,6 @@
 #include "VUSL/Support/win32/SOloader.h"
 
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -15,6 +16,8 @@ using client_test::textThrownBy;
 
 static_assert(!std::is_copy_constructible_v<SOloader>);
 static_assert(!std::is_copy_assignable_v<SOloader>);
+static_assert(!std::is_polymorphic_v<SOloader>);
+static_assert(sizeof(SOloader) == sizeof(HMODULE));
 
 class SOloaderTest : public host::MachineTest {
  protected:
@@ -126,6 +129,26 @@ TEST_F(SOloaderTest, UnloadsTheLibrary) {
 TEST_F(SOloaderTest, WithNothingLoadedNothingIsUnloaded) {
   textThrownBy<MissingFileError>([] { const SOloader loader(L"nothing", L"C:\\lib"); });
   EXPECT_EQ(journal().count("FreeLibrary"), 0U);
+}
+
+// In the two tests below the memory stays the test's own after the loader is gone.
+TEST_F(SOloaderTest, TheHandleIsNullAfterTheUnloading) {
+  alignas(SOloader) unsigned char place[sizeof(SOloader)];
+  auto* const loader = new (place) SOloader(L"talsClient", L"C:\\lib");
+  loader->~SOloader();
+  HMODULE left = nullptr;
+  std::memcpy(&left, place, sizeof left);
+  EXPECT_EQ(left, nullptr);
+}
+
+TEST_F(SOloaderTest, DestroyingALoaderWhoseHandleIsNullMakesNoPlatformCall) {
+  alignas(SOloader) unsigned char place[sizeof(SOloader)];
+  auto* const loader = new (place) SOloader(L"talsClient", L"C:\\lib");
+  loader->~SOloader();
+  journal().clear();
+  std::launder(reinterpret_cast<SOloader*>(place))->~SOloader();
+  EXPECT_EQ(journal().names(), Texts{});
+  EXPECT_EQ(ledger().violations(), Texts{});
 }
 
 TEST_F(SOloaderTest, GivesTheAddressOfAProcedure) {

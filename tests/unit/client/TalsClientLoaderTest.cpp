@@ -1,6 +1,7 @@
 #include "client/TalsClientLoader.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/MissingFileError.h"
@@ -224,6 +225,16 @@ TEST_F(TalsClientLoaderTest, AnEmptyInstallDirectoryAsksForTheBareNames) {
   EXPECT_EQ(calls[1].args, "talsProxy");
   EXPECT_EQ(journal().count("SetDllDirectoryW"), 2U);
   EXPECT_EQ(journal().count("LoadLibraryExW"), 0U);
+}
+
+// Only a look-up's own failure is an entry that is missing.
+TEST_F(TalsClientLoaderTest, AnyOtherExceptionOfALookUpEndsTheLoadWithNothingLeftLoaded) {
+  installClient();
+  host::CallHooks::instance().before("GetProcAddress", journal().count("GetProcAddress") + 3,
+                                     [] { throw std::runtime_error("of another kind"); });
+  EXPECT_EQ(textThrownBy<std::runtime_error>([] { const TalsClientLoader loader(""); }),
+            "of another kind");
+  EXPECT_EQ(ledger().open("module"), 0U);
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <new>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "client/TalsClientLoaderBase.h"
@@ -90,6 +92,24 @@ TEST(TalsEntryTableTest, AFreshTableIsClear) {
   for (const TalsEntryLookup& lookup : kTalsEntryLookups) {
     EXPECT_EQ(loader.entries.*lookup.slot, nullptr) << lookup.name;
   }
+}
+
+static_assert(std::has_virtual_destructor_v<TalsClientLoaderBase>);
+static_assert(sizeof(TalsClientLoaderBase) == sizeof(void*) + sizeof(TalsEntryTable));
+
+void anyEntry() {}
+
+// The memory stays the test's own after the loader is gone.
+TEST(TalsEntryTableTest, TheEndOfALoaderClearsTheWholeTable) {
+  alignas(TalsClientLoaderBase) unsigned char place[sizeof(TalsClientLoaderBase)];
+  auto* const loader = new (place) TalsClientLoaderBase;
+  for (const TalsEntryLookup& lookup : kTalsEntryLookups) {
+    loader->entries.*lookup.slot = &anyEntry;
+  }
+  loader->~TalsClientLoaderBase();
+  void* left[kTalsEntryCount] = {};
+  std::memcpy(left, place + sizeof(void*), sizeof left);
+  for (std::size_t slot = 0; slot < kTalsEntryCount; ++slot) EXPECT_EQ(left[slot], nullptr) << slot;
 }
 
 }  // namespace

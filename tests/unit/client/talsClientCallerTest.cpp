@@ -6,6 +6,7 @@
 #include "client/TalsClientLoader.h"
 #include "tests/unit/client/ClientTest.h"
 #include "tests/unit/client/RecordingLoader.h"
+#include "tests/unit/runtime/SlotOrder.h"
 
 namespace {
 
@@ -13,6 +14,17 @@ using client_test::Texts;
 
 static_assert(std::is_base_of_v<vusl::Thread, talsClientCaller>);
 static_assert(std::is_base_of_v<ItalsClientCaller, talsClientCaller>);
+
+// Shows what only derived classes see.
+class OpenCaller : public talsClientCaller {
+ public:
+  OpenCaller() : talsClientCaller("") { loader = std::make_unique<RecordingLoader>(); }
+
+  talsStatus initialise(const Components& components) {
+    return runInit(std::make_unique<Components>(components));
+  }
+  std::vector<const void*> fieldsInOrder() const { return {&loader, &commands, &keyType}; }
+};
 
 class talsClientCallerTest : public host::MachineTest {
  protected:
@@ -167,6 +179,45 @@ TEST_F(talsClientCallerTest, TheLoaderGoesBetweenTheClosingLineAndTheEndOfTheThr
 TEST_F(talsClientCallerTest, ACallerWhoseThreadNeverStartedIsDestroyedWithoutAWait) {
   { const talsClientCaller other(""); }
   EXPECT_FALSE(log.contains("Entering wait ..."));
+}
+
+TEST_F(talsClientCallerTest, TheInterfaceHasItsDestructorLast) {
+  EXPECT_EQ(slotOf(&ItalsClientCaller::executeSync), 0U);
+  EXPECT_EQ(slotOf(&ItalsClientCaller::setKeyType), 1U);
+  EXPECT_EQ(sizeof(ItalsClientCaller), sizeof(void*));
+}
+
+TEST_F(talsClientCallerTest, TheOperationsStandBehindThoseOfTheThread) {
+  EXPECT_EQ(slotOf(&talsClientCaller::Run), 4U);
+  EXPECT_EQ(slotOf(&talsClientCaller::executeAsync), 5U);
+  EXPECT_EQ(slotOf(&talsClientCaller::executeScheduled), 6U);
+  EXPECT_EQ(slotOf(&talsClientCaller::currentProgressState), 7U);
+}
+
+TEST_F(talsClientCallerTest, IsAThreadFirstAndTheInterfaceSecond) {
+  EXPECT_EQ(static_cast<void*>(static_cast<vusl::Thread*>(&caller)), static_cast<void*>(&caller));
+}
+
+TEST_F(talsClientCallerTest, TheFieldsStandInTheirOrder) {
+  const OpenCaller open;
+  const std::vector<const void*> fields = open.fieldsInOrder();
+  EXPECT_LT(fields[0], fields[1]);
+  EXPECT_LT(fields[1], fields[2]);
+}
+
+TEST_F(talsClientCallerTest, AListOfBothComponentsIsOneCall) {
+  OpenCaller open;
+  EXPECT_EQ(open.initialise({2, 1, 7}), STATUS_OK);
+  EXPECT_EQ(RecordingLoader::calls, Texts{"talsInit(null)"});
+}
+
+TEST_F(talsClientCallerTest, AnUnknownComponentIsAnErrorAndLogsNothing) {
+  OpenCaller open;
+  const std::size_t before = log.texts().size();
+  EXPECT_EQ(open.initialise({3}), STATUS_ERROR);
+  EXPECT_EQ(open.initialise({0}), STATUS_ERROR);
+  EXPECT_EQ(RecordingLoader::calls, Texts{});
+  EXPECT_EQ(log.texts().size(), before);
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <cstdlib>
+#include <optional>
 #include <stdexcept>
 
 #include "VUSL/Support/Exception.h"
@@ -155,6 +157,41 @@ TEST_F(talsClientCallerThreadTest, WhatTheBodyThrowsEndsInTheDestructor) {
   }
   EXPECT_TRUE(log.contains("Thread terminated due to exception: from the library"));
   EXPECT_FALSE(log.contains("in-flight excepion"));
+}
+
+TEST_F(talsClientCallerThreadTest, AFreshCallerHasNoCommand) {
+  OpenCaller caller;
+  caller.executeScheduled();
+  caller.Wait();
+  EXPECT_TRUE(log.contains("[INF] [TPM] Executing scheduled commands: 0"));
+  EXPECT_EQ(RecordingLoader::calls, Texts{});
+}
+
+TEST_F(talsClientCallerThreadTest, TheListsStorageIsKept) {
+  class Overriding : public OpenCaller {
+   public:
+    void executeScheduled() override { room = commands.capacity(); }
+    std::size_t room = 0;
+  };
+  Overriding caller;
+  caller.schedule({0, 1, 2});
+  caller.executeAsync(2);
+  EXPECT_EQ(caller.room, 3U);
+}
+
+// In a process of its own, because the thread goes on with an object that is gone.
+TEST_F(talsClientCallerThreadTest, DestructionDoesNotWaitForABodyThatHasNotBegun) {
+  const auto destroyBeforeTheBody = [this] {
+    std::optional<OpenCaller> caller(std::in_place);
+    host::CallHooks::instance().before("SetEvent", journal().count("SetEvent") + 1,
+                                       [] { Sleep(60000); });
+    caller->executeAsync(1);
+    Sleep(1000);
+    if (!log.contains("Thread started. Name: ") || caller->isBodyRunning()) std::_Exit(2);
+    caller.reset();
+    std::_Exit(log.contains("Entering wait ...") || clockMs() >= 60000 ? 1 : 0);
+  };
+  EXPECT_EXIT(destroyBeforeTheBody(), ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

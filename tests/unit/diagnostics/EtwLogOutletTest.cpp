@@ -200,4 +200,23 @@ TEST_F(EtwLogOutletTest, faultsAtALineWithoutAProvider) {
   EXPECT_DEATH(log(L"a", 4), "");
 }
 
+TEST_F(EtwLogOutletTest, endsTheMessageAtAZeroCharacter) {
+  registerWithSession(5);
+  log(std::wstring(L"a\0b", 3), 3);
+  ASSERT_EQ(events().size(), 1U);
+  EXPECT_EQ(events()[0].blocks.at(3), std::string("a\0\0\0", 4));
+}
+
+TEST_F(EtwLogOutletTest, splitsACharacterBeyondTheFirstPlaneIntoTwoUnits) {
+  registerWithSession(5);
+  log(L"\U0001F600", 3);
+  ASSERT_EQ(events().size(), 1U);
+  EXPECT_EQ(events()[0].blocks.at(3), std::string("\x3D\xD8\x00\xDE\r\0\n\0\0\0", 10));
+}
+
+TEST_F(EtwLogOutletTest, doesNothingWhenReopened) {
+  outlet->reopen();
+  EXPECT_TRUE(journal().names().empty());
+}
+
 }  // namespace

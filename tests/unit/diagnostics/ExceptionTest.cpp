@@ -11,6 +11,8 @@
 #include "VUSL/Support/FileACLException.h"
 #include "VUSL/Support/LockedException.h"
 #include "VUSL/Support/ResourceMissingException.h"
+#include "VUSL/Support/SysException.h"
+#include "service/TPMEnrollmentProcessException.h"
 #include "tests/unit/runtime/SlotOrder.h"
 #include "tests/unit/runtime/Thrown.h"
 
@@ -144,6 +146,39 @@ TEST(BufferWriterExceptionTest, keepsItsTextInACopy) {
   vusl::BufferWriterException exception("X");
   exception << "a";
   EXPECT_STREQ(vusl::BufferWriterException(exception).what(), "X:a");
+}
+
+TEST(ExceptionTest, hasALayerForEachClassThatStreamsItself) {
+  using TPMEnrollmentService::TPMEnrollmentProcessException;
+  EXPECT_TRUE((derives<SysException, ExceptionStream<SysException, Exception>>));
+  EXPECT_TRUE((derives<vusl::BufferWriterException,
+                       ExceptionStream<vusl::BufferWriterException, Exception>>));
+  EXPECT_TRUE((derives<TPMEnrollmentProcessException,
+                       ExceptionStream<TPMEnrollmentProcessException, Exception>>));
+}
+
+TEST(BaseExceptionTest, readsExactlyItsTextAlsoInACopy) {
+  const BaseException exception("a");
+  EXPECT_STREQ(BaseException(exception).what(), "a");
+}
+
+TEST(LockedExceptionTest, keepsItsTextInACopy) {
+  vusl::LockedException exception("X");
+  exception << "a";
+  EXPECT_STREQ(vusl::LockedException(exception).what(), "X:a");
+}
+
+TEST(FileACLExceptionTest, keepsItsTextInACopyAndInOneAsAnException) {
+  FileACLException exception("X");
+  exception << "a";
+  EXPECT_STREQ(FileACLException(exception).what(), "X:a");
+  EXPECT_STREQ(Exception(exception).what(), "X:a");
+}
+
+TEST(ResourceMissingExceptionTest, keepsItsTextInACopy) {
+  ResourceMissingException exception;
+  exception << "a";
+  EXPECT_STREQ(ResourceMissingException(exception).what(), "a");
 }
 
 }  // namespace

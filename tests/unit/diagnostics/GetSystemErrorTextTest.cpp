@@ -8,6 +8,18 @@ class GetSystemErrorTextTest : public host::MachineTest {};
 
 TEST_F(GetSystemErrorTextTest, cutsTheTextAtItsLastCarriageReturn) {
   EXPECT_EQ(GetSystemErrorText(5), L"Access is denied.");
+  host::machine().errorTexts[5] = L"one\r\ntwo\rthree";
+  EXPECT_EQ(GetSystemErrorText(5), L"one\r\ntwo");
+}
+
+TEST_F(GetSystemErrorTextTest, isTheWholeTextWhereThereIsNoCarriageReturn) {
+  host::machine().errorTexts[5] = L"one\ntwo ";
+  EXPECT_EQ(GetSystemErrorText(5), L"one\ntwo ");
+}
+
+TEST_F(GetSystemErrorTextTest, keepsCharactersThatHaveNoNarrowForm) {
+  host::machine().errorTexts[5] = L"gew\u00E4hrt \u20AC\r\n";
+  EXPECT_EQ(GetSystemErrorText(5), L"gew\u00E4hrt \u20AC");
 }
 
 TEST_F(GetSystemErrorTextTest, isEmptyForACodeUnknownToTheSystem) {
@@ -18,7 +30,7 @@ TEST_F(GetSystemErrorTextTest, asksInTheNeutralLanguageWithNoSourceAndNoArgument
   GetSystemErrorText(5);
   const auto calls = journal().calls("FormatMessageW");
   ASSERT_EQ(calls.size(), 1U);
-  EXPECT_EQ(calls[0].args.substr(0, 19), "4864, null, 5, 1024");
+  EXPECT_EQ(calls[0].args, "4864, null, 5, 1024, 0, null");
 }
 
 TEST_F(GetSystemErrorTextTest, freesTheBuffer) {

@@ -1,11 +1,14 @@
 #include "VUSL/Support/LogItem.h"
 
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "VUSL/Support/DebugLogOutlet.h"
 #include "VUSL/Support/LogSink.h"
 #include "VUSL/Support/LogTag.h"
 #include "platform/win32.h"
@@ -114,8 +117,46 @@ TEST_F(LogItemTest, keepsItsBaseToItself) {
 }
 
 TEST_F(LogItemTest, isCutAtAZeroCharacterOnDelivery) {
+  RecordingOutlet console;
+  const AttachedOutlet attached(console, LogSink::kConsoleChannel);
   LogItem() << std::wstring(L"a\0b", 3) << "c";
   EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] a"});
+  ASSERT_EQ(console.messages.size(), 1U);
+  EXPECT_EQ(console.messages[0].text, L"[TPM] a");
+}
+
+TEST_F(LogItemTest, dropsAnItemBelowTheThresholdInTheOutletAndNowhereEarlier) {
+  DebugLogOutlet outlet;
+  const AttachedOutlet attached(outlet, LogSink::kOutletChannel);
+  DebugLogOutlet::level = 2;
+  LogItem().debug() << "text";
+  DebugLogOutlet::level = 1;
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] text"});
+  EXPECT_TRUE(host::machine().debugOutput.empty());
+}
+
+TEST_F(LogItemTest, isStampedForEachOfItsTwoChannels) {
+  RecordingOutlet console;
+  RecordingOutlet outlet;
+  const AttachedOutlet first(console, LogSink::kConsoleChannel);
+  const AttachedOutlet second(outlet, LogSink::kOutletChannel);
+  outlet.onLog = [] { host::machine().setLocalTime(2027, 2, 3, 4, 5, 6, 8); };
+  host::machine().setLocalTime(2026, 1, 2, 3, 4, 5, 7);
+  LogItem() << "text";
+  ASSERT_EQ(console.messages.size(), 1U);
+  EXPECT_EQ(outlet.messages.at(0).timestamp.substr(0, 24), L"2026-01-02 03:04:05:007 ");
+  EXPECT_EQ(console.messages[0].timestamp.substr(0, 24), L"2027-02-03 04:05:06:008 ");
+}
+
+TEST_F(LogItemTest, isALineOfStampTagLevelUseCaseAndText) {
+  DebugLogOutlet outlet;
+  const AttachedOutlet attached(outlet, LogSink::kOutletChannel);
+  host::machine().setLocalTime(2026, 1, 2, 3, 4, 5, 6);
+  LogItem().info() << "Service started.";
+  ASSERT_EQ(host::machine().debugOutput.size(), 1U);
+  const std::wstring& line = host::machine().debugOutput[0];
+  EXPECT_EQ(line.substr(0, 24), L"2026-01-02 03:04:05:006 ");
+  EXPECT_EQ(line.substr(40), L" TPMEnrollmentService: [INF] [TPM] Service started.\r\n");
 }
 
 TEST_F(LogItemTest, deliversToTheOutletChannelFirstAndThenToTheConsoleChannel) {
@@ -177,6 +218,27 @@ TEST_F(LogItemDeathTest, endsTheProcessWhenAnOutletThrows) {
         LogItem();
       },
       "outlet broke");
+}
+
+// Made before the sink, so destroyed after everything that the sink's first use made.
+struct LoggingAtTheEnd {
+  ~LoggingAtTheEnd() { LogItem() << "text"; }
+};
+
+TEST(LogItemStaticDeathTest, isDeliveredWhileStaticObjectsAreDestroyed) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        static const LoggingAtTheEnd last;
+        auto* const outlet = new RecordingOutlet();
+        outlet->onLog = [outlet] {
+          const RecordingOutlet::Message& message = outlet->messages.back();
+          std::fputs(vusl::Narrow(message.tag + message.text).c_str(), stderr);
+        };
+        LogSink::process().attach(outlet, LogSink::kOutletChannel);
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "TPMEnrollmentService: \\[TPM\\] text");
 }
 
 }  // namespace

@@ -157,6 +157,13 @@ TEST_F(LogSetupTest, isSilencedByAnUnknownWordAndNotByItsAbsence) {
   EXPECT_EQ(DebugLogOutlet::level, 5);
 }
 
+TEST_F(LogSetupTest, isSilencedByALevelInLowerCase) {
+  configure("LogLevel = \"info\"\n");
+  build();
+  EXPECT_EQ(DebugLogOutlet::level, 5);
+  EXPECT_EQ(EtwLogOutlet::level, 5);
+}
+
 TEST_F(LogSetupTest, reachesTheDebugOutputFromTheThresholdOn) {
   build();
   logEachLevel();
@@ -307,10 +314,26 @@ TEST_F(LogSetupTest, unregistersTheProviderAndEmptiesTheSinkWhenItGoes) {
   EXPECT_TRUE(host::machine().debugOutput.empty());
 }
 
+TEST_F(LogSetupTest, unregistersTheProviderBeforeItEmptiesTheSink) {
+  build();
+  host::CallHooks::instance().before("EventUnregister", 1, [] { LogItem().fatal() << "still"; });
+  setup.reset();
+  EXPECT_EQ(debugOutput(), Texts{"[FTL] [TPM] still\r\n"});
+}
+
 TEST_F(LogSetupTest, canBeMadeAgainAfterItHasGone) {
   build();
   setup.reset();
   EXPECT_NO_THROW(build());
+}
+
+TEST_F(LogSetupTest, isMadeOnTheNextCallWhenTheFirstFailed) {
+  host::machine().environment.clear();
+  EXPECT_THROW(LogSetup::instance("TPMEnrollmentService.log", "ERROR", "TPMEnrollmentService.conf"),
+               Exception);
+  host::machine().environment[L"TALS_CONFDIR_PATH"] = L"C:\\conf";
+  LogSetup::instance("TPMEnrollmentService.log", "FATAL", "TPMEnrollmentService.conf");
+  EXPECT_EQ(DebugLogOutlet::level, 4);
 }
 
 TEST_F(LogSetupTest, isMadeOnTheFirstCallOnly) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ios>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -109,6 +110,42 @@ TEST(MissingFileErrorTest, throwsItselfWhenStreamedInTheThrow) {
 
 TEST(MissingFileErrorTest, takesItsId) {
   EXPECT_EQ(MissingFileError(250).resourceId(), 250);
+}
+
+TEST(ResourceExceptionTest, givesEachParameterAStreamOfItsOwn) {
+  vusl::InvalidInputError error(225);
+  error << std::hex << 255;
+  EXPECT_EQ(error.params(), (std::vector<std::string>{"", "255"}));
+}
+
+TEST(ResourceExceptionTest, hasALayerForEachClassThatStreamsItself) {
+  EXPECT_TRUE(
+      (std::is_convertible_v<vusl::CmdLineExc*,
+                             ResourceExceptionStream<vusl::CmdLineExc, ResourceException>*>));
+  EXPECT_TRUE((
+      std::is_convertible_v<vusl::InvalidInputError*,
+                            ResourceExceptionStream<vusl::InvalidInputError, ResourceException>*>));
+  EXPECT_TRUE(
+      (std::is_convertible_v<MissingFileError*,
+                             ResourceExceptionStream<MissingFileError, ResourceException>*>));
+  EXPECT_TRUE((std::is_convertible_v<ResourceException*,
+                                     ResourceExceptionStream<ResourceException, BaseException>*>));
+}
+
+TEST(CmdLineExcTest, keepsIdAndParametersInACopy) {
+  vusl::CmdLineExc error;
+  error << std::string("a");
+  const vusl::CmdLineExc copy(error);
+  EXPECT_STREQ(copy.what(), "Resource exception of type 259 was thrown");
+  EXPECT_EQ(copy.params(), std::vector<std::string>{"a"});
+}
+
+TEST(MissingFileErrorTest, keepsIdAndParametersInACopy) {
+  MissingFileError error(250);
+  error << std::string("a");
+  const MissingFileError copy(error);
+  EXPECT_STREQ(copy.what(), "Resource exception of type 250 was thrown");
+  EXPECT_EQ(copy.params(), std::vector<std::string>{"a"});
 }
 
 }  // namespace

@@ -21,7 +21,9 @@ class ListLoader : public ResourceLoader {
  public:
   using ResourceLoader::loadString;
 
-  int loadFromLibraries(const LibraryList& list, uint32_t, wchar_t* buffer, int) override {
+  int loadFromLibraries(const LibraryList& list, uint32_t id, wchar_t* buffer, int size) override {
+    askedId = id;
+    askedSize = size;
     asked.insert(asked.end(), list.begin(), list.end());
     for (const std::wstring& name : list) {
       if (holders.count(name) == 0) continue;
@@ -33,6 +35,8 @@ class ListLoader : public ResourceLoader {
 
   std::set<std::wstring> holders;
   Names asked;
+  uint32_t askedId = 0;
+  int askedSize = 0;
 };
 
 class ResourceLoaderTest : public host::MachineTest {
@@ -46,6 +50,13 @@ class ResourceLoaderTest : public host::MachineTest {
     ResourceLoader::useOwnModule = false;
     ResourceLoader::languageOverrideSet = false;
     ResourceLoader::languageOverride = 0;
+  }
+
+  // A library beside the program that has the string, or has none if `text` is empty.
+  static void install(const std::wstring& fileName, const std::wstring& text) {
+    const std::wstring path = L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\" + fileName;
+    host::machine().drive.write(path, "MZ and no more");
+    if (!text.empty()) host::machine().stringTables[path][kId] = text;
   }
 
   static int32_t languageOf(LANGID user) {
@@ -224,6 +235,8 @@ TEST_F(ResourceLoaderTest, takesTheCurrentLanguageWhereNoneIsGiven) {
   loader.holders = {L"de-DE.dll"};
   loader.loadString(kId, buffer, 64);
   EXPECT_STREQ(buffer, L"de-DE.dll");
+  EXPECT_EQ(loader.askedId, 101U);
+  EXPECT_EQ(loader.askedSize, 64);
 }
 
 TEST_F(ResourceLoaderTest, takesTheCurrentLanguageAndTheDefaultSizeWhereNeitherIsGiven) {
@@ -232,6 +245,8 @@ TEST_F(ResourceLoaderTest, takesTheCurrentLanguageAndTheDefaultSizeWhereNeitherI
   loader.holders = {L"pl-PL.dll"};
   loader.loadString(kId, buffer);
   EXPECT_STREQ(buffer, L"pl-PL.dll");
+  EXPECT_EQ(loader.askedId, 101U);
+  EXPECT_EQ(loader.askedSize, 2048);
 }
 
 TEST_F(ResourceLoaderTest, doesNotAskTheProgramItselfByDefault) {
@@ -259,6 +274,41 @@ TEST_F(ResourceLoaderTest, hasItsOperationsInOrder) {
   EXPECT_EQ(slotOf(static_cast<Plain>(&ResourceLoader::loadString)), 4U);
   EXPECT_EQ(slotOf(&ResourceLoader::loadFromLibraries), 5U);
   EXPECT_EQ(slotOf(&ResourceLoader::loadLibrary), 6U);
+}
+
+TEST_F(ResourceLoaderTest, loadsALibraryOnceAlsoWhenItIsThere) {
+  install(L"x.dll", L"text");
+  ResourceLoader real;
+  const HMODULE library = real.loadLibrary(L"x.dll");
+  EXPECT_NE(library, nullptr);
+  EXPECT_EQ(real.loadLibrary(L"x.dll"), library);
+  EXPECT_EQ(journal().calls("LoadLibraryExW").size(), 1U);
+}
+
+TEST_F(ResourceLoaderTest, leavesItsLibrariesLoadedWhenItGoes) {
+  install(L"x.dll", L"text");
+  ResourceLoader().loadLibrary(L"x.dll");
+  EXPECT_TRUE(journal().calls("FreeLibrary").empty());
+  EXPECT_EQ(ledger().open("module"), 1U);
+}
+
+TEST_F(ResourceLoaderTest, takesTheFirstLibraryOfAListThatHasTheString) {
+  install(L"b.dll", L"");
+  install(L"c.dll", L"third");
+  install(L"d.dll", L"fourth");
+  ResourceLoader real;
+  EXPECT_EQ(real.loadFromLibraries({L"a.dll", L"b.dll", L"c.dll", L"d.dll"}, kId, buffer, 64), 5);
+  EXPECT_STREQ(buffer, L"third");
+  EXPECT_EQ(journal().calls("LoadLibraryExW").size(), 3U);
+}
+
+TEST_F(ResourceLoaderTest, findsAStringOfTheProgramItselfWhenToldTo) {
+  ResourceLoader::initialiseLibraries();
+  ResourceLoader::useOwnModule = true;
+  host::machine().stringTables[host::machine().programPath][kId] = L"own";
+  ResourceLoader real;
+  real.loadString(kId, buffer, 4, 64);
+  EXPECT_STREQ(buffer, L"own");
 }
 
 }  // namespace

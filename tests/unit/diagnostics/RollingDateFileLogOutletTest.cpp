@@ -126,6 +126,20 @@ TEST_F(RollingDateFileLogOutletTest, deletesTheFilesThatWereWrittenLongestAgo) {
   EXPECT_EQ(content(L"x.log.20260102030405"), "live");
 }
 
+TEST_F(RollingDateFileLogOutletTest, deletesTheEarlierListedOfTwoFilesWrittenAtTheSameTime) {
+  outlet.setMaxArchiveNumber(3);
+  writeAgo(L"x.log.1", 1);
+  writeAgo(L"x.log.2", 2);
+  auto& drive = host::machine().drive;
+  std::filesystem::last_write_time(
+      drive.locate(L"C:\\logs\\x.log.2").value(),
+      std::filesystem::last_write_time(drive.locate(L"C:\\logs\\x.log.1").value()));
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(content(L"x.log.1"), std::nullopt);
+  EXPECT_EQ(content(L"x.log.2"), "old");
+}
+
 class RollingDateFileLogOutletTimesTest : public RollingDateFileLogOutletTest,
                                           public testing::WithParamInterface<const char*> {};
 

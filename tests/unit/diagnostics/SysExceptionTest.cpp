@@ -22,6 +22,13 @@ class SysExceptionTest : public host::MachineTest {
     ResourceLoader::libraryBaseName.clear();
   }
   ~SysExceptionTest() override { ResourceLoader::resourceLibraries.clear(); }
+
+  // A language library beside the program, with a text for errors that the system does not know.
+  static void installLibrary(const std::wstring& fileName, const std::wstring& unknownErrorText) {
+    const std::wstring path = L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\" + fileName;
+    host::machine().drive.write(path, "MZ and no more");
+    host::machine().stringTables[path][101] = unknownErrorText;
+  }
 };
 
 SysException withLastError(DWORD error) {
@@ -101,7 +108,7 @@ TEST_F(SysExceptionTest, asksTheSystemForTheTextInTheNeutralLanguage) {
   exception.errorText();
   const auto calls = journal().calls("FormatMessageW");
   ASSERT_EQ(calls.size(), 1U);
-  EXPECT_EQ(calls[0].args.substr(0, 19), "4864, null, 5, 1024");
+  EXPECT_EQ(calls[0].args, "4864, null, 5, 1024, 0, null");
 }
 
 TEST_F(SysExceptionTest, releasesTheSystemsBuffer) {
@@ -146,6 +153,63 @@ TEST_F(SysExceptionTest, hasItsTextsBehindWhat) {
   EXPECT_EQ(slotOf(&SysException::what), 2U);
   EXPECT_EQ(slotOf(&SysException::errorText), 3U);
   EXPECT_EQ(slotOf(&SysException::errorTextCStr), 4U);
+}
+
+TEST_F(SysExceptionTest, givesTheSameTextAtEachCall) {
+  SetLastError(5);
+  SysException exception("X");
+  const std::string* const first = &exception.errorText();
+  EXPECT_EQ(&exception.errorText(), first);
+  EXPECT_EQ(*first, "X:Access is denied.\r\n");
+}
+
+TEST_F(SysExceptionTest, asksForTheCStringThroughTheSlotOfTheText) {
+  struct Told : SysException {
+    const std::string& errorText() override { return text; }
+    std::string text = "told";
+  } exception;
+  EXPECT_STREQ(exception.errorTextCStr(), "told");
+}
+
+TEST_F(SysExceptionTest, keepsItsTextInACopy) {
+  SysException exception("X");
+  exception << "a";
+  EXPECT_STREQ(SysException(exception).what(), "X:a");
+}
+
+TEST_F(SysExceptionTest, endsInTheHexadecimalErrorWhenTheSystemHasNoText) {
+  installLibrary(L"VUSL_en-US.dll", L"Unknown error ");
+  host::machine().errorTexts[0x80070005] = L"";
+  SysException exception = withLastError(0x80070005);
+  EXPECT_EQ(exception.errorText(), "Unknown error 0x80070005");
+}
+
+TEST_F(SysExceptionTest, hasNoLeadingZerosInTheHexadecimalError) {
+  installLibrary(L"en-US.dll", L"Unknown error ");
+  SetLastError(0xABC);
+  SysException exception("X");
+  EXPECT_EQ(exception.errorText(), "X:Unknown error 0xabc");
+}
+
+TEST_F(SysExceptionTest, takesTheResourceInTheUsersLanguageInItsNarrowForm) {
+  installLibrary(L"en-US.dll", L"Unknown error ");
+  installLibrary(L"VUSL_pl-PL.dll", L"Nieznany b\u0142\u0105d ");
+  host::machine().userLanguage = 0x0415;
+  SysException exception = withLastError(kUnknownError);
+  EXPECT_EQ(exception.errorText(), "Nieznany b??d 0xe0000001");
+}
+
+TEST_F(SysExceptionTest, throwsAtASystemTextWithACharacterThatTheRuntimeCannotNarrow) {
+  host::machine().errorTexts[5] = L"Odmowa dost\u0119pu.\r\n";
+  SysException exception = withLastError(5);
+  EXPECT_EQ(thrownBy<Exception>([&] { exception.errorText(); }), "Function returned error: %s:42");
+}
+
+TEST_F(SysExceptionTest, releasesTheSystemsBufferAlsoWhenItsTextCannotBeNarrowed) {
+  SysException exception = withLastError(5);
+  faults().failOnce("wcstombs_s", 42);
+  EXPECT_THROW(exception.errorText(), Exception);
+  EXPECT_EQ(ledger().open("allocation"), 0U);
 }
 
 }  // namespace

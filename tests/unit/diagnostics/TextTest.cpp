@@ -63,4 +63,21 @@ TEST_F(TextTest, replacesWhatIsNoCharacterInUtf16) {
   EXPECT_EQ(vusl::Utf16(std::wstring(1, static_cast<wchar_t>(0x110000))), u"\uFFFD");
 }
 
+TEST_F(TextTest, widensBytesThatAreNoUtf8ToTheReplacementCharacter) {
+  EXPECT_EQ(vusl::Widen("a\xFF"
+                        "b"),
+            L"a\uFFFDb");
+}
+
+TEST_F(TextTest, narrowsEveryCharacterOfAsciiToItself) {
+  for (wchar_t character = 0; character < 0x80; ++character) {
+    EXPECT_EQ(vusl::Narrow(std::wstring(1, character)),
+              std::string(1, static_cast<char>(character)));
+  }
+}
+
+TEST_F(TextTest, narrowsTheHighestCharacterOfTheFirstPlaneToAQuestionMark) {
+  EXPECT_EQ(vusl::Narrow(L"\uFF5E\uFFFD"), "??");
+}
+
 }  // namespace

@@ -59,6 +59,20 @@ TEST_F(CallTest, AFaultedCallHasNoEffect) {
   EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_TIMEOUT);
 }
 
+TEST_F(CallTest, AStrikeIsToldOnceForALastingFaultToo) {
+  std::vector<std::string> told;
+  faults().onStrike = [&](const std::string& what) { told.push_back(what); };
+  faults().failOnce("CreateEventW", ERROR_ACCESS_DENIED, 2);
+  faults().failFrom("OpenEventW", ERROR_INVALID_HANDLE);
+  CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  EXPECT_TRUE(told.empty());
+  CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  OpenEventW(SYNCHRONIZE, FALSE, L"E");
+  OpenEventW(SYNCHRONIZE, FALSE, L"E");
+  EXPECT_EQ(told, (std::vector<std::string>{"CreateEventW 2 fails with 5",
+                                            "OpenEventW fails from 1 on with 6"}));
+}
+
 TEST_F(CallTest, AHookRunsAheadOfTheNthCall) {
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   host::CallHooks::instance().before("WaitForSingleObject", 2, [&] { SetEvent(event); });

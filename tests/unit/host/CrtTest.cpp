@@ -167,4 +167,15 @@ TEST_F(CrtTest, TargetAndRoomBelongTogether) {
   EXPECT_EQ(narrowed(nullptr, 4, 3), (Narrowed{22, 0, ""}));
 }
 
+TEST_F(CrtTest, ClearedMemoryCanRunOut) {
+  faults().failOnce("calloc", ENOMEM);
+  errno = 0;
+  void* const none = std::calloc(1, 8);
+  EXPECT_EQ(none, nullptr);
+  EXPECT_EQ(errno, ENOMEM);
+  void* const block = std::calloc(1, 8);
+  EXPECT_NE(block, nullptr);
+  std::free(block);
+}
+
 }  // namespace

@@ -86,4 +86,11 @@ TEST_F(MessagesTest, ACallersBufferMustHaveRoomForTheTerminator) {
   EXPECT_STREQ(buffer, L"Access is denied.\r\n");
 }
 
+TEST_F(MessagesTest, ATextOfTheMachineStandsAsItIsAndBeforeTheTable) {
+  host::machine().errorTexts = {{5, L"own"}, {0x80070006, L"wrapped\r\n"}};
+  EXPECT_EQ(message(5), L"own");
+  EXPECT_EQ(message(0x80070006), L"wrapped\r\n");
+  EXPECT_EQ(message(6), L"The handle is invalid.\r\n");
+}
+
 }  // namespace

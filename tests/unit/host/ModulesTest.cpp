@@ -219,4 +219,25 @@ TEST_F(ModulesTest, AFaultLoadsNothing) {
   EXPECT_EQ(ledger().open("module"), 0U);
 }
 
+TEST_F(ModulesTest, AStringIsFoundInTheTableOfItsLibrary) {
+  constexpr wchar_t kStrings[] = L"C:\\lib\\en-US.dll";
+  host::machine().drive.write(kStrings, "MZ and no more");
+  host::machine().stringTables[kStrings][101] = L"text";
+  const HMODULE module = LoadLibraryExW(kStrings, nullptr, LOAD_LIBRARY_AS_DATAFILE);
+  wchar_t buffer[8] = L"before";
+  EXPECT_EQ(LoadStringW(module, 101, buffer, 8), 4);
+  EXPECT_STREQ(buffer, L"text");
+  EXPECT_EQ(LoadStringW(module, 102, buffer, 8), 0);
+  EXPECT_STREQ(buffer, L"");
+  EXPECT_EQ(host::lastError(), 1814U);
+  FreeLibrary(module);
+}
+
+TEST_F(ModulesTest, AStringIsCutToItsBuffer) {
+  host::machine().stringTables[host::machine().programPath][101] = L"text";
+  wchar_t buffer[4] = L"old";
+  EXPECT_EQ(LoadStringW(nullptr, 101, buffer, 4), 3);
+  EXPECT_STREQ(buffer, L"tex");
+}
+
 }  // namespace

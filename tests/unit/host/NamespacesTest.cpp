@@ -33,6 +33,19 @@ TEST_F(NamespacesTest, ABoundaryIsNotClosedByCloseHandle) {
   EXPECT_EQ(ledger().open("boundary"), 1U);
 }
 
+TEST_F(NamespacesTest, ABoundaryMovesWhenASidIsAdded) {
+  HANDLE boundary = CreateBoundaryDescriptorW(L"Boundary", 0);
+  const HANDLE old = boundary;
+  BYTE sid[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof sid;
+  ASSERT_TRUE(CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size));
+  ASSERT_TRUE(AddSIDToBoundaryDescriptor(&boundary, sid));
+  EXPECT_NE(boundary, old);
+  EXPECT_EQ(CreatePrivateNamespaceW(nullptr, old, L"Alias"), nullptr);
+  EXPECT_EQ(host::lastError(), 6U);
+  EXPECT_NE(CreatePrivateNamespaceW(nullptr, boundary, L"Alias"), nullptr);
+}
+
 TEST_F(NamespacesTest, ASidIsAddedToABoundaryOnly) {
   HANDLE none = nullptr;
   BYTE sid[SECURITY_MAX_SID_SIZE] = {1, 1, 0, 0, 0, 0, 0, 5, 18};

@@ -92,6 +92,14 @@ TEST_F(ScenarioDriveTest, ADriveThatCannotBeMadeIsAReason) {
   EXPECT_EQ(prepare(), drive().string() + ": Not a directory");
 }
 
+TEST_F(ScenarioDriveTest, AFileThatCannotBeWrittenIsAReason) {
+  scenario_.files.push_back({L"C:\\a", "text"});
+  scenario_.files.push_back({L"C:\\a\\b", "text"});
+  EXPECT_EQ(prepare(), "C:\\a\\b: no such place");
+  scenario_.files.back().path = L"C:\\Windows";
+  EXPECT_EQ(prepare(), "C:\\Windows: cannot be written");
+}
+
 TEST_F(ScenarioDriveTest, ADriveCanBePreparedTwice) {
   ASSERT_EQ(prepare(), std::nullopt);
   scenario_.clientLibrary = "talsClientNone";

@@ -179,6 +179,20 @@ TEST_F(ScenarioRunTest, AWrittenFileHasTheText) {
   EXPECT_EQ(machine().drive.read(L"C:\\a\\b"), "one\ntwo");
 }
 
+TEST_F(ScenarioRunTest, AFileThatCannotBeWrittenIsNoted) {
+  setUp("[script]\non log \"x\": write C:\\Windows: text\n");
+  say(L"x");
+  EXPECT_EQ(notes_, std::vector<std::string>{"file not written: C:\\Windows: cannot be written"});
+}
+
+TEST_F(ScenarioRunTest, AFaultThatStrikesIsNoted) {
+  setUp("[faults]\nfail OpenEventW 2 with 5\n");
+  eventIsThere();
+  EXPECT_TRUE(notes_.empty());
+  eventIsThere();
+  EXPECT_EQ(notes_, std::vector<std::string>{"fault: OpenEventW 2 fails with 5"});
+}
+
 // Lives that are ended are processes of their own; their records go to the standard error.
 class ScenarioLifeTest : public ScenarioRunTest {
  protected:

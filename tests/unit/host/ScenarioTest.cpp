@@ -1,11 +1,10 @@
 #include "platform/host/Scenario.h"
 
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <iterator>
 
 #include "platform/host/windows/Services.h"
+#include "tests/unit/host/ScenarioTexts.h"
 
 namespace host {
 namespace {
@@ -13,44 +12,6 @@ namespace {
 using namespace std::string_literals;
 
 constexpr Nanoseconds kSecond = 1000 * kNanosecondsPerMillisecond;
-
-// The least that a scenario can say; the texts of the tests stand behind it, from line 4 on.
-const std::string kLeast = "[scenario]\nabout = A test.\nend = exit 0\n";
-
-Scenario parsed(const std::string& text) {
-  auto result = parseScenario("test", text);
-  if (const auto* error = std::get_if<ScenarioError>(&result)) {
-    ADD_FAILURE() << "line " << error->line << ": " << error->reason;
-    return {};
-  }
-  return std::get<Scenario>(result);
-}
-
-Scenario with(const std::string& text) {
-  return parsed(kLeast + text);
-}
-
-// "<line>: <reason>", or that there is none.
-std::string errorIn(const std::string& text) {
-  const auto result = parseScenario("test", text);
-  const auto* error = std::get_if<ScenarioError>(&result);
-  return error == nullptr ? "no error" : std::to_string(error->line) + ": " + error->reason;
-}
-
-std::string errorWith(const std::string& text) {
-  return errorIn(kLeast + text);
-}
-
-struct Row {
-  std::string text;
-  std::string error;
-};
-
-void expectErrors(const std::vector<Row>& rows) {
-  for (const Row& row : rows) {
-    EXPECT_EQ(errorWith(row.text), row.error) << row.text;
-  }
-}
 
 // What a scenario that says the least has.
 
@@ -345,6 +306,8 @@ TEST(ScenarioTest, MalformedFilesKeysAndDevicesAreReported) {
   expectErrors({
       {"[file]\n", "4: in the brackets of \"file\" there must be a path too"},
       {"[file a\\b]\n", "4: \"a\\b\" is no absolute path (as in \"C:\\x\")"},
+      {"[file C:\\x\\]\n", "4: \"C:\\x\\\" names no file"},
+      {"[file C:\\" + std::string(257, 'x') + "]\n", "4: a path has at most 259 characters"},
       {"[registry]\n", "4: in the brackets of \"registry\" there must be a key too"},
       {"[registry Software\\X]\n",
        "4: \"Software\\X\" is no key of the registry (as in \"HKLM\\Software\\X\")"},
@@ -360,232 +323,6 @@ TEST(ScenarioTest, MalformedFilesKeysAndDevicesAreReported) {
        "5: \"X\" is no key of the registry (as in \"HKLM\\Software\\X\")"},
       {"[device SWD\\A]\npresent = 1\n", "5: \"1\" is neither yes nor no"},
   });
-}
-
-// [faults]
-
-TEST(ScenarioTest, AFaultHitsOneCallOrAllFromThereOn) {
-  const auto faults =
-      with("[faults]\nfail CreateEventW 2 with 5\nfail _dupenv_s from 1 with 0x1F\n").faults;
-  ASSERT_EQ(faults.size(), 2U);
-  EXPECT_EQ(faults[0].call, "CreateEventW");
-  EXPECT_EQ(faults[0].nth, 2U);
-  EXPECT_EQ(faults[0].error, 5U);
-  EXPECT_FALSE(faults[0].lasting);
-  EXPECT_EQ(faults[1].call, "_dupenv_s");
-  EXPECT_EQ(faults[1].nth, 1U);
-  EXPECT_EQ(faults[1].error, 31U);
-  EXPECT_TRUE(faults[1].lasting);
-}
-
-TEST(ScenarioTest, MalformedFaultsAreReported) {
-  const std::string form =
-      " is no fault (as in \"fail CreateEventW 2 with 5\" or "
-      "\"fail CreateEventW from 2 with 5\")";
-  expectErrors({
-      {"[faults]\nfail CreateEventW\n", "5: \"fail CreateEventW\"" + form},
-      {"[faults]\nbreak CreateEventW 1 with 5\n", "5: \"break CreateEventW 1 with 5\"" + form},
-      {"[faults]\nfail Create-Event 1 with 5\n",
-       "5: \"Create-Event\" is no name of a platform call"},
-      {"[faults]\nfail CreateEventW 0 with 5\n", "5: counting begins with 1"},
-      {"[faults]\nfail CreateEventW x with 5\n", "5: \"x\" is no number"},
-      {"[faults]\nfail CreateEventW 1 with denied\n", "5: \"denied\" is no number"},
-  });
-}
-
-// [script]
-
-Step stepOf(const std::string& line) {
-  const Scenario scenario = with("[script]\n" + line + "\n");
-  return scenario.script.size() == 1 ? scenario.script[0] : Step{};
-}
-
-TEST(ScenarioTest, AStepCanHappenAtATime) {
-  const Step step = stepOf("at 1 s 500 ms: stop");
-  EXPECT_EQ(step.moment.kind, Moment::Kind::kAt);
-  EXPECT_EQ(step.moment.at, 1500 * kNanosecondsPerMillisecond);
-  EXPECT_EQ(step.line, 5);
-}
-
-TEST(ScenarioTest, AStepCanHappenBeforeACall) {
-  const Step step = stepOf("before CreateEventW 4: stop");
-  EXPECT_EQ(step.moment.kind, Moment::Kind::kBeforeCall);
-  EXPECT_EQ(step.moment.name, "CreateEventW");
-  EXPECT_EQ(step.moment.nth, 4U);
-  EXPECT_EQ(stepOf("before CreateEventW: stop").moment.nth, 1U);
-}
-
-TEST(ScenarioTest, AStepCanHappenOnALogLine) {
-  const Step step = stepOf("on log 2 \"[Run] x: \"y\" signaled.\": stop");
-  EXPECT_EQ(step.moment.kind, Moment::Kind::kOnLog);
-  EXPECT_EQ(step.moment.name, "[Run] x: \"y\" signaled.");
-  EXPECT_EQ(step.moment.nth, 2U);
-  EXPECT_EQ(step.action.kind, Action::Kind::kControl);
-  EXPECT_EQ(stepOf("on log \"x\": stop").moment.nth, 1U);
-}
-
-TEST(ScenarioTest, AStepCanHappenOnAStatus) {
-  const Step step = stepOf("on status STOP_PENDING 3: stop");
-  EXPECT_EQ(step.moment.kind, Moment::Kind::kOnStatus);
-  EXPECT_EQ(step.moment.name, "STOP_PENDING");
-  EXPECT_EQ(step.moment.nth, 3U);
-  EXPECT_EQ(stepOf("on status RUNNING: stop").moment.nth, 1U);
-}
-
-TEST(ScenarioTest, EventsAreSignalledPublishedAndWithdrawn) {
-  const auto action = [](const std::string& text) { return stepOf("at 1 s: " + text).action; };
-  EXPECT_EQ(action("signal Global\\E").kind, Action::Kind::kSignalEvent);
-  EXPECT_EQ(action("signal Global\\E").subject, L"Global\\E");
-  EXPECT_EQ(action("publish Global\\E").kind, Action::Kind::kPublishEvent);
-  EXPECT_EQ(action("withdraw Global\\E").kind, Action::Kind::kWithdrawEvent);
-}
-
-TEST(ScenarioTest, StopIsControl1) {
-  EXPECT_EQ(stepOf("at 1 s: stop").action.kind, Action::Kind::kControl);
-  EXPECT_EQ(stepOf("at 1 s: stop").action.number, 1U);
-  EXPECT_EQ(stepOf("at 1 s: control 4").action.number, 4U);
-}
-
-TEST(ScenarioTest, FilesAreWrittenAndDeleted) {
-  const Action write = stepOf("at 1 s: write C:\\x\\y: a = \"b\"\\n\\tc:\\\\d\\r").action;
-  EXPECT_EQ(write.kind, Action::Kind::kWriteFile);
-  EXPECT_EQ(write.subject, L"C:\\x\\y");
-  EXPECT_EQ(write.text, "a = \"b\"\n\tc:\\d\r");
-  EXPECT_EQ(stepOf("at 1 s: write C:\\x:").action.text, "");
-  const Action remove = stepOf("at 1 s: delete C:\\x\\y").action;
-  EXPECT_EQ(remove.kind, Action::Kind::kDeleteFile);
-  EXPECT_EQ(remove.subject, L"C:\\x\\y");
-}
-
-TEST(ScenarioTest, TheProcessCanBeEnded) {
-  EXPECT_EQ(stepOf("at 1 s: end process").action.kind, Action::Kind::kEndProcess);
-}
-
-TEST(ScenarioTest, MalformedMomentsAreReported) {
-  expectErrors({
-      {"[script]\nafter 3 s: stop\n",
-       "5: \"after 3 s: stop\" does not begin with a moment (at, before, on log, on status)"},
-      {"[script]\nbefor X: stop\n",
-       "5: \"befor X: stop\" does not begin with a moment (at, before, on log, on status) "
-       "(did you mean \"before\"?)"},
-      {"[script]\nat 3 s\n", "5: a moment ends in : and is followed by an action"},
-      {"[script]\nat soon: stop\n", "5: \"soon\" is no time (as in \"300 ms\" or \"1 min 30 s\")"},
-      {"[script]\nbefore: stop\n",
-       "5: \"before: stop\" does not begin with a moment (at, before, on log, on status) "
-       "(did you mean \"before\"?)"},
-      {"[script]\nbefore X 1 2: stop\n",
-       "5: there must be a platform call's name, and at most a number behind it"},
-      {"[script]\nbefore X 0: stop\n", "5: counting begins with 1"},
-      {"[script]\nbefore Create-Event 1: stop\n",
-       "5: \"Create-Event\" is no name of a platform call"},
-      {"[script]\non log x: stop\n", "5: a moment ends in \": and is followed by an action"},
-      {"[script]\non log x\": stop\n", "5: \"x\" is no number"},
-      {"[script]\non log \": stop\n", "5: the text of the log line must stand in double quotes"},
-      {"[script]\non log \"\": stop\n", "5: the text of the log line is empty"},
-      {"[script]\non log two \"x\": stop\n", "5: \"two\" is no number"},
-      {"[script]\non status RUNING: stop\n",
-       "5: \"RUNING\" is no state of the service (did you mean \"RUNNING\"?)"},
-      {"[script]\non status: stop\n",
-       "5: \"on status: stop\" does not begin with a moment (at, before, on log, on status)"},
-  });
-}
-
-TEST(ScenarioTest, MalformedActionsAreReported) {
-  expectErrors({
-      {"[script]\nat 1 s: sign X\n", "5: \"sign X\" is no action (did you mean \"signal\"?)"},
-      {"[script]\nat 1 s:\n", "5: \"\" is no action"},
-      {"[script]\nat 1 s: signal\n", "5: there must be a name"},
-      {"[script]\nat 1 s: stop now\n", "5: nothing may follow the action"},
-      {"[script]\nat 1 s: end process now\n", "5: nothing may follow the action"},
-      {"[script]\nat 1 s: control\n", "5: \"\" is no number"},
-      {"[script]\nat 1 s: control 256\n", "5: \"256\" is greater than 255"},
-      {"[script]\nat 1 s: write C:\\x\n",
-       "5: the path must be followed by a colon and the file's text"},
-      {"[script]\nat 1 s: write x\\y: text\n", "5: \"x\\y\" is no absolute path (as in \"C:\\x\")"},
-      {"[script]\nat 1 s: write C:\\x: a\\b\n",
-       "5: a backslash in a file's text must be followed by n, r, t or another backslash"},
-      {"[script]\nat 1 s: delete x\n", "5: \"x\" is no absolute path (as in \"C:\\x\")"},
-  });
-}
-
-TEST(ScenarioTest, AMomentAtOrPastTheLimitIsReported) {
-  EXPECT_EQ(errorWith("[script]\nat 59 s: stop\nat 60 s: stop\n"),
-            "6: the run is over by then: its limit comes first");
-  EXPECT_EQ(errorIn("[script]\nat 5 s: stop\n" + kLeast + "limit = 4 s\n"),
-            "2: the run is over by then: its limit comes first");
-}
-
-// [expected]
-
-TEST(ScenarioTest, ExpectedLinesMayBeginWithABracket) {
-  const std::vector<std::string> expected = {"[INF] [TPM] one", "-- two", "[0x] three"};
-  EXPECT_EQ(with("[expected]\n# not this\n[INF] [TPM] one\n\n-- two  \n[0x] three\n").expected,
-            expected);
-}
-
-TEST(ScenarioTest, AnEmptyExpectedSectionExpectsNothing) {
-  EXPECT_EQ(with("[expected]\n").expected, std::vector<std::string>{});
-}
-
-TEST(ScenarioTest, AKnownSectionEndsTheExpectedOne) {
-  const Scenario scenario = with("[expected]\nline\n[machine]\nlistener = no\n");
-  EXPECT_EQ(scenario.expected, std::vector<std::string>{"line"});
-  EXPECT_FALSE(scenario.debugListener);
-}
-
-TEST(ScenarioTest, ExpectedLinesCanBeRepeated) {
-  const std::vector<std::string> expected = {"a", "b", "c", "c", "b", "c", "c", "d"};
-  EXPECT_EQ(with("[expected]\na\nrepeat 2:\nb\nrepeat 2:\nc\nend repeat\nend repeat\nd\n").expected,
-            expected);
-  EXPECT_EQ(with("[expected]\nrepeat 1:\na\nend repeat\n").expected, std::vector<std::string>{"a"});
-}
-
-TEST(ScenarioTest, MalformedRepetitionsAreReported) {
-  expectErrors({
-      {"[expected]\nrepeat 2:\na\n", "5: this \"repeat\" has no \"end repeat\""},
-      {"[expected]\nend repeat\n", "5: there is no \"repeat\" that could end here"},
-      {"[expected]\nrepeat 2:\nend repeat\n", "6: there is nothing to repeat"},
-      {"[expected]\nrepeat 0:\na\nend repeat\n", "5: counting begins with 1"},
-      {"[expected]\nrepeat x:\na\nend repeat\n", "5: \"x\" is no number"},
-      {"[expected]\nrepeat 4000000000:\na\nend repeat\n", "7: that makes more than 1000000 lines"},
-  });
-}
-
-// The frame.
-
-TEST(ScenarioTest, MalformedFramesAreReported) {
-  expectErrors({
-      {"[machin]\n", "4: there is no section \"machin\" (did you mean \"machine\"?)"},
-      {"[weather]\n", "4: there is no section \"weather\""},
-      {"[expected]\n[scrpt]\n", "5: there is no section \"scrpt\" (did you mean \"script\"?)"},
-      {"[file C:\\x]\n[y]\n", "5: there is no section \"y\""},
-      {"[machine x]\n", "4: in the brackets of \"machine\" there must be nothing else"},
-      {"[machine]\n[machine]\n", "5: the section [machine] stands twice"},
-      {"[file C:\\x]\n[file c:\\X]\n", "5: the section [file c:\\X] stands twice"},
-      {"about = Again.\n", "4: \"about\" stands twice"},
-      {"limt = 3 s\n", "4: [scenario] has no key \"limt\" (did you mean \"limit\"?)"},
-      {"[machine]\nweather = fine\n", "5: [machine] has no key \"weather\""},
-      {"limit\n", "4: \"limit\" is not of the form \"key = value\""},
-      {"[machine]\nevent = a\0b\n"s, "5: the line holds a zero byte"},
-      {"[machine]\nevent = \xFF\n", "5: the line is not UTF-8"},
-  });
-  EXPECT_EQ(errorIn("\n# comment\nabout = x\n"), "3: \"about = x\" stands outside a section");
-}
-
-TEST(ScenarioTest, LineEndsOfWindowsAndAByteOrderMarkAreTaken) {
-  const Scenario scenario = parsed(
-      "\xEF\xBB\xBF[scenario]\r\nabout = A test.\r\nend = exit 0\r\n[file C:\\x]\r\none\r\n");
-  EXPECT_EQ(scenario.about, "A test.");
-  EXPECT_EQ(scenario.files.at(0).bytes, "one\n");
-}
-
-TEST(ScenarioTest, TheLastLineNeedsNoLineEnd) {
-  EXPECT_EQ(parsed("[scenario]\nend = exit 0\nabout = A test.").about, "A test.");
-}
-
-TEST(ScenarioTest, ValuesMayBeLongAndHoldAnyCharacter) {
-  const std::string sentence = std::string(100'000, 'x') + " \xC3\xBC = [y]";
-  EXPECT_EQ(parsed("[scenario]\nend = exit 0\nabout = " + sentence + "\n").about, sentence);
 }
 
 // The page for those who write scenarios.

@@ -114,6 +114,55 @@ TEST_F(SchedulerTest, ARunInWhichNobodyCanGoOnIsReportedWithEachThreadsWait) {
               "call WaitForSingleObject");
 }
 
+// Another thread takes the mutex and never lets go.
+void waitForTheMutexOfAnother() {
+  const HANDLE mutex = CreateMutexW(nullptr, FALSE, L"M");
+  host::TestThread other([mutex] {
+    WaitForSingleObject(mutex, 0);
+    Sleep(INFINITE);
+  });
+  Sleep(1);
+  WaitForSingleObject(mutex, INFINITE);
+}
+
+TEST_F(SchedulerTest, TheReportNamesWhoHoldsTheMutexThatIsWaitedFor) {
+  EXPECT_EXIT(waitForTheMutexOfAnother(), ::testing::ExitedWithCode(70),
+              "thread 1a2c \\(main\\): waits for mutex M for ever, held by thread [0-9a-f]+ "
+              "\\(test\\), last call WaitForSingleObject");
+}
+
+void waitForTheSectionOfAnother() {
+  CRITICAL_SECTION section;
+  InitializeCriticalSectionAndSpinCount(&section, 0);
+  host::TestThread other([&] {
+    EnterCriticalSection(&section);
+    Sleep(INFINITE);
+  });
+  Sleep(1);
+  EnterCriticalSection(&section);
+}
+
+TEST_F(SchedulerTest, TheReportNamesWhoHoldsTheSectionThatIsWaitedFor) {
+  EXPECT_EXIT(waitForTheSectionOfAnother(), ::testing::ExitedWithCode(70),
+              "thread 1a2c \\(main\\): waits for a critical section, held by thread [0-9a-f]+ "
+              "\\(test\\), last call EnterCriticalSection");
+}
+
+TEST_F(SchedulerTest, TheTurnMayPassRightAfterAWaitHasTaken) {
+  // With this seed and others the second thread gets its turn between the wait and the next call.
+  bool seen = false;
+  for (std::uint64_t seed = 1; seed < 50 && !seen; ++seed) {
+    host::resetMachine(host::Scheduler::Mode::kVirtual, seed);
+    const HANDLE event = CreateEventW(nullptr, FALSE, TRUE, nullptr);
+    bool taken = false;
+    host::TestThread other([&] { seen = journal().count("WaitForSingleObject") == 1 && !taken; });
+    WaitForSingleObject(event, 0);
+    taken = true;
+    other.join();
+  }
+  EXPECT_TRUE(seen);
+}
+
 TEST_F(SchedulerTest, AThreadOutsideTheMachineThatCallsThePlatformEndsTheProcess) {
   EXPECT_EXIT(std::thread([] { SetLastError(0); }).join(), ::testing::KilledBySignal(SIGABRT),
               "a thread that the machine did not start");
@@ -136,6 +185,26 @@ TEST_F(SchedulerTest, InRealTimeASignalFromAnotherThreadEndsAWait) {
   });
   EXPECT_EQ(WaitForSingleObject(event, 20'000), WAIT_OBJECT_0);
   signaller.join();
+  CloseHandle(event);
+  host::resetMachine();
+}
+
+TEST_F(SchedulerTest, InRealTimeAWaitForEverIsKnownAndDescribed) {
+  host::resetMachine(host::Scheduler::Mode::kReal);
+  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, L"Late");
+  host::TestThread waiter([event] { WaitForSingleObject(event, INFINITE); });
+  host::Scheduler& scheduler = host::Scheduler::instance();
+  const auto begin = std::chrono::steady_clock::now();
+  while (!scheduler.everyoneElseWaitsForEver() &&
+         std::chrono::steady_clock::now() - begin < std::chrono::seconds(20)) {
+    Sleep(1);
+  }
+  EXPECT_TRUE(scheduler.everyoneElseWaitsForEver());
+  EXPECT_NE(scheduler.describeThreads().find("waits for event Late for ever"), std::string::npos);
+  SetEvent(event);
+  EXPECT_FALSE(scheduler.everyoneElseWaitsForEver());
+  waiter.join();
+  EXPECT_EQ(scheduler.describeThreads().find("waits for"), std::string::npos);
   CloseHandle(event);
   host::resetMachine();
 }

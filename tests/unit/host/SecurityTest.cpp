@@ -52,6 +52,14 @@ TEST_F(SecurityTest, OnlyTheProcessItselfHasAToken) {
   EXPECT_EQ(token, nullptr);
 }
 
+TEST_F(SecurityTest, ATokenThatGivesNoHandleIsOpenedAndLeavesTheCallersValue) {
+  host::machine().token.givesNoHandle = true;
+  HANDLE token = INVALID_HANDLE_VALUE;
+  EXPECT_EQ(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token), TRUE);
+  EXPECT_EQ(token, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(ledger().open("token"), 0U);
+}
+
 TEST_F(SecurityTest, ATokenHoldsAllThirtySixPrivileges) {
   EXPECT_EQ(held.size(), 36U);
 }
@@ -165,6 +173,37 @@ TEST_F(SecurityTest, ASidThatDoesNotFitFailsWith122AndTellsTheSize) {
   EXPECT_FALSE(CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size));
   EXPECT_EQ(host::lastError(), 122U);
   EXPECT_EQ(size, 16U);
+}
+
+TEST_F(SecurityTest, AQueryOfTheLevelCanClaimSuccessWithoutABuffer) {
+  host::machine().token.answersWithoutBuffer = true;
+  const HANDLE token = openToken();
+  DWORD size = 0;
+  EXPECT_TRUE(GetTokenInformation(token, TokenIntegrityLevel, nullptr, 0, &size));
+  CloseHandle(token);
+}
+
+TEST_F(SecurityTest, AQueryOfTheLevelCanAskForMoreThanItFills) {
+  host::machine().token.integritySlack = 100;
+  const HANDLE token = openToken();
+  DWORD size = 0;
+  EXPECT_FALSE(GetTokenInformation(token, TokenIntegrityLevel, nullptr, 0, &size));
+  EXPECT_EQ(size, 128U);
+  CloseHandle(token);
+}
+
+TEST_F(SecurityTest, TheLevelsSidCanHaveSubAuthoritiesAheadOfTheLevel) {
+  host::machine().token.integrityPrefix = {7};
+  host::machine().token.integrityLevel = SECURITY_MANDATORY_LOW_RID;
+  const HANDLE token = openToken();
+  alignas(TOKEN_MANDATORY_LABEL) char buffer[32];
+  DWORD size = 0;
+  ASSERT_TRUE(GetTokenInformation(token, TokenIntegrityLevel, buffer, sizeof buffer, &size));
+  const auto* label = reinterpret_cast<const TOKEN_MANDATORY_LABEL*>(buffer);
+  ASSERT_EQ(*GetSidSubAuthorityCount(label->Label.Sid), 2);
+  EXPECT_EQ(*GetSidSubAuthority(label->Label.Sid, 0), 7U);
+  EXPECT_EQ(*GetSidSubAuthority(label->Label.Sid, 1), 0x1000U);
+  CloseHandle(token);
 }
 
 }  // namespace

@@ -56,6 +56,12 @@ class ServiceManagerTest : public host::MachineTest {
   }
 };
 
+TEST_F(ServiceManagerTest, TheDispatchersTableIsCountedUpToItsEntryOfNulls) {
+  services().startedByManager = false;
+  dispatch();
+  EXPECT_EQ(journal().calls("StartServiceCtrlDispatcherW").at(0).args, ", 1");
+}
+
 TEST_F(ServiceManagerTest, OutsideTheServiceManagerTheDispatcherFailsWith1063) {
   services().startedByManager = false;
   EXPECT_FALSE(dispatch());

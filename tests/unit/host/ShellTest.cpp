@@ -33,6 +33,14 @@ TEST_F(ShellTest, TheLowFolderIsTheSystemAccounts) {
   CoTaskMemFree(path);
 }
 
+TEST_F(ShellTest, TheFoldersAreBelowThatOfTheUser) {
+  host::machine().profileDirectory = L"C:\\Users\\me";
+  PWSTR path = nullptr;
+  EXPECT_EQ(SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, &path), S_OK);
+  EXPECT_STREQ(path, L"C:\\Users\\me\\AppData\\Local");
+  CoTaskMemFree(path);
+}
+
 TEST_F(ShellTest, AnUnknownFolderFailsAndGivesNull) {
   PWSTR path = const_cast<PWSTR>(L"before");
   EXPECT_EQ(SHGetKnownFolderPath(GUID{}, 0, nullptr, &path), static_cast<HRESULT>(0x80070002));

@@ -54,6 +54,19 @@ TEST_F(SynchronizationTest, AWaitForANullHandleFailsWith6) {
   EXPECT_EQ(GetLastError(), 6U);
 }
 
+TEST_F(SynchronizationTest, AWaitForABadHandleFailsWith6) {
+  const HANDLE closed = autoEvent(true);
+  CloseHandle(closed);
+  const HANDLE neverOpened = reinterpret_cast<HANDLE>(std::uintptr_t{0x7001});
+  for (const HANDLE bad : {closed, neverOpened}) {
+    const HANDLE handles[] = {autoEvent(true), bad};
+    SetLastError(0);
+    EXPECT_EQ(WaitForMultipleObjects(2, handles, FALSE, 10), 0xFFFFFFFFU);
+    EXPECT_EQ(GetLastError(), 6U);
+    EXPECT_EQ(poll(handles[0]), WAIT_OBJECT_0);  // nothing was taken
+  }
+}
+
 TEST_F(SynchronizationTest, AWaitForNoneOrMoreThan64HandlesFailsWith87) {
   const std::vector<HANDLE> handles(65, autoEvent(true));
   EXPECT_EQ(WaitForMultipleObjects(0, handles.data(), FALSE, 10), 0xFFFFFFFFU);
@@ -185,6 +198,12 @@ TEST_F(SynchronizationTest, ClosingNullFailsWith6AndIsReported) {
   EXPECT_FALSE(CloseHandle(nullptr));
   EXPECT_EQ(GetLastError(), 6U);
   EXPECT_EQ(ledger().violations(), (std::vector<std::string>{"CloseHandle: null is no handle"}));
+}
+
+TEST_F(SynchronizationTest, ClosingAValueThatWasNeverAHandleFailsWith6AndIsReported) {
+  EXPECT_FALSE(CloseHandle(reinterpret_cast<HANDLE>(std::uintptr_t{0x7001})));
+  EXPECT_EQ(GetLastError(), 6U);
+  EXPECT_EQ(ledger().violations(), (std::vector<std::string>{"CloseHandle: 0x7001 is no handle"}));
 }
 
 TEST_F(SynchronizationTest, AUseAfterTheCloseFailsAndIsReported) {

@@ -10,17 +10,20 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/MessagesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ModulesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/NamespacesTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ProcessesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RegistryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SearchesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SecurityTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ShellTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SystemTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TraceTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/CallNamesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CallTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LedgerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SchedulerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioDriveTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioRunTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ScenarioScriptTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ServiceManagerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SynchronizationTest.cpp

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "VUSL/Support/AssertException.h"
+#include "tests/unit/runtime/FailingAllocation.h"
 #include "tests/unit/runtime/Thrown.h"
 
 namespace {
@@ -26,6 +27,15 @@ TEST(BufferTest, allocGivesABlockOfTheSize) {
   ASSERT_NE(buffer.data(), nullptr);
   EXPECT_EQ(buffer.size(), 16U);
   std::memset(buffer.data(), 0x5A, 16);
+}
+
+TEST(BufferTest, allocDoesNotClearTheBlock) {
+  Buffer buffer;
+  {
+    const DirtyAllocation dirty;
+    buffer.Alloc(3);
+  }
+  EXPECT_EQ(std::memcmp(buffer.data(), "\x5A\x5A\x5A", 3), 0);
 }
 
 TEST(BufferTest, secondAllocThrowsAndTheFirstBlockStaysValid) {

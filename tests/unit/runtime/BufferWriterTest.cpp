@@ -82,6 +82,22 @@ TEST_F(BufferWriterTest, nullSourceIsLoggedAndThrowsAPlainException) {
   EXPECT_EQ(writer.currentPos(), 0U);
 }
 
+TEST_F(BufferWriterTest, nullSourceClearsTheRoomAndNothingAheadOfIt) {
+  BufferWriter writer(buffer);
+  writer.writeRaw("abc", 3);
+  EXPECT_ANY_THROW(writer.writeRaw(nullptr, 1));
+  EXPECT_EQ(content(), std::string("abc\0\0\0\0\0", 8));
+}
+
+TEST_F(BufferWriterTest, nullSourceOfNoBytesSucceeds) {
+  LogRecorder log;
+  BufferWriter writer(buffer);
+  writer.writeRaw(nullptr, 0);
+  EXPECT_EQ(writer.currentPos(), 0U);
+  EXPECT_EQ(content(), "........");
+  EXPECT_EQ(log.texts(), Texts{});
+}
+
 TEST_F(BufferWriterTest, writesIntoABlockOfAnother) {
   char block[4] = {'.', '.', '.', '.'};
   BufferWriter(block, 4).writeRaw("ab", 2);

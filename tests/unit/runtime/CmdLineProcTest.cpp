@@ -131,12 +131,24 @@ TEST_F(CmdLineProcTest, repeatedParameterHasTheLaterPositionAndIsNoError) {
   EXPECT_EQ(help.index, 2);
 }
 
-TEST_F(CmdLineProcTest, everyRecordOfTheNameIsMarkedWithTheNamesPosition) {
+TEST_F(CmdLineProcTest, secondRecordOfTheNameIsMarkedWithThePositionBehindTheName) {
   const CmdLineParameter& first = add(L"x");
   const CmdLineParameter& second = parser.addParameter(parser.addGroup(L"others"), L"X");
   EXPECT_EQ(errorOf({L"-x"}), "fine");
   EXPECT_EQ(first.index, 1);
   EXPECT_EQ(second.index, 2);
+}
+
+// Each record takes the argument that the ones before it left, and its position is where it began.
+TEST_F(CmdLineProcTest, secondRecordOfTheNameTakesTheArgumentBehindTheFirstOnesValue) {
+  const CmdLineParameter& first = add(L"x", CmdLineParameterKind::ValueRequired);
+  CmdLineParameter& second = parser.addParameter(parser.addGroup(L"others"), L"x");
+  second.kind = CmdLineParameterKind::ValueRequired;
+  EXPECT_EQ(errorOf({L"-x", L"one", L"two"}), "fine");
+  EXPECT_EQ(first.index, 1);
+  EXPECT_EQ(first.value, L"one");
+  EXPECT_EQ(second.index, 3);
+  EXPECT_EQ(second.value, L"two");
 }
 
 TEST_F(CmdLineProcTest, eachCharacterOfThePrefixMarksAParameter) {
@@ -222,6 +234,28 @@ TEST_F(CmdLineProcTest, synopsisShowsDefaultsAndLeavesTheBracketsOffRequiredOnes
   add(L"level", CmdLineParameterKind::ValueOptional).value = L"3";
   add(L"File", CmdLineParameterKind::ValueRequired).required = true;
   EXPECT_EQ(usageOf({L"-?"}), Texts{"[-level (value)](3) -File (value) "});
+}
+
+TEST_F(CmdLineProcTest, synopsisShowsAValueForASwitchToo) {
+  add(L"now").required = true;
+  add(L"file", CmdLineParameterKind::ValueRequired).value = L"a.txt";
+  EXPECT_EQ(usageOf({L"-?"}), Texts{"-now (value) [-file (value)](a.txt) "});
+}
+
+TEST_F(CmdLineProcTest, questionMarkThrowsAnEmptySynopsisWhenNothingIsRegistered) {
+  EXPECT_EQ(usageOf({L"-?"}), Texts{""});
+}
+
+TEST_F(CmdLineProcTest, synopsisShowsTheFirstPrefixCharacterAlone) {
+  CmdLineProc both(L"/-", output, input);
+  both.addParameter(both.addGroup(L"commands"), L"help");
+  const wchar_t* const arguments[] = {L"p", L"-?"};
+  try {
+    both.parseCommandLine(2, arguments);
+    FAIL();
+  } catch (const vusl::CmdLineExc& e) {
+    EXPECT_EQ(e.params(), Texts{"[/help (value)]() "});
+  }
 }
 
 TEST_F(CmdLineProcTest, questionMarkWithMoreBehindItIsANameLikeAnyOther) {

@@ -118,6 +118,18 @@ TEST_F(CmdLineValueTest, parameterThatAnEarlierOneDoesNotAllowIsError225) {
   EXPECT_EQ(errorOf({L"-first", L"-stranger"}), "225: stranger|-");
 }
 
+TEST_F(CmdLineValueTest, listOfAParameterWithAValueCounts) {
+  add(L"first", CmdLineParameterKind::ValueRequired).companions = {L"friend"};
+  add(L"stranger");
+  EXPECT_EQ(errorOf({L"-first", L"value", L"-stranger"}), "225: stranger|-");
+}
+
+TEST_F(CmdLineValueTest, listOfAParameterThatIsAskedForCounts) {
+  add(L"first", CmdLineParameterKind::PromptPlain).companions = {L"friend"};
+  add(L"stranger");
+  EXPECT_EQ(errorOf({L"-first", L"-stranger"}), "225: stranger|-");
+}
+
 TEST_F(CmdLineValueTest, companionMayFollow) {
   add(L"first").companions = {L"friend"};
   add(L"friend");
@@ -128,6 +140,22 @@ TEST_F(CmdLineValueTest, companionsAreNamedWithoutRegardToCase) {
   add(L"first").companions = {L"FRIEND"};
   add(L"friend");
   EXPECT_EQ(errorOf({L"-first", L"-friend"}), "fine");
+}
+
+TEST_F(CmdLineValueTest, parameterNamedLikeTheEarlierOnesAliasMayFollow) {
+  CmdLineParameter& first = add(L"first");
+  first.alias = L"Other";
+  first.companions = {L"friend"};
+  const CmdLineParameter& other = add(L"oTHER");
+  EXPECT_EQ(errorOf({L"-first", L"-other"}), "fine");
+  EXPECT_EQ(other.index, 3);
+}
+
+TEST_F(CmdLineValueTest, everyEarlierListOfCompanionsCounts) {
+  add(L"first").companions = {L"second", L"third"};
+  add(L"second").companions = {L"first"};
+  add(L"third");
+  EXPECT_EQ(errorOf({L"-first", L"-second", L"-third"}), "225: third|-");
 }
 
 TEST_F(CmdLineValueTest, parameterWithCompanionsMayBeRepeated) {
@@ -177,6 +205,18 @@ TEST_F(CmdLineGroupTest, memberGivenTwiceCountsOnce) {
 TEST_F(CmdLineGroupTest, conflictCanBeAskedForAfterParsing) {
   errorOf({L"-start", L"-stop"});
   EXPECT_TRUE(parser.isGroupConflicting(group));
+}
+
+TEST_F(CmdLineGroupTest, membersAreComparedWithRegardToCase) {
+  group.members.back().name = L"STOP";
+  EXPECT_EQ(errorOf({L"-start", L"-stop"}), "fine");
+}
+
+TEST_F(CmdLineGroupTest, firstConflictingGroupIsTold) {
+  CmdLineGroup& later = parser.addGroup(L"later");
+  parser.addParameter(later, L"a");
+  parser.addParameter(later, L"b");
+  EXPECT_EQ(errorOf({L"-a", L"-b", L"-start", L"-stop"}), "239: start, Stop");
 }
 
 TEST_F(CmdLineGroupTest, memberIsFoundByTheAliasOfAnEarlierRecord) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "VUSL/Support/Exception.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/unit/runtime/FailingAllocation.h"
 #include "tests/unit/runtime/Thrown.h"
 
@@ -221,6 +222,31 @@ TEST(ConfigMemoryTest, settingThatRunsOutOfMemoryReturnsFalse) {
   EXPECT_FALSE(result);
   std::string output;
   EXPECT_FALSE(store.getString("key", &output, nullptr, nullptr));
+}
+
+TEST(ConfigMemoryTest, keysAndValuesAreBytesThatNothingInterprets) {
+  const std::string key("k\0=\xFF\n", 5);
+  const std::string text(" \"v\0\xFE ", 6);
+  ConfigMemory store;
+  EXPECT_TRUE(store.setSetting(key, text));
+  std::string output;
+  EXPECT_TRUE(store.getString(key, &output, nullptr, nullptr));
+  EXPECT_EQ(output, text);
+}
+
+TEST(ConfigMemoryTest, readsOfMissingAndBadValuesLogNothing) {
+  LogRecorder log;
+  ConfigMemory store = storeOf("abc");
+  std::string text;
+  int32_t number = 0;
+  long longNumber = 0;
+  EXPECT_FALSE(store.getString("absent", &text, nullptr, nullptr));
+  EXPECT_FALSE(store.getString("key", &text, &kWords, nullptr));
+  EXPECT_FALSE(store.getInt("absent", &number, nullptr, nullptr));
+  EXPECT_FALSE(store.getInt("key", &number, nullptr, nullptr));
+  EXPECT_FALSE(store.getLong("key", &longNumber, nullptr, nullptr));
+  EXPECT_FALSE(store.getIntInRange("key", &number, 1, 2, nullptr));
+  EXPECT_EQ(log.texts(), std::vector<std::string>{});
 }
 
 TEST(ConfigMemoryTest, copyHasSettingsOfItsOwn) {

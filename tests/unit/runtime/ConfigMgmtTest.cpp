@@ -123,6 +123,25 @@ TEST_F(ConfigMgmtTest, lineHasNoLimit) {
   EXPECT_EQ(load("a=" + value + "\n"), (Pairs{{"a", value}}));
 }
 
+TEST_F(ConfigMgmtTest, fileHasNoLimitOfLines) {
+  std::string content;
+  for (int i = 0; i < 20'000; ++i) {
+    content += "key" + std::to_string(i) + " = 1\n";
+  }
+  EXPECT_EQ(load(content).size(), 20'000U);
+}
+
+TEST_F(ConfigMgmtTest, backslashNeitherEscapesNorContinuesALine) {
+  EXPECT_EQ(load("a = 1\\\nb = x\\\"y\n"), (Pairs{{"a", "1\\"}, {"b", "x\\"}}));
+}
+
+TEST_F(ConfigMgmtTest, headingInBracketsIsNoSection) {
+  write("[log]\na = 1\n");
+  EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),
+            "Check config file. Error while parsing line beginning with: [log]");
+  EXPECT_EQ(load("[x=1]\na = 1\n"), (Pairs{{"[x", "1]"}, {"a", "1"}}));
+}
+
 // Failures.
 
 TEST_F(ConfigMgmtTest, lineWithoutEqualsSignThrowsWithItsFirst20TrimmedCharacters) {
@@ -159,6 +178,15 @@ TEST_F(ConfigMgmtTest, missingFileIsLoggedAlsoWhenSilent) {
   EXPECT_THROW(ConfigMgmt(kName, true), MissingFileError);
   EXPECT_EQ(log.withoutAddresses(),
             Texts{"[DBG] [TPM] [0x] Could not open config file: C:\\conf\\x.conf"});
+}
+
+TEST_F(ConfigMgmtTest, missingFileIsLoggedBehindTheStartWhenTraced) {
+  LogRecorder log;
+  EXPECT_THROW(ConfigMgmt(kName, false), MissingFileError);
+  EXPECT_EQ(log.withoutAddresses(),
+            (Texts{"[DBG] [TPM] ConfigMgmt constructor entry",
+                   "[DBG] [TPM] [0x] Starting reading config file: C:\\conf\\x.conf",
+                   "[DBG] [TPM] [0x] Could not open config file: C:\\conf\\x.conf"}));
 }
 
 TEST_F(ConfigMgmtTest, failedReadingIsAnException) {

@@ -1,6 +1,7 @@
 #include "tests/unit/runtime/FailingAllocation.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 
@@ -8,6 +9,7 @@ namespace {
 
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 thread_local std::size_t t_smallestFailingSize = kNever;
+thread_local bool t_dirty = false;
 
 }  // namespace
 
@@ -19,12 +21,23 @@ FailingAllocation::~FailingAllocation() {
   t_smallestFailingSize = kNever;
 }
 
+DirtyAllocation::DirtyAllocation() {
+  t_dirty = true;
+}
+
+DirtyAllocation::~DirtyAllocation() {
+  t_dirty = false;
+}
+
 // Replaced as a set, so that what one form takes the matching form gives back.
 void* operator new(std::size_t size) {
   if (size >= t_smallestFailingSize) {
     throw std::bad_alloc();
   }
   if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+    if (t_dirty) {
+      std::memset(memory, DirtyAllocation::kFill, size);
+    }
     return memory;
   }
   throw std::bad_alloc();

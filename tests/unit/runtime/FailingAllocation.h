@@ -10,3 +10,14 @@ class FailingAllocation {
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
 };
+
+// While one lives, `new` on the thread that made it gives blocks whose bytes are all `kFill`.
+class DirtyAllocation {
+ public:
+  static constexpr unsigned char kFill = 0x5A;
+
+  DirtyAllocation();
+  ~DirtyAllocation();
+  DirtyAllocation(const DirtyAllocation&) = delete;
+  DirtyAllocation& operator=(const DirtyAllocation&) = delete;
+};

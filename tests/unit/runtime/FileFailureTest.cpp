@@ -119,9 +119,26 @@ TEST_F(FileFailureTest, namesTheFileInNarrowForm) {
             "Error when deleting file: C:\\?\\?.txtLast error: 2");
 }
 
+TEST_F(FileFailureTest, ofClosingKeepsAFileThatWasToBeDeleted) {
+  file.write("d", 1);
+  faults().failOnce("CloseHandle", 6);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.remove(); }),
+            "Error when closing file C:\\data\\a.txtLast Error: 6");
+  EXPECT_EQ(host::machine().drive.read(kPath), "abcd");
+}
+
+TEST_F(FileFailureTest, ofClosingKeepsAFileThatWasToBeRenamed) {
+  file.write("d", 1);
+  faults().failOnce("CloseHandle", 6);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.rename(L"C:\\data\\b.txt"); }),
+            "Error when closing file C:\\data\\a.txtLast Error: 6");
+  EXPECT_EQ(host::machine().drive.read(kPath), "abcd");
+}
+
 // Reading whole files.
 
 TEST_F(FileFailureTest, ofReadingTheWholeFileLeavesZerosInTheBuffer) {
+  const DirtyAllocation dirty;
   Buffer buffer;
   faults().failOnce("ReadFile", 23);
   EXPECT_EQ(thrownBy<Exception>([&] { file.readAll(buffer); }),
@@ -135,11 +152,24 @@ TEST_F(FileFailureTest, ofAnyOtherKindIsARuntimeErrorAndLeavesZerosInTheBuffer) 
   // The file shrinks between the taking of its size and the reading: an assertion of `read`.
   host::CallHooks::instance().before("FindFirstFileW", 3,
                                      [] { host::machine().drive.write(kPath, "a"); });
+  const DirtyAllocation dirty;
   Buffer buffer;
   EXPECT_EQ(thrownBy<std::runtime_error>([&] { file.readAll(buffer); }),
             "Unrecognized type of exception occured");
   ASSERT_NE(buffer.data(), nullptr);
   EXPECT_EQ(std::memcmp(buffer.data(), "\0\0\0", 3), 0);
+}
+
+TEST_F(FileFailureTest, ofCopyingTheWholeFileIsARuntimeErrorAndLeavesZerosInTheBuffer) {
+  const DirtyAllocation dirty;
+  LogRecorder log;
+  Buffer buffer;
+  faults().failOnce("memcpy_s", 22);
+  EXPECT_EQ(thrownBy<std::runtime_error>([&] { file.readAll(buffer); }),
+            "Unrecognized type of exception occured");
+  ASSERT_NE(buffer.data(), nullptr);
+  EXPECT_EQ(std::memcmp(buffer.data(), "\0\0\0", 3), 0);
+  EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] writeRaw memcpy_s failed"});
 }
 
 TEST_F(FileFailureTest, ofAllocatingIsARuntimeErrorToo) {

@@ -181,6 +181,19 @@ TEST_F(FileTest, readOfNullIsAnAssertion) {
   EXPECT_EQ(thrownBy<AssertException>([&] { file.read(nullptr, 0); }), "Invalid data passed");
 }
 
+TEST_F(FileTest, readOfNullIsTestedAheadOfTheSize) {
+  File file(kPath);
+  EXPECT_EQ(thrownBy<AssertException>([&] { file.read(nullptr, 1); }), "Invalid data passed");
+  EXPECT_EQ(journal().names(), Texts{});
+}
+
+TEST_F(FileTest, readOfMoreThanAMissingFileHoldsDoesNotCreateIt) {
+  File file(kPath);
+  char data = 0;
+  EXPECT_EQ(thrownBy<AssertException>([&] { file.read(&data, 1); }), "Invalid size passed");
+  EXPECT_EQ(content(), std::nullopt);
+}
+
 TEST_F(FileTest, readOfNothingCreatesAMissingFile) {
   File file(kPath);
   char data = 0;
@@ -232,6 +245,40 @@ TEST_F(FileTest, renamedFileStandsForTheOldPath) {
   EXPECT_EQ(host::machine().drive.read(L"C:\\data\\b.txt"), "old");
 }
 
+// Counts how often it is asked to close.
+class CountingFile : public File {
+ public:
+  CountingFile() : File(kPath) {}
+  void close() override {
+    ++closed;
+    File::close();
+  }
+
+  int closed = 0;
+};
+
+TEST_F(FileTest, removeClosesThroughTheSlot) {
+  put("a");
+  CountingFile file;
+  file.remove();
+  EXPECT_EQ(file.closed, 1);
+}
+
+TEST_F(FileTest, renameClosesThroughTheSlot) {
+  put("a");
+  CountingFile file;
+  file.rename(L"C:\\data\\b.txt");
+  EXPECT_EQ(file.closed, 1);
+}
+
+TEST_F(FileTest, readAllIntoAStreamClosesThroughTheSlotAlsoWithoutAnyContent) {
+  put("");
+  CountingFile file;
+  std::stringstream stream;
+  file.readAll(stream);
+  EXPECT_EQ(file.closed, 1);
+}
+
 // Whole files.
 
 TEST_F(FileTest, readAllFillsABuffer) {
@@ -256,6 +303,22 @@ TEST_F(FileTest, readAllIntoAFilledBufferIsAnAssertion) {
   buffer.Alloc(1);
   EXPECT_EQ(thrownBy<AssertException>([&] { File(kPath).readAll(buffer); }),
             "Invalid destination passed");
+}
+
+TEST_F(FileTest, readAllTestsTheBufferAheadOfTheFile) {
+  Buffer buffer;
+  buffer.Alloc(1);
+  EXPECT_EQ(thrownBy<AssertException>([&] { File(kPath).readAll(buffer); }),
+            "Invalid destination passed");
+  EXPECT_EQ(journal().names(), Texts{});
+}
+
+TEST_F(FileTest, readAllIntoABufferLeavesTheFileOpen) {
+  put("abc");
+  File file(kPath);
+  Buffer buffer;
+  file.readAll(buffer);
+  EXPECT_TRUE(file.isOpen());
 }
 
 TEST_F(FileTest, readAllOfAMissingFileIsAnAssertion) {

@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+
 #include "VUSL/Support/ConfigMemory.h"
 #include "VUSL/Support/Exception.h"
 #include "tests/unit/runtime/Thrown.h"
 
 namespace {
+
+static_assert(std::has_virtual_destructor_v<Singleton<IConfig>>);
 
 TEST(SingletonTest, registeredInstanceIsFound) {
   ConfigMemory store;

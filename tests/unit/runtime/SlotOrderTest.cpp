@@ -2,14 +2,28 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+
 #include "VUSL/Support/ConfigMgmt.h"
+#include "VUSL/Support/CriticalSection.h"
+#include "VUSL/Support/Event.h"
 #include "VUSL/Support/IConfig.h"
 #include "VUSL/Support/IRunning.h"
+#include "VUSL/Support/Mutex.h"
 #include "VUSL/Support/Thread.h"
 #include "VUSL/Support/Waitable.h"
 #include "VUSL/SupportCore/FileBase.h"
 
 namespace {
+
+static_assert(std::is_abstract_v<IConfig> && std::has_virtual_destructor_v<IConfig>);
+static_assert(std::is_abstract_v<vusl::FileBase> && std::has_virtual_destructor_v<vusl::FileBase>);
+static_assert(std::is_abstract_v<vusl::Waitable> && std::has_virtual_destructor_v<vusl::Waitable>);
+static_assert(std::is_abstract_v<vusl::Thread>);
+static_assert(std::is_base_of_v<vusl::Waitable, vusl::Mutex>);
+static_assert(std::is_base_of_v<vusl::Waitable, vusl::CriticalSection>);
+static_assert(std::is_base_of_v<vusl::Waitable, vusl::Event>);
+static_assert(std::is_base_of_v<vusl::Waitable, vusl::Thread>);
 
 TEST(SlotOrderTest, waitableHasDestructorLockUnlock) {
   EXPECT_EQ(slotOf(&vusl::Waitable::Lock), 2U);

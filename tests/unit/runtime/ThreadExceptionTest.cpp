@@ -1,9 +1,12 @@
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "VUSL/Support/Exception.h"
 #include "VUSL/Support/Thread.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/MachineTest.h"
@@ -90,6 +93,47 @@ TEST_F(ThreadExceptionTest, failureToSignalTheStartReachesTheWaiterToo) {
   worker.Start();
   EXPECT_ANY_THROW(worker.Wait());
   EXPECT_FALSE(ran);
+}
+
+class TimingOut : public Failing {
+ public:
+  TimingOut() : Failing(throwStandard) {}
+  vusl::WaitResult Lock(uint32_t /*timeoutMs*/) override { return vusl::WaitResult::kTimeout; }
+};
+
+TEST_F(ThreadExceptionTest, waitThatTimesOutLeavesTheExceptionPending) {
+  LogRecorder log;
+  {
+    TimingOut worker;
+    vusl::Thread::theThreadFunc(static_cast<vusl::Thread*>(&worker));
+    EXPECT_NO_THROW(worker.Wait());
+  }
+  EXPECT_TRUE(log.contains("(was it ever joined?). Ex was:disk on fire"));
+}
+
+TEST_F(ThreadExceptionTest, failedWaitThrowsItsOwnFailureAndLeavesTheExceptionPending) {
+  Failing worker(throwStandard);
+  worker.Start();
+  faults().failOnce("WaitForSingleObject", 6);
+  EXPECT_EQ(thrownBy<Exception>([&] { worker.Wait(); }),
+            "Thread::Wait:The wait function failed for:" +
+                pointerText(static_cast<vusl::Thread*>(&worker)));
+  EXPECT_EQ(thrownBy<std::runtime_error>([&] { worker.Wait(); }), "disk on fire");
+}
+
+TEST_F(ThreadExceptionTest, pendingExceptionIsDestroyedAheadOfTheStartedEvent) {
+  std::vector<std::string> callsByThen = {"never destroyed"};
+  {
+    Failing worker([&] {
+      throw std::shared_ptr<void>(nullptr, [&](void*) {
+        callsByThen = journal().namesOf({"CloseHandle", "SetEvent"});
+      });
+    });
+    worker.Start();
+    Sleep(10);
+    journal().clear();
+  }
+  EXPECT_EQ(callsByThen, Texts{"CloseHandle"});
 }
 
 TEST_F(ThreadExceptionTest, unfetchedStandardExceptionIsReportedByTheDestructor) {

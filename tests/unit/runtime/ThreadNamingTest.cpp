@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "VUSL/Support/Thread.h"
 #include "tests/support/MachineTest.h"
 
 namespace {
@@ -53,6 +54,27 @@ TEST_F(ThreadNamingTest, raisesTheNamingExceptionWithTheRecordInThreeArguments) 
   EXPECT_EQ(g_seen.name, "loader");
   EXPECT_EQ(g_seen.threadId, 0x1A2CU);
   EXPECT_EQ(g_seen.recordFlags, 0U);
+}
+
+class IdTelling : public vusl::Thread {
+ public:
+  IdTelling() : Thread("tencharact") {}
+  void Run() override { id = GetCurrentThreadId(); }
+
+  DWORD id = 0;
+};
+
+TEST_F(ThreadNamingTest, startedThreadIsNamedByItsOwnIdAndTheFirstNineCharacters) {
+  PVOID watcher = nullptr;
+  host::CallHooks::instance().before("RaiseException", 1,
+                                     [&] { watcher = AddVectoredExceptionHandler(1, watch); });
+  IdTelling thread;
+  thread.Start();
+  thread.Wait();
+  RemoveVectoredExceptionHandler(watcher);
+  EXPECT_EQ(g_seen.name, "tencharac");
+  EXPECT_NE(thread.id, 0U);
+  EXPECT_EQ(g_seen.threadId, thread.id);
 }
 
 TEST_F(ThreadNamingTest, handlerStandsOnlyWhileTheExceptionIsRaised) {

@@ -9,6 +9,9 @@
 
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/LogItem.h"
+#include "VUSL/Support/LogOutlet.h"
+#include "VUSL/Support/LogSink.h"
+#include "VUSL/Support/Text.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/MachineTest.h"
 #include "tests/unit/runtime/PointerText.h"
@@ -39,6 +42,7 @@ TEST_F(ThreadTest, creationResetsTheStartedEventAndLogsTheName) {
   const Worker worker("loader");
   EXPECT_EQ(journal().namesOf({"CreateEventW", "ResetEvent", "CreateThread"}),
             (Texts{"CreateEventW", "ResetEvent"}));
+  EXPECT_EQ(journal().calls("ResetEvent").at(0).args, journal().calls("CreateEventW").at(0).result);
   EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] [" + pointerText(&worker) + "] Thread loader created"});
 }
 
@@ -132,6 +136,44 @@ TEST_F(ThreadTest, startedLineIsLoggedBeforeTheStartedEventIsSignalled) {
   worker.Start();
   worker.Wait();
   EXPECT_TRUE(logged);
+}
+
+// Deliberate: an owner who asks too early sees a thread that does not run yet.
+TEST_F(ThreadTest, bodyDoesNotCountAsRunningBeforeTheStartIsSignalled) {
+  Worker worker("w");
+  bool running = true;
+  host::CallHooks::instance().before("SetEvent", 1, [&] { running = worker.isBodyRunning(); });
+  worker.Start();
+  worker.Wait();
+  EXPECT_FALSE(running);
+}
+
+// Notes, line by line, whether the body of `watched` counts as running.
+class RunningNotes : public LogOutlet {
+ public:
+  RunningNotes() { LogSink::process().attach(this, LogSink::kOutletChannel); }
+  ~RunningNotes() override { LogSink::process().detach(this); }
+  void Log(const vusl::string_t& /*timestamp*/, const vusl::string_t& /*tag*/,
+           const vusl::string_t& message, int /*level*/) override {
+    if (watched != nullptr) {
+      notes.push_back(vusl::Narrow(message.substr(0, message.find(L':'))) +
+                      (watched->isBodyRunning() ? " - running" : " - at rest"));
+    }
+  }
+
+  const vusl::Thread* watched = nullptr;
+  Texts notes;
+};
+
+TEST_F(ThreadTest, bodyCountsAsRunningUntilItsFailureIsToldAndNoLongerAtTheClosingLine) {
+  RunningNotes outlet;
+  Worker worker("w", [] { throw std::runtime_error("x"); });
+  outlet.watched = &worker;
+  vusl::Thread::theThreadFunc(static_cast<vusl::Thread*>(&worker));
+  outlet.watched = nullptr;
+  EXPECT_EQ(outlet.notes, (Texts{"[TPM] Thread started. Name - at rest",
+                                 "[TPM] theThreadFunc Thread terminated due to exception - running",
+                                 "[TPM] Thread completed. Name - at rest"}));
 }
 
 TEST_F(ThreadTest, waitLogsEntryPlatformWaitAndCompletion) {
@@ -238,6 +280,17 @@ TEST_F(ThreadTest, destructorClosesTheThreadsHandle) {
   EXPECT_EQ(ledger().open("event"), 0U);
 }
 
+TEST_F(ThreadTest, destructorClosesTheThreadAheadOfTheStartedEvent) {
+  {
+    Worker worker("w");
+    worker.Start();
+    worker.Wait();
+    journal().clear();
+  }
+  EXPECT_EQ(journal().namesOf({"CloseHandle", "SetEvent"}),
+            (Texts{"CloseHandle", "SetEvent", "CloseHandle"}));
+}
+
 TEST_F(ThreadTest, destructorDoesNotWait) {
   {
     Worker worker("w");
@@ -251,6 +304,11 @@ TEST_F(ThreadTest, entryWithoutAThreadIsLoggedAndReturns0) {
   LogRecorder log;
   EXPECT_EQ(vusl::Thread::theThreadFunc(nullptr), 0U);
   EXPECT_EQ(log.texts(), Texts{"[FTL] [TPM] theThreadFunc Thread::theThreadFunc - NULL data"});
+}
+
+TEST_F(ThreadTest, entryReturns0) {
+  Worker worker("w");
+  EXPECT_EQ(vusl::Thread::theThreadFunc(static_cast<vusl::Thread*>(&worker)), 0U);
 }
 
 TEST_F(ThreadTest, entryReturns0AlsoAfterAnException) {

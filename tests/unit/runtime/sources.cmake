@@ -11,6 +11,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/FailingAllocation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FileFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FileTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/LoadConfigTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/MutexTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScopedLockTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SettingsTest.cpp

@@ -68,8 +68,33 @@ TEST_F(EnrollmentLoopTest, firstWindows10GetsTheTask) {
 TEST_F(EnrollmentLoopTest, versionTestAsksForTenZeroBuildZeroOrLater) {
   installClient();
   enrollment.Run();
+  const std::vector<host::JournalEntry> conditions = journal().calls("VerSetConditionMask");
+  ASSERT_EQ(conditions.size(), 3U);
+  EXPECT_EQ(conditions[0].args, "0, 2, 3");
+  EXPECT_EQ(conditions[1].args, "24, 1, 3");
+  EXPECT_EQ(conditions[2].args, "27, 4, 3");
   ASSERT_EQ(journal().calls("VerifyVersionInfoW").size(), 1U);
-  EXPECT_EQ(journal().calls("VerSetConditionMask").size(), 3U);
+  const std::string arguments = journal().calls("VerifyVersionInfoW")[0].args;
+  EXPECT_TRUE(arguments.ends_with(", 7, 219")) << arguments;
+}
+
+TEST_F(EnrollmentLoopTest, systemBelowTenIsOlderWhateverItsMinorAndBuild) {
+  installClient();
+  host::machine().version = {9, 9, 99999};
+  EXPECT_EQ(enrollment.Run(), 0U);
+  EXPECT_EQ(tasks.text(), L"");
+}
+
+// The goal is taken as met, so the tries are not made again.
+TEST_F(EnrollmentLoopTest, registrationThatFailedIsNotTriedAgain) {
+  installClient("talsInitQX1 = 8\ntalsInitQX1 = 8\ntalsInitQX1 = 0\n");
+  Peer::setRetries(enrollment, 0);
+  EXPECT_EQ(enrollment.Run(), 0U);
+  EXPECT_EQ(journal().calls("OpenEventW").size(), 1U);
+  EXPECT_EQ(tasks.text(), L"ScheduleTask is not built yet.\n");
+  const auto waits = journal().calls("WaitForMultipleObjects");
+  ASSERT_EQ(waits.size(), 2U);
+  EXPECT_TRUE(waits[1].args.starts_with("1, ")) << waits[1].args;
 }
 
 // The platform publishes the event.
@@ -93,9 +118,8 @@ TEST_F(EnrollmentLoopTest, withTheEventTheTaskIsDeletedAndBothHandlesAreWaitedFo
             "[DBG] [TPM] Closing talsClient access layer", "[DBG] [TPM] [0x] Thread  deleted"}}));
   EXPECT_EQ(tasks.text(), L"DeleteTask is not built yet.\n");
   ASSERT_EQ(journal().calls("WaitForMultipleObjects").size(), 1U);
-  const std::string arguments = journal().calls("WaitForMultipleObjects")[0].args;
-  EXPECT_TRUE(arguments.starts_with("2, ")) << arguments;
-  EXPECT_TRUE(arguments.ends_with(", 0, 60000")) << arguments;
+  EXPECT_EQ(journal().calls("WaitForMultipleObjects")[0].args,
+            "2, " + host::journalText(Peer::eventHandle(0)) + ", 0, 60000");
 }
 
 TEST_F(EnrollmentLoopTest, tpmEventStartsTheProgramAndEndsTheRun) {
@@ -290,9 +314,21 @@ TEST_F(EnrollmentLoopTest, stopAheadOfTheStopEventIsLost) {
   EXPECT_EQ((clockMs() - startMs) / 1000, 30);
 }
 
+// The registration succeeds at once and leaves the signal to the wait.
+TEST_F(EnrollmentLoopTest, stopDuringMethod1WithTheEventPublishedIsSeenByTheWait) {
+  installClient("talsInitHUB = 0 after 5000 ms\n");
+  publishTpmEvent();
+  EXPECT_EQ(runAndStopAfter(1'000), 0U);
+  EXPECT_TRUE(log.contains("[DBG] [TPM] Event opened successfully!"));
+  EXPECT_TRUE(log.contains("[Run] Stop service event signaled."));
+  EXPECT_EQ(journal().calls("WaitForMultipleObjects").size(), 1U);
+}
+
 TEST_F(EnrollmentLoopTest, stopDuringTheTriesWithBothMethodsDoneEndsAtOnce) {
   installClient();
+  const std::int64_t startMs = clockMs();
   EXPECT_EQ(runAndStopAfter(7'000), 0U);
+  EXPECT_EQ((clockMs() - startMs) / 1000, 10);
   EXPECT_TRUE(log.contains("Scheduling VTM Task ..."));
   EXPECT_TRUE(journal().calls("WaitForMultipleObjects").empty());
   EXPECT_FALSE(log.contains("Stop service event signaled."));
@@ -331,6 +367,16 @@ TEST_F(EnrollmentLoopTest, failedWaitIsLoggedWithItsErrorAndRepeatsWithoutPause)
   ASSERT_GE(lines.size(), 2U);
   EXPECT_EQ(lines[1], "[ERR] [TPM] [0x] [Run] Waiting for event failed with error: 87");
   EXPECT_EQ(journal().calls("WaitForMultipleObjects").size(), 2U);
+}
+
+// The error is read for its own line, after the line of the result.
+TEST_F(EnrollmentLoopTest, errorOfAFailedWaitIsTheOneThatStandsAfterTheLineOfTheResult) {
+  installClient("talsInitQX1 = 8\ntalsInitQX1 = 0\n");
+  Peer::setRetries(enrollment, 0);
+  faults().failOnce("WaitForMultipleObjects", 87);
+  const LastErrorOutlet outlet(1234);
+  EXPECT_EQ(enrollment.Run(), 0U);
+  EXPECT_TRUE(log.contains("[Run] Waiting for event failed with error: 1234"));
 }
 
 // The lock of a dead owner stands for a result that no event can give.

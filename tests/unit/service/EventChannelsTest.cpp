@@ -1,4 +1,5 @@
 #include <optional>
+#include <stdexcept>
 
 #include "tests/unit/service/ServiceFixture.h"
 
@@ -42,8 +43,7 @@ TEST_F(EventChannelsTest, boundaryHasItsNameAndNoFlags) {
 
 TEST_F(EventChannelsTest, boundaryIsThatOfTheBuiltInAdministrators) {
   enrollment->CreateServicePrivateNamespace();
-  const std::string arguments = journal().calls("CreateWellKnownSid").at(0).args;
-  EXPECT_TRUE(arguments.starts_with("26, null")) << arguments;
+  EXPECT_EQ(journal().calls("CreateWellKnownSid").at(0).args, "26, null, 68");
 }
 
 TEST_F(EventChannelsTest, namespaceHasItsAliasAndNoSecurityAttributes) {
@@ -51,6 +51,16 @@ TEST_F(EventChannelsTest, namespaceHasItsAliasAndNoSecurityAttributes) {
   const std::string arguments = journal().calls("CreatePrivateNamespaceW").at(0).args;
   EXPECT_TRUE(arguments.starts_with("null, ")) << arguments;
   EXPECT_TRUE(arguments.ends_with(", TPMEnrollmentService")) << arguments;
+}
+
+// Adding the identifier may move the descriptor.
+TEST_F(EventChannelsTest, descriptorThatTheSidWasAddedToIsTheOneKeptAndUsed) {
+  EXPECT_EQ(enrollment->CreateServicePrivateNamespace(), 0U);
+  EXPECT_NE(host::journalText(Peer::boundaryDescriptor()),
+            journal().calls("CreateBoundaryDescriptorW").at(0).result);
+  EXPECT_EQ(journal().calls("CreatePrivateNamespaceW").at(0).args,
+            "null, " + host::journalText(Peer::boundaryDescriptor()) + ", TPMEnrollmentService");
+  EXPECT_EQ(ledger().violations(), Texts{});
 }
 
 TEST_F(EventChannelsTest, failedSidGivesTheErrorAndCreatesNothing) {
@@ -67,6 +77,15 @@ TEST_F(EventChannelsTest, failedBindingOfTheSidGivesTheError) {
   EXPECT_EQ(log.texts(),
             Texts{"[DBG] [TPM] Cannot associate Local Admin SID to Boundary Descriptor!"});
   EXPECT_TRUE(journal().calls("CreatePrivateNamespaceW").empty());
+}
+
+TEST_F(EventChannelsTest, errorOfAFailedStepIsTakenAheadOfItsLine) {
+  const LastErrorOutlet outlet(1234);
+  for (const char* call :
+       {"CreateWellKnownSid", "AddSIDToBoundaryDescriptor", "CreatePrivateNamespaceW"}) {
+    faults().failOnce(call, 1450);
+    EXPECT_EQ(enrollment->CreateServicePrivateNamespace(), 1450U) << call;
+  }
 }
 
 TEST_F(EventChannelsTest, failedBoundaryIsNotTestedAndFailsTwoStepsOn) {
@@ -123,6 +142,21 @@ TEST_F(EventChannelsTest, stopSignalsTheStopEventOnce) {
   EXPECT_EQ(journal().calls("SetEvent").size(), 1U);
   EXPECT_EQ(WaitForSingleObject(Peer::eventHandle(0), 0), WAIT_OBJECT_0);
   EXPECT_EQ(WaitForSingleObject(Peer::eventHandle(0), 0), WAIT_TIMEOUT);
+}
+
+TEST_F(EventChannelsTest, stopIsLoggedAheadOfItsSignal) {
+  createChannels();
+  bool logged = false;
+  host::CallHooks::instance().before("SetEvent", 1,
+                                     [&] { logged = log.contains("Stopping service..."); });
+  enrollment->Stop();
+  EXPECT_TRUE(logged);
+}
+
+TEST_F(EventChannelsTest, errorOfTheStopEventIsTakenAheadOfItsLine) {
+  const LastErrorOutlet outlet(1234);
+  faults().failOnce("CreateEventW", 5);
+  EXPECT_EQ(Peer::createStopEvent(*enrollment), 5U);
 }
 
 TEST_F(EventChannelsTest, resultOfTheSignalIsNotLookedAt) {
@@ -208,6 +242,24 @@ TEST_F(EventChannelsTest, noRetriesMeansOneAttemptAndNoSleep) {
   EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] Event not registered by the system."});
 }
 
+TEST_F(EventChannelsTest, negativeRetriesMeanOneAttemptAndNoSleep) {
+  createChannels();
+  Peer::setRetries(*enrollment, -1);
+  EXPECT_EQ(enrollment->RegisterVTMEvent(), -2);
+  EXPECT_EQ(journal().calls("OpenEventW").size(), 1U);
+  EXPECT_TRUE(journal().calls("Sleep").empty());
+}
+
+// Deliberate: the text says five seconds whatever the pause is.
+TEST_F(EventChannelsTest, textOfTheTriesSaysFiveSecondsWhateverThePause) {
+  createChannels();
+  Peer::setRetries(*enrollment, 1);
+  Peer::setRetryDelayMs(*enrollment, 1'234);
+  EXPECT_EQ(enrollment->RegisterVTMEvent(), -2);
+  EXPECT_EQ(journal().calls("Sleep").at(0).args, "1234");
+  EXPECT_TRUE(log.contains("[DBG] [TPM] Next try in 5 sec. Tries left : 0"));
+}
+
 TEST_F(EventChannelsTest, stopDuringTheTriesEndsThemAtTheNextOne) {
   createChannels();
   host::TestThread stopper([this] {
@@ -272,6 +324,23 @@ TEST_F(EventChannelsTest, tpmEventThatWasNeverOpenedIsClosedAsANullHandle) {
   EXPECT_EQ(journal().calls("CloseHandle")[1].args, "null");
   EXPECT_EQ(journal().calls("CloseHandle")[1].lastError, 6U);
   EXPECT_EQ(log.texts(), Texts{});
+}
+
+TEST_F(EventChannelsTest, bothHandlesAreClosedWhenNothingWasEverCreated) {
+  journal().clear();
+  enrollment.reset();
+  ASSERT_EQ(journal().calls("CloseHandle").size(), 3U);
+  EXPECT_EQ(journal().calls("CloseHandle")[0].args, "null");
+  EXPECT_EQ(journal().calls("CloseHandle")[1].args, "null");
+  EXPECT_EQ(log.texts(), Texts{});
+}
+
+TEST_F(EventChannelsTest, destructorLetsNothingOut) {
+  createChannels();
+  host::CallHooks::instance().before("ClosePrivateNamespace", 1,
+                                     [] { throw std::runtime_error("text"); });
+  enrollment.reset();
+  EXPECT_EQ(ledger().open("mutex"), 0U);
 }
 
 TEST_F(EventChannelsTest, namespaceThatWasNeverCreatedIsNotClosed) {

@@ -1,6 +1,9 @@
 #include "service/ProcessHardening.h"
 
+#include <cstdint>
+#include <cstring>
 #include <stdexcept>
+#include <string>
 
 #include "tests/unit/service/ServiceFixture.h"
 
@@ -118,6 +121,14 @@ TEST_F(ProcessHardeningTest, unopenedTokenIsAFailureWithNoFurtherStep) {
   EXPECT_EQ(steps(), (Texts{"OpenProcessToken"}));
 }
 
+TEST_F(ProcessHardeningTest, tokenOpenedWithoutAHandleIsAFailureWithNoFurtherStep) {
+  host::machine().token.givesNoHandle = true;
+  EXPECT_FALSE(LimitPrivileges({L"SeTcbPrivilege"}));
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Try to limit privileges",
+                                "[ERR] [TPM] OpenProcessToken returned INVALID_HANDLE_VALUE."}));
+  EXPECT_EQ(steps(), (Texts{"OpenProcessToken"}));
+}
+
 TEST_F(ProcessHardeningTest, unknownNameIsLoggedAndSkipped) {
   host::machine().token.unknownPrivileges = {L"SeRelabelPrivilege"};
   EXPECT_TRUE(LimitPrivileges({L"SeRelabelPrivilege", L"SeTcbPrivilege"}));
@@ -146,6 +157,40 @@ TEST_F(ProcessHardeningTest, recordIsZeroFilledAndHas12BytesAPrivilegeAnd4More) 
   ASSERT_EQ(journal().calls("HeapAlloc").size(), 1U);
   const std::string arguments = journal().calls("HeapAlloc")[0].args;
   EXPECT_TRUE(arguments.ends_with("8, 424")) << arguments;
+}
+
+// Not all privileges are disabled, the record has one entry a known name, and the state before is
+// not asked for.
+TEST_F(ProcessHardeningTest, adjustmentNamesThePrivilegesAndAsksForNothingBack) {
+  host::machine().token.unknownPrivileges = {L"SeRelabelPrivilege"};
+  LimitPrivileges({L"SeRelabelPrivilege", L"SeTcbPrivilege", L"SeDebugPrivilege"});
+  ASSERT_EQ(journal().calls("AdjustTokenPrivileges").size(), 1U);
+  const std::string arguments = journal().calls("AdjustTokenPrivileges")[0].args;
+  EXPECT_TRUE(arguments.ends_with(", 0, 2, 0, null, null")) << arguments;
+}
+
+// Removed for good, and not merely disabled.
+TEST_F(ProcessHardeningTest, eachEntryOfTheRecordHasThePrivilegesNumberAndAttribute4) {
+  TOKEN_PRIVILEGES head = {};
+  LUID_AND_ATTRIBUTES second = {};
+  host::CallHooks::instance().before("AdjustTokenPrivileges", 1, [&] {
+    const std::uintptr_t record = std::stoull(journal().calls("HeapAlloc").at(0).result, {}, 16);
+    std::memcpy(&head, reinterpret_cast<const void*>(record), sizeof head);
+    std::memcpy(&second, reinterpret_cast<const void*>(record + sizeof head), sizeof second);
+  });
+  LimitPrivileges({L"SeTcbPrivilege", L"SeDebugPrivilege"});
+  EXPECT_EQ(head.PrivilegeCount, 2U);
+  EXPECT_EQ(head.Privileges[0].Luid.LowPart, 7U);
+  EXPECT_EQ(head.Privileges[0].Attributes, 4U);
+  EXPECT_EQ(second.Luid.LowPart, 20U);
+  EXPECT_EQ(second.Attributes, 4U);
+}
+
+TEST_F(ProcessHardeningTest, failedReleasesDoNotTurnAFailureIntoASuccess) {
+  faults().failOnce("AdjustTokenPrivileges", 87);
+  faults().failOnce("HeapFree", 87);
+  faults().failOnce("CloseHandle", 6);
+  EXPECT_FALSE(LimitPrivileges({L"SeTcbPrivilege"}));
 }
 
 // A token that holds none of the privileges answers with last error 1300, which is not looked at.

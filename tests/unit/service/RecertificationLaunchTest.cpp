@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "VUSL/Support/Exception.h"
 #include "service/TPMEnrollmentProcessException.h"
 #include "tests/unit/runtime/Thrown.h"
@@ -43,9 +45,20 @@ TEST_F(RecertificationLaunchTest, startupInfoIsClearedAndHasItsSizeAlone) {
   Peer::changeStartupInfo().dwFlags = 0x100;
   Peer::changeStartupInfo().wShowWindow = 3;
   enrollment.RunVTMEKRecertification();
-  EXPECT_EQ(Peer::startupInfo().cb, 104U);
-  EXPECT_EQ(Peer::startupInfo().dwFlags, 0U);
-  EXPECT_EQ(Peer::startupInfo().wShowWindow, 0);
+  STARTUPINFOW expected = {};
+  expected.cb = 104;
+  EXPECT_EQ(std::memcmp(&Peer::startupInfo(), &expected, sizeof(expected)), 0);
+}
+
+TEST_F(RecertificationLaunchTest, processInformationIsClearedAtTheStartOfEachLaunch) {
+  enrollment.RunVTMEKRecertification();
+  ASSERT_NE(Peer::processInfo().hProcess, nullptr);
+  faults().failOnce("CreateProcessW", 5);
+  EXPECT_THROW(enrollment.RunVTMEKRecertification(), TPMEnrollmentProcessException);
+  EXPECT_EQ(Peer::processInfo().hProcess, nullptr);
+  EXPECT_EQ(Peer::processInfo().hThread, nullptr);
+  EXPECT_EQ(Peer::processInfo().dwProcessId, 0U);
+  EXPECT_EQ(Peer::processInfo().dwThreadId, 0U);
 }
 
 TEST_F(RecertificationLaunchTest, doesNotWaitForTheProgram) {
@@ -73,7 +86,14 @@ TEST_F(RecertificationLaunchTest, secondLaunchStartsASecondChildAndLosesTheHandl
 
 TEST_F(RecertificationLaunchTest, keyOfTheStackIsClosed) {
   enrollment.RunVTMEKRecertification();
+  EXPECT_EQ(ledger().open("key"), 0U);
   EXPECT_EQ(ledger().violations(), Texts{});
+}
+
+TEST_F(RecertificationLaunchTest, keyOfTheStackIsClosedAlsoWhenTheStartFails) {
+  faults().failOnce("CreateProcessW", 5);
+  EXPECT_THROW(enrollment.RunVTMEKRecertification(), TPMEnrollmentProcessException);
+  EXPECT_EQ(ledger().open("key"), 0U);
 }
 
 TEST_F(RecertificationLaunchTest, missingProgramIsLoggedAndThrownWithTheSystemsCode) {
@@ -99,6 +119,26 @@ TEST_F(RecertificationLaunchTest, refusedStartCarriesItsCode) {
     EXPECT_EQ(failure.errorCode, 740U);
   }
   EXPECT_FALSE(log.contains("has been started"));
+}
+
+// No look at the file is taken ahead of the start.
+TEST_F(RecertificationLaunchTest, missingProgramIsFoundOutByTheStartItself) {
+  host::machine().drive.remove(kProgram);
+  EXPECT_THROW(enrollment.RunVTMEKRecertification(), TPMEnrollmentProcessException);
+  ASSERT_EQ(journal().calls("CreateProcessW").size(), 1U);
+  EXPECT_EQ(journal().calls("CreateProcessW")[0].lastError, 2U);
+}
+
+// Deliberate: the error is read after the line is written.
+TEST_F(RecertificationLaunchTest, lastErrorThatTheLogLeavesIsTheOneThatIsThrown) {
+  const LastErrorOutlet outlet(1234);
+  faults().failOnce("CreateProcessW", 740);
+  try {
+    enrollment.RunVTMEKRecertification();
+    FAIL() << "nothing was thrown";
+  } catch (const TPMEnrollmentProcessException& failure) {
+    EXPECT_EQ(failure.errorCode, 1234U);
+  }
 }
 
 TEST_F(RecertificationLaunchTest, absentInstallDirectoryThrowsAndLogsNothingHere) {

@@ -75,6 +75,19 @@ TEST_F(ServiceFailureTest, objectsAreGoneWhenTheFailureIsLogged) {
   EXPECT_TRUE(closedBefore);
 }
 
+TEST_F(ServiceFailureTest, failureIsLoggedFirstAndStoppedIsReportedTwoSecondsLater) {
+  installClient();
+  host::CallHooks::instance().before("OpenEventW", 1, [] { throw Exception("here") << "text"; });
+  bool loggedBefore = false;
+  host::CallHooks::instance().before("Sleep", 1, [&] {
+    loggedBefore = log.contains("[FTL] [TPM] Exception occured in ServiceMain function here:text");
+  });
+  ServiceMain(0, nullptr);
+  EXPECT_TRUE(loggedBefore);
+  ASSERT_EQ(journal().calls("Sleep").size(), 1U);
+  EXPECT_EQ(journal().calls("Sleep")[0].args, "2000");
+}
+
 TEST_F(ServiceFailureTest, stackThatIsNotInstalledStopsTheServiceFatally) {
   host::machine().environment[L"TALS_CONFDIR_PATH"] = L"C:\\conf";
   StartDispatcher(kProgram);
@@ -114,6 +127,31 @@ TEST_F(ServiceFailureTest, refusedReportOfStartPendingIsCaughtAndStopped) {
   EXPECT_EQ(log.texts(), Texts{"[FTL] [TPM] Exception occured in ServiceMain function "});
   EXPECT_EQ(states(), std::vector<DWORD>{SERVICE_STOPPED});
   EXPECT_EQ(services().statuses.back().dwWin32ExitCode, 87U);
+}
+
+TEST_F(ServiceFailureTest, refusedReportOfRunningKeepsTheRunFromStarting) {
+  installClient();
+  faults().failOnce("SetServiceStatus", 87, 2);
+  ServiceMain(0, nullptr);
+  EXPECT_FALSE(log.contains("Service started."));
+  EXPECT_EQ(log.texts().back(), "[FTL] [TPM] Exception occured in ServiceMain function ");
+  EXPECT_EQ(states(), (std::vector<DWORD>{SERVICE_START_PENDING, SERVICE_STOPPED}));
+  EXPECT_TRUE(journal().calls("LoadLibraryExW").empty());
+}
+
+// The second report comes when the objects are gone, and has its own two seconds.
+TEST_F(ServiceFailureTest, refusedReportOfStoppedIsCaughtAndStoppedIsReportedAgain) {
+  installClient();
+  host::machine().publishEvent(kTpmEvent);
+  faults().failOnce("CreateEventW", 5);
+  faults().failOnce("SetServiceStatus", 87, 3);
+  ServiceMain(0, nullptr);
+  EXPECT_EQ(log.texts().back(), "[FTL] [TPM] Exception occured in ServiceMain function ");
+  EXPECT_EQ(states(),
+            (std::vector<DWORD>{SERVICE_START_PENDING, SERVICE_RUNNING, SERVICE_STOPPED}));
+  EXPECT_EQ(journal().namesOf({"Sleep", "ClosePrivateNamespace", "SetServiceStatus"}),
+            (Texts{"SetServiceStatus", "SetServiceStatus", "Sleep", "SetServiceStatus",
+                   "ClosePrivateNamespace", "Sleep", "SetServiceStatus"}));
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "VUSL/Support/LogOutlet.h"
+#include "VUSL/Support/LogSink.h"
 #include "platform/win32.h"
 #include "service/TPMEnrollment.h"
 #include "tests/support/LogRecorder.h"
@@ -34,6 +36,14 @@ class TPMEnrollmentPeer {
   static bool runInit(TPMEnrollment& enrollment, talsClientCaller& caller, std::uint32_t method) {
     return enrollment.RunInitTransaction(caller, method);
   }
+  static void setRetryDelayMs(TPMEnrollment& enrollment, std::uint32_t milliseconds) {
+    enrollment.m_eventRetryDelayMs = milliseconds;
+  }
+  // Where the fields stand in the object, in the order of their declaration.
+  static std::vector<const void*> places(const TPMEnrollment& enrollment) {
+    return {&enrollment.m_initialized, &enrollment.m_running, &enrollment.m_runningLock,
+            &enrollment.m_eventOpenRetries, &enrollment.m_eventRetryDelayMs};
+  }
   static std::uint32_t createStopEvent(TPMEnrollment& enrollment) {
     return enrollment.CreateStopEvent();
   }
@@ -46,6 +56,7 @@ class TPMEnrollmentPeer {
   static void setEventHandle(std::size_t index, HANDLE handle) {
     TPMEnrollment::s_eventHandles[index] = handle;
   }
+  static HANDLE boundaryDescriptor() { return TPMEnrollment::s_boundaryDescriptor; }
   static HANDLE privateNamespace() { return TPMEnrollment::s_privateNamespace; }
   static const STARTUPINFOW& startupInfo() { return TPMEnrollment::s_startupInfo; }
   static const PROCESS_INFORMATION& processInfo() { return TPMEnrollment::s_processInfo; }
@@ -73,6 +84,22 @@ class WideCapture {
   std::wstreambuf* old_;
 };
 
+// Attached to the log while it lives, it leaves `error` as the last error of whoever logs.
+class LastErrorOutlet : private LogOutlet {
+ public:
+  explicit LastErrorOutlet(DWORD error) : error_(error) {
+    LogSink::process().attach(this, LogSink::kOutletChannel);
+  }
+  ~LastErrorOutlet() override { LogSink::process().detach(this); }
+
+ private:
+  void Log(const vusl::string_t&, const vusl::string_t&, const vusl::string_t&, int) override {
+    host::setLastError(error_);
+  }
+
+  DWORD error_;
+};
+
 // A machine, a process in which nothing has happened yet, and a record of the log.
 class ServiceTest : public host::MachineTest {
  protected:
@@ -80,6 +107,7 @@ class ServiceTest : public host::MachineTest {
   using Peer = TPMEnrollmentService::TPMEnrollmentPeer;
 
   ServiceTest() { Peer::forgetProcess(); }
+  ~ServiceTest() override { Peer::forgetProcess(); }
 
   // The client stack in C:\Orvix\bin, with its libraries. `script` is what the client library
   // answers; nothing but successes if it is empty.

@@ -71,6 +71,15 @@ TEST_F(ServiceHostTest, stopPendingAcceptsStopAndTakesACheckPoint) {
   EXPECT_EQ(status.dwWaitHint, 5000U);
 }
 
+TEST_F(ServiceHostTest, anyOtherStateIsReportedLikeStopPending) {
+  registerHandler();
+  ReportServiceStatus(6, 0);
+  ASSERT_EQ(services().statuses.size(), 1U);
+  EXPECT_EQ(services().statuses[0].dwCurrentState, 6U);
+  EXPECT_EQ(services().statuses[0].dwControlsAccepted, 1U);
+  EXPECT_NE(services().statuses[0].dwCheckPoint, 0U);
+}
+
 TEST_F(ServiceHostTest, checkPointsRiseByOneAndAreNotReset) {
   registerHandler();
   ReportServiceStatus(SERVICE_START_PENDING, 0);
@@ -113,10 +122,10 @@ TEST_F(ServiceHostTest, privilegesAreDroppedAheadOfTheDispatcher) {
   EXPECT_EQ(host::machine().token.privileges, std::set<std::wstring>{L"SeChangeNotifyPrivilege"});
 }
 
-TEST_F(ServiceHostTest, dispatcherIsGivenAnEmptyName) {
+TEST_F(ServiceHostTest, dispatcherIsGivenOneEntryWithAnEmptyName) {
   services().startedByManager = false;
   StartDispatcher(kProgram);
-  EXPECT_EQ(journal().calls("StartServiceCtrlDispatcherW").at(0).args, "");
+  EXPECT_EQ(journal().calls("StartServiceCtrlDispatcherW").at(0).args, ", 1");
 }
 
 TEST_F(ServiceHostTest, startFromAConsoleLogsTheStartAloneAndPrintsTheUsage) {

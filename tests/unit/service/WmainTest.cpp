@@ -130,6 +130,18 @@ TEST_F(WmainTest, startedByTheServiceManagerItServesAndPrintsNothing) {
   EXPECT_EQ(host::machine().services.statuses.back().dwCurrentState, SERVICE_STOPPED);
 }
 
+// By the log set-up, whose path has two separators in a row, and by the enrollment.
+TEST_F(WmainTest, configurationIsReadTwiceInALife) {
+  host::machine().services.startedByManager = true;
+  EXPECT_EQ(run({}), 0);
+  Texts opened;
+  for (const host::JournalEntry& entry : journal().calls("CreateFileW")) {
+    opened.push_back(entry.args.substr(0, entry.args.find(',')));
+  }
+  EXPECT_EQ(opened, (Texts{"C:\\Orvix\\bin\\..\\conf\\\\TPMEnrollmentService.conf",
+                           "C:\\Orvix\\bin\\..\\conf\\TPMEnrollmentService.conf"}));
+}
+
 TEST_F(WmainTest, failureOfTheDispatcherIsFatal) {
   faults().failOnce("StartServiceCtrlDispatcherW", 1056);
   EXPECT_EQ(run({}), -1);
@@ -174,6 +186,21 @@ TEST_F(WmainTest, exceptionOfTheLogSetUpEndsTheProgramWithoutAWord) {
   EXPECT_EQ(run({L"-help"}), -1);
   EXPECT_EQ(output.text(), L"");
   EXPECT_EQ(lines(), Texts{});
+}
+
+// What a refused registration throws is a pointer, and no clause for an Exception sees it.
+TEST_F(WmainTest, pointerOfTheLogSetUpEndsTheProgramWithoutAWord) {
+  static Exception refused("here");
+  host::CallHooks::instance().before("EventRegister", 1, [] { throw &refused; });
+  EXPECT_EQ(run({L"-help"}), -1);
+  EXPECT_EQ(output.text(), L"");
+  EXPECT_EQ(lines(), Texts{});
+}
+
+TEST_F(WmainTest, defaultLevelWithoutASettingIsInfo) {
+  writeConfiguration("");
+  EXPECT_EQ(run({}), 0);
+  EXPECT_EQ(lines(), Texts{"[INF] Starting the service control dispatcher."});
 }
 
 TEST_F(WmainTest, anythingElseOfTheLogSetUpEndsTheProgramWithoutAWord) {

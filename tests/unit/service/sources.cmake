@@ -11,6 +11,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ServiceHostTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ServiceLifeTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ServiceFixture.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ServiceThreadsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TPMEnrollmentProcessExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskLifecycleTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/WmainTest.cpp)

@@ -1,0 +1,120 @@
+#include "platform/host/CallNames.h"
+
+#include <array>
+
+namespace host {
+namespace {
+
+// The C runtime's come first, so that the others are the end of the list.
+constexpr std::size_t kRuntimeCalls = 6;
+constexpr std::array<std::string_view, 97> kCalls = {
+    "_itoa_s",
+    "calloc",
+    "memcpy_s",
+    "strcat_s",
+    "strcpy_s",
+    "wcstombs_s",
+    "AddSIDToBoundaryDescriptor",
+    "AddVectoredExceptionHandler",
+    "AdjustTokenPrivileges",
+    "CM_Get_DevNode_Registry_PropertyW",
+    "CM_Get_Device_ID_ListW",
+    "CM_Get_Device_ID_List_SizeW",
+    "CM_Locate_DevNodeW",
+    "CM_Open_DevNode_Key",
+    "CloseHandle",
+    "ClosePrivateNamespace",
+    "CoTaskMemFree",
+    "CreateBoundaryDescriptorW",
+    "CreateEventW",
+    "CreateFileW",
+    "CreateMutexW",
+    "CreatePrivateNamespaceW",
+    "CreateProcessW",
+    "CreateThread",
+    "CreateWellKnownSid",
+    "DeleteCriticalSection",
+    "DeleteFileW",
+    "EnterCriticalSection",
+    "EventRegister",
+    "EventSetInformation",
+    "EventUnregister",
+    "EventWriteTransfer",
+    "FileTimeToSystemTime",
+    "FindClose",
+    "FindFirstFileW",
+    "FindNextFileW",
+    "FormatMessageW",
+    "FreeLibrary",
+    "GetConsoleMode",
+    "GetCurrentProcess",
+    "GetCurrentThreadId",
+    "GetFileTime",
+    "GetLastError",
+    "GetLocalTime",
+    "GetModuleFileNameW",
+    "GetModuleHandleW",
+    "GetProcAddress",
+    "GetProcessHeap",
+    "GetSidSubAuthority",
+    "GetSidSubAuthorityCount",
+    "GetStdHandle",
+    "GetTokenInformation",
+    "GetUserDefaultLangID",
+    "HeapAlloc",
+    "HeapFree",
+    "InitializeCriticalSectionAndSpinCount",
+    "LeaveCriticalSection",
+    "LoadLibraryExW",
+    "LoadLibraryW",
+    "LoadStringW",
+    "LocalFree",
+    "LookupPrivilegeValueW",
+    "MoveFileW",
+    "MultiByteToWideChar",
+    "OpenEventW",
+    "OpenProcessToken",
+    "OutputDebugStringW",
+    "PathAppendW",
+    "PathRemoveFileSpecW",
+    "RaiseException",
+    "ReadFile",
+    "RegCloseKey",
+    "RegOpenKeyExW",
+    "RegQueryValueExW",
+    "RegisterServiceCtrlHandlerW",
+    "ReleaseMutex",
+    "RemoveVectoredExceptionHandler",
+    "ResetEvent",
+    "SHGetKnownFolderPath",
+    "SetConsoleMode",
+    "SetDllDirectoryW",
+    "SetEvent",
+    "SetFilePointer",
+    "SetLastError",
+    "SetServiceStatus",
+    "Sleep",
+    "StartServiceCtrlDispatcherW",
+    "SystemTimeToTzSpecificLocalTime",
+    "VerSetConditionMask",
+    "VerifyVersionInfoW",
+    "WaitForMultipleObjects",
+    "WaitForSingleObject",
+    "WriteFile",
+    "_dupenv_s",
+    "_stat64i32",
+    "remove",
+    "rename",
+};
+
+}  // namespace
+
+std::span<const std::string_view> platformCalls() {
+  return std::span(kCalls).subspan(kRuntimeCalls);
+}
+
+std::span<const std::string_view> callsThatCanFail() {
+  return kCalls;
+}
+
+}  // namespace host

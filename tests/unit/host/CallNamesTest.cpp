@@ -1,0 +1,48 @@
+#include "platform/host/CallNames.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+
+namespace host {
+namespace {
+
+using Names = std::set<std::string>;
+
+// What the sources of the model say between the parentheses of the expression.
+Names namesInSources(const std::string& expression) {
+  const std::regex pattern(expression);
+  Names names;
+  for (const auto& entry : std::filesystem::directory_iterator(SOURCE_ROOT "/platform/host")) {
+    if (entry.path().extension() != ".cpp") {
+      continue;
+    }
+    std::ifstream file(entry.path());
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    for (std::sregex_iterator found(text.begin(), text.end(), pattern), end; found != end;
+         ++found) {
+      names.insert((*found)[1]);
+    }
+  }
+  return names;
+}
+
+TEST(CallNamesTest, EveryCallOfTheModelHasItsName) {
+  const Names written = namesInSources("Call call\\(\\s*\"([A-Za-z_0-9]+)\"");
+  EXPECT_TRUE(written.contains("CreateEventW"));
+  EXPECT_EQ(Names(platformCalls().begin(), platformCalls().end()), written);
+}
+
+TEST(CallNamesTest, TheRuntimesCallsCanBeToldToFailToo) {
+  Names written = namesInSources("Call call\\(\\s*\"([A-Za-z_0-9]+)\"");
+  written.merge(namesInSources("toldError\\(\"([A-Za-z_0-9]+)\"\\)"));
+  EXPECT_TRUE(written.contains("memcpy_s"));
+  EXPECT_EQ(Names(callsThatCanFail().begin(), callsThatCanFail().end()), written);
+}
+
+}  // namespace
+}  // namespace host
