@@ -21,9 +21,7 @@ class MachineTest : public ::testing::Test {
   static Faults& faults() { return Faults::instance(); }
   static Ledger& ledger() { return Ledger::instance(); }
   // Milliseconds of virtual time since the test began.
-  static std::int64_t clockMs() {
-    return Scheduler::instance().now() / kNanosecondsPerMillisecond;
-  }
+  static std::int64_t clockMs() { return Scheduler::instance().now() / kNanosecondsPerMillisecond; }
 };
 
 // A second thread of the machine. Joined at the latest when it goes out of scope.

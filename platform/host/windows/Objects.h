@@ -76,10 +76,9 @@ HANDLE GetCurrentProcess();
 void Sleep(DWORD milliseconds);
 
 BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
-                    LPSECURITY_ATTRIBUTES processAttributes,
-                    LPSECURITY_ATTRIBUTES threadAttributes, BOOL inheritHandles, DWORD flags,
-                    LPVOID environment, LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
-                    LPPROCESS_INFORMATION processInformation);
+                    LPSECURITY_ATTRIBUTES processAttributes, LPSECURITY_ATTRIBUTES threadAttributes,
+                    BOOL inheritHandles, DWORD flags, LPVOID environment, LPCWSTR currentDirectory,
+                    LPSTARTUPINFOW startupInfo, LPPROCESS_INFORMATION processInformation);
 
 HANDLE CreateBoundaryDescriptorW(LPCWSTR name, ULONG flags);
 BOOL AddSIDToBoundaryDescriptor(HANDLE* boundary, PVOID sid);

@@ -32,8 +32,11 @@ using PEVENT_FILTER_DESCRIPTOR = EVENT_FILTER_DESCRIPTOR*;
 using PENABLECALLBACK = void (*)(LPCGUID source, ULONG isEnabled, UCHAR level,
                                  ULONGLONG matchAnyKeyword, ULONGLONG matchAllKeyword,
                                  PEVENT_FILTER_DESCRIPTOR filter, PVOID context);
-enum EVENT_INFO_CLASS { EventProviderBinaryTrackInfo, EventProviderSetReserved1,
-                        EventProviderSetTraits };
+enum EVENT_INFO_CLASS {
+  EventProviderBinaryTrackInfo,
+  EventProviderSetReserved1,
+  EventProviderSetTraits
+};
 
 ULONG EventRegister(LPCGUID provider, PENABLECALLBACK callback, PVOID context, PREGHANDLE handle);
 ULONG EventUnregister(REGHANDLE handle);

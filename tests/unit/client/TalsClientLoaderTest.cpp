@@ -7,38 +7,16 @@
 #include "VUSL/Support/MissingFileError.h"
 #include "client/talsStatus.h"
 #include "tests/unit/client/ClientTest.h"
+#include "tests/unit/client/LookUpOrder.h"
 
 namespace {
 
 using client_test::argument;
 using client_test::installClient;
 using client_test::installed;
+using client_test::kLookUpOrder;
 using client_test::Texts;
 using client_test::textThrownBy;
-
-const Texts kLookUpOrder = {
-    "talsGetPermit",
-    "talsUsePermit",
-    "talsPassThrough",
-    "talsGetPlatformInfo",
-    "talsGetPlatformType",
-    "talsInit",
-    "talsInitHUB",
-    "talsInitQX1",
-    "talsCheckPermit",
-    "talsGetClientVersion",
-    "talsGetGlobalAttribute",
-    "talsInstallPermit",
-    "talsRenewPermit",
-    "talsReleasePermit",
-    "talsDestroyPlatformInfo",
-    "talsMessage",
-    "talsMessage_Ex",
-    "talsCaidProtect",
-    "talsCaidDestroy",
-    "talsConfigPrepare",
-    "talsConfigDestroy",
-};
 
 int call(TalsEntry entry) {
   return reinterpret_cast<talsStatus (*)(void*)>(entry)(nullptr);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "client/TalsClientLoaderBase.h"
+#include "tests/unit/client/LookUpOrder.h"
 
 namespace {
 
@@ -59,32 +60,9 @@ TEST(TalsEntryTableTest, EveryEntryHasItsSlot) {
 }
 
 TEST(TalsEntryTableTest, TheOrderOfLookUpsIsNotThatOfTheSlots) {
-  const std::vector<std::string> expected = {
-      "talsGetPermit",
-      "talsUsePermit",
-      "talsPassThrough",
-      "talsGetPlatformInfo",
-      "talsGetPlatformType",
-      "talsInit",
-      "talsInitHUB",
-      "talsInitQX1",
-      "talsCheckPermit",
-      "talsGetClientVersion",
-      "talsGetGlobalAttribute",
-      "talsInstallPermit",
-      "talsRenewPermit",
-      "talsReleasePermit",
-      "talsDestroyPlatformInfo",
-      "talsMessage",
-      "talsMessage_Ex",
-      "talsCaidProtect",
-      "talsCaidDestroy",
-      "talsConfigPrepare",
-      "talsConfigDestroy",
-  };
   std::vector<std::string> names;
   for (const TalsEntryLookup& lookup : kTalsEntryLookups) names.emplace_back(lookup.name);
-  EXPECT_EQ(names, expected);
+  EXPECT_EQ(names, client_test::kLookUpOrder);
 }
 
 TEST(TalsEntryTableTest, AFreshTableIsClear) {
