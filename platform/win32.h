@@ -13,13 +13,20 @@
 #include <evntprov.h>
 #include <knownfolders.h>
 #include <namespaceapi.h>
+#include <objbase.h>
+#include <oleauto.h>
 #include <shlobj.h>
 #include <shlwapi.h>
+#include <taskschd.h>
 
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 #include <wchar.h>
+
+#ifdef __MINGW32__
+#include "platform/mingw/IEventTrigger.h"
+#endif
 
 #else
 

@@ -41,6 +41,16 @@ constexpr std::array kListedImbalances = {
                     "the launch lets go of its child without closing its handles"},
     ListedImbalance{"module from LoadLibraryExW as data is still open",
                     "language libraries stay loaded to the end of the process"},
+    ListedImbalance{"CoUninitialize: the thread has not begun COM",
+                    "the task steps end COM after a failure and so does who called them"},
+    ListedImbalance{"ITaskDefinition::get_Settings: the ITaskDefinition was released before",
+                    "a failure to get the registration info counts as success"},
+    ListedImbalance{"IUnknown::Release: the ITaskFolder was released before",
+                    "a failure to get the registration info counts as success"},
+    ListedImbalance{"IUnknown::Release: the ITaskDefinition was released before",
+                    "a failure to get the registration info counts as success"},
+    ListedImbalance{"reference from ITaskDefinition::get_Settings is still open",
+                    "an early return of the task's settings releases less than it took"},
 };
 
 Scenario* theLife = nullptr;

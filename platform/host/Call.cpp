@@ -22,6 +22,11 @@ void addToHash(std::uint64_t& hash, std::uint64_t number) {
   hash = (hash ^ number) * kHashPrime;
 }
 
+// As a person looks it up: error codes in decimal, the results of interfaces in hexadecimal.
+std::string errorText(DWORD error) {
+  return FAILED(static_cast<HRESULT>(error)) ? hexText(error) : std::to_string(error);
+}
+
 }  // namespace
 
 void setLastError(DWORD error) {
@@ -132,7 +137,7 @@ void Faults::tell(std::string_view call, const Rule& rule) const {
   const std::string nth = std::to_string(rule.nth);
   onStrike(std::string(call) +
            (rule.lasting ? " fails from " + nth + " on" : " " + nth + " fails") + " with " +
-           std::to_string(rule.error));
+           errorText(rule.error));
 }
 
 const DWORD* Faults::next(std::string_view call) {

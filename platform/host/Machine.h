@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/host/ComState.h"
 #include "platform/host/Devices.h"
 #include "platform/host/Drive.h"
 #include "platform/host/Objects.h"
@@ -30,6 +31,13 @@ struct WindowsVersion {
   DWORD major = 10;
   DWORD minor = 0;
   DWORD build = 19045;
+};
+
+// A program that the Task Scheduler started.
+struct TaskStart {
+  std::wstring task;
+  std::wstring program;
+  std::wstring account;
 };
 
 // One modelled computer: what the platform calls of this process find and change. There is one for
@@ -83,6 +91,24 @@ struct Machine {
   // Whether the standard input is a console, and the console's mode.
   bool inputIsConsole = false;
   DWORD consoleMode = 0x1F7;
+
+  ComState com;
+
+  // Whether the Task Scheduler lets this process connect: otherwise the answer is 0x80070005.
+  bool schedulerRefuses = false;
+  // What the settings of tasks ask for.
+  bool network = true;
+  bool onBatteries = false;
+  // How long a program that a task started counts as running, on the machine's clock: how long the
+  // real child takes is nobody's promise.
+  Nanoseconds taskProgramRuns = 1'000 * kNanosecondsPerMillisecond;
+  // Until when the last instance of a task runs.
+  std::map<std::wstring, Nanoseconds, IgnoringCase> taskInstances;
+  // What the Task Scheduler started, in order.
+  std::vector<TaskStart> tasksStarted;
+  // An event comes into a log: each enabled task whose subscription selects it is started, unless
+  // its settings forbid it. Everything that comes of it is noted.
+  void raiseEvent(const std::wstring& log, const std::wstring& provider, DWORD id);
 
   // The client stack as its driver package leaves it: device node, software key with the subkey
   // "tALS Client" and its value "InstallDir64", and the folder itself (without the libraries).

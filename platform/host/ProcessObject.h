@@ -2,6 +2,8 @@
 
 #include <sys/types.h>
 
+#include <string>
+
 #include "platform/host/Handles.h"
 
 namespace host {
@@ -18,6 +20,15 @@ class ProcessObject final : public KernelObject {
  private:
   pid_t child_;
 };
+
+struct StartedProgram {
+  DWORD error = 0;  // why the platform could not start it
+  pid_t child = 0;
+  DWORD processId = 0;
+};
+
+// Starts a program of the machine's drive as a real child.
+StartedProgram startProgram(const std::wstring& path);
 
 // Waits until all programs that were started have ended, so that what they leave on the drive is
 // there when the life's end is reported; gives up on one that takes longer than ten seconds.

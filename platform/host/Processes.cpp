@@ -48,6 +48,25 @@ int spawnProgram(const std::filesystem::path& file, pid_t* child) {
 
 }  // namespace
 
+StartedProgram startProgram(const std::wstring& path) {
+  DWORD error = 0;
+  const auto file =
+      machine().drive.locate(Drive::normalized(path, machine().currentDirectory), &error);
+  if (!file.has_value() || !std::filesystem::exists(*file)) {
+    return {error != 0 ? error : ERROR_FILE_NOT_FOUND};
+  }
+  if (std::filesystem::is_directory(*file)) {
+    return {ERROR_ACCESS_DENIED};
+  }
+  pid_t child = 0;
+  if (spawnProgram(*file, &child) != 0) {
+    return {ERROR_BAD_EXE_FORMAT};
+  }
+  children().push_back(child);
+  const auto number = static_cast<DWORD>(children().size() - 1);
+  return {ERROR_SUCCESS, child, kFirstProcessId + 2 * kIdStep * number};
+}
+
 bool ProcessObject::signalled(const Thread& /*waiter*/) const {
   return hasEnded(child_);
 }
@@ -85,27 +104,16 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
   }
   const host::Scheduler::Guard guard;
   host::Machine& machine = host::machine();
-  DWORD error = 0;
-  const auto file = machine.drive.locate(
-      host::Drive::normalized(applicationName, machine.currentDirectory), &error);
-  if (!file.has_value() || !std::filesystem::exists(*file)) {
-    return call.fails(error != 0 ? error : ERROR_FILE_NOT_FOUND, FALSE);
+  const host::StartedProgram started = host::startProgram(applicationName);
+  if (started.error != ERROR_SUCCESS) {
+    return call.fails(started.error, FALSE);
   }
-  pid_t child = 0;
-  if (std::filesystem::is_directory(*file)) {
-    return call.fails(ERROR_ACCESS_DENIED, FALSE);
-  }
-  if (host::spawnProgram(*file, &child) != 0) {
-    return call.fails(ERROR_BAD_EXE_FORMAT, FALSE);
-  }
-  host::children().push_back(child);
-  const auto number = static_cast<DWORD>(host::children().size() - 1);
   const auto thread = std::make_shared<host::ThreadObject>();
   auto& handles = host::HandleTable::instance();
   processInformation->hProcess =
-      handles.add(std::make_shared<host::ProcessObject>(child), "CreateProcessW");
+      handles.add(std::make_shared<host::ProcessObject>(started.child), "CreateProcessW");
   processInformation->hThread = handles.add(thread, "CreateProcessW");
-  processInformation->dwProcessId = host::kFirstProcessId + 2 * host::kIdStep * number;
+  processInformation->dwProcessId = started.processId;
   processInformation->dwThreadId = processInformation->dwProcessId + host::kIdStep;
   machine.programsStarted.emplace_back(applicationName);
   machine.note("program started: " + host::toUtf8(applicationName));

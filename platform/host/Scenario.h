@@ -25,6 +25,7 @@ struct Action {
     kControl,        // number: the control's number; 1 is a stop
     kWriteFile,      // subject: path, text: content
     kDeleteFile,     // subject: path
+    kLogEvent,       // subject: the provider, text: the log, number: the event's id
     kEndProcess,     // the process is ended from outside
   };
   Kind kind = Kind::kSignalEvent;
@@ -115,6 +116,11 @@ struct Scenario {
   std::vector<std::wstring> publishedEvents;
   std::vector<std::wstring> takenNamespaces;
   std::map<std::wstring, std::wstring> environment;
+  bool network = true;
+  bool onBatteries = false;
+  bool schedulerRefuses = false;
+  bool moduleFileNameClearsLastError = true;
+  std::optional<Nanoseconds> taskProgramRuns;
 
   // The client stack.
   std::optional<std::wstring> stackDirectory;  // installed there: device, keys and folder

@@ -138,6 +138,18 @@ Reason readDelete(std::string_view text, Action& action) {
   return readPath(text, action.subject);
 }
 
+// "<log> <provider> <id>"; the provider's name may have blanks.
+Reason readLogEvent(std::string_view text, Action& action) {
+  const std::size_t first = text.find(' ');
+  const std::size_t last = text.rfind(' ');
+  if (first == last || first == std::string_view::npos) {
+    return "there must be a log, a provider and an id (as in \"event System Some-Provider 1025\")";
+  }
+  action.text = text.substr(0, first);
+  action.subject = toWide(trimmed(text.substr(first, last - first)));
+  return readNumber(text.substr(last + 1), UINT16_MAX, action.number);
+}
+
 struct ActionRow {
   std::string_view name;
   Action::Kind kind;
@@ -151,6 +163,7 @@ constexpr std::array kActions = {
     ActionRow{"control", Action::Kind::kControl, readControl},
     ActionRow{"write", Action::Kind::kWriteFile, readWrite},
     ActionRow{"delete", Action::Kind::kDeleteFile, readDelete},
+    ActionRow{"event", Action::Kind::kLogEvent, readLogEvent},
     ActionRow{"end process", Action::Kind::kEndProcess, readNothing},
 };
 
@@ -187,6 +200,15 @@ Reason readAction(std::string_view text, Action& action) {
   return row->read(rest, action);
 }
 
+// Where the end of a moment stands; the two colons inside a method's name are none.
+std::size_t endOfMoment(std::string_view text, std::string_view end) {
+  std::size_t found = text.find(end);
+  while (found != std::string_view::npos && text.substr(found).starts_with("::")) {
+    found = text.find(end, found + 2);
+  }
+  return found;
+}
+
 }  // namespace
 
 Reason readStep(std::string_view line, Step& step) {
@@ -196,7 +218,7 @@ Reason readStep(std::string_view line, Step& step) {
     return inQuotes(line) + " does not begin with a moment (at, before, on log, on status)" +
            hintAmong(kMoments, line);
   }
-  const std::size_t end = rest.find(row->end);
+  const std::size_t end = endOfMoment(rest, row->end);
   if (end == std::string_view::npos) {
     return "a moment ends in " + std::string(row->end) + " and is followed by an action";
   }

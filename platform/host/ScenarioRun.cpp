@@ -60,6 +60,10 @@ void deleteFile(const Action& action) {
        (isThere ? " deleted" : " is not there and was not deleted"));
 }
 
+void logEvent(const Action& action) {
+  machine().raiseEvent(toWide(action.text), action.subject, action.number);
+}
+
 [[noreturn]] void endProcess() {
   note("the process is ended from outside");
   Report::instance().endNow("ended");
@@ -82,6 +86,8 @@ void perform(const Action& action) {
       return writeFile(action);
     case Action::Kind::kDeleteFile:
       return deleteFile(action);
+    case Action::Kind::kLogEvent:
+      return logEvent(action);
     case Action::Kind::kEndProcess:
       endProcess();
   }
@@ -177,6 +183,11 @@ void setUpSystem(const Scenario& scenario) {
   system.token.administrator = scenario.administrator;
   system.debugListener = scenario.debugListener;
   system.services.startedByManager = scenario.startedByManager;
+  system.network = scenario.network;
+  system.onBatteries = scenario.onBatteries;
+  system.schedulerRefuses = scenario.schedulerRefuses;
+  system.moduleFileNameClearsLastError = scenario.moduleFileNameClearsLastError;
+  system.taskProgramRuns = scenario.taskProgramRuns.value_or(system.taskProgramRuns);
   for (const std::wstring& event : scenario.publishedEvents) {
     system.publishEvent(event);
   }

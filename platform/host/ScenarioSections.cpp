@@ -189,6 +189,33 @@ Reason readEnvironment(Value value, Value name, Scenario& scenario) {
   return std::nullopt;
 }
 
+Reason readNetwork(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.network);
+}
+
+Reason readBatteries(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.onBatteries);
+}
+
+Reason readScheduler(Value value, Value /*name*/, Scenario& scenario) {
+  if (value != "ready" && value != "refused") {
+    return inQuotes(value) + " is neither \"ready\" nor \"refused\"";
+  }
+  scenario.schedulerRefuses = value == "refused";
+  return std::nullopt;
+}
+
+Reason readProgramRuns(Value value, Value /*name*/, Scenario& scenario) {
+  Nanoseconds duration = 0;
+  const Reason reason = readDuration(value, duration);
+  scenario.taskProgramRuns = duration;
+  return reason;
+}
+
+Reason readClearsLastError(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.moduleFileNameClearsLastError);
+}
+
 constexpr std::array kMachineKeys = {
     Key{"windows", false, false, readWindows},
     Key{"language", false, false, readLanguage},
@@ -203,6 +230,11 @@ constexpr std::array kMachineKeys = {
     Key{"event", true, false, readEvent},
     Key{"namespace taken", true, false, readNamespace},
     Key{"environment", false, true, readEnvironment},
+    Key{"network", false, false, readNetwork},
+    Key{"on batteries", false, false, readBatteries},
+    Key{"scheduler", false, false, readScheduler},
+    Key{"task program runs", false, false, readProgramRuns},
+    Key{"module file name clears last error", false, false, readClearsLastError},
 };
 
 // [stack]

@@ -5,6 +5,7 @@
 
 #include "platform/host/windows/Types.h"
 
+#include "platform/host/windows/Com.h"
 #include "platform/host/windows/Crt.h"
 #include "platform/host/windows/Files.h"
 #include "platform/host/windows/Modules.h"
@@ -13,4 +14,5 @@
 #include "platform/host/windows/Security.h"
 #include "platform/host/windows/Services.h"
 #include "platform/host/windows/System.h"
+#include "platform/host/windows/TaskScheduler.h"
 #include "platform/host/windows/Trace.h"

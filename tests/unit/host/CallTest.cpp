@@ -73,6 +73,14 @@ TEST_F(CallTest, AStrikeIsToldOnceForALastingFaultToo) {
                                             "OpenEventW fails from 1 on with 6"}));
 }
 
+TEST_F(CallTest, AStrikeWithAnInterfacesResultIsToldInHexadecimal) {
+  std::string told;
+  faults().onStrike = [&](const std::string& what) { told = what; };
+  faults().failOnce("CoInitializeEx", 0x80070005);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  EXPECT_EQ(told, "CoInitializeEx 1 fails with 0x80070005");
+}
+
 TEST_F(CallTest, AHookRunsAheadOfTheNthCall) {
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   host::CallHooks::instance().before("WaitForSingleObject", 2, [&] { SetEvent(event); });

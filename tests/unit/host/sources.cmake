@@ -1,5 +1,10 @@
 # The model of Windows. The families of calls first, then the core.
 list(APPEND unit_test_sources
+  ${CMAKE_CURRENT_LIST_DIR}/ComTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/TaskDocumentTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/TaskScenarioTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/TaskSchedulerTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/TaskTriggerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigurationManagerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConsoleTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CrtFilesTest.cpp

@@ -34,11 +34,12 @@ TEST_F(EnrollmentLoopTest, withoutTheEventTheTaskIsScheduledAndTheRunEndsByItsel
                      "[DBG] [TPM] Cannot open event with error: 2",
                      "[DBG] [TPM] Next try in 5 sec. Tries left : 0",
                      "[DBG] [TPM] Event not registered by the system.",
-                     "[DBG] [TPM] Scheduling VTM Task ..."},
+                     "[DBG] [TPM] Scheduling VTM Task ...",
+                     "[DBG] [TPM] Success! Task successfully registered.",
+                     "[DBG] [TPM] Task not found, scheduled new one sucessfully"},
                     kTransaction2,
                     {"[DBG] [TPM] Closing talsClient access layer",
                      "[DBG] [TPM] [0x] Thread  deleted"}}));
-  EXPECT_EQ(tasks.text(), L"ScheduleTask is not built yet.\n");
   EXPECT_TRUE(journal().calls("WaitForMultipleObjects").empty());
 }
 
@@ -55,14 +56,14 @@ TEST_F(EnrollmentLoopTest, olderSystemGetsNoTaskAndTheGoalIsMet) {
   host::machine().version = {6, 3, 9600};
   EXPECT_EQ(enrollment.Run(), 0U);
   EXPECT_TRUE(log.contains("[DBG] [TPM] Scheduling VTM Task ..."));
-  EXPECT_EQ(tasks.text(), L"");
+  EXPECT_TRUE(journal().calls("CoInitializeEx").empty());
 }
 
 TEST_F(EnrollmentLoopTest, firstWindows10GetsTheTask) {
   installClient();
   host::machine().version = {10, 0, 0};
   EXPECT_EQ(enrollment.Run(), 0U);
-  EXPECT_EQ(tasks.text(), L"ScheduleTask is not built yet.\n");
+  EXPECT_TRUE(log.contains("[DBG] [TPM] Task not found, scheduled new one sucessfully"));
 }
 
 TEST_F(EnrollmentLoopTest, versionTestAsksForTenZeroBuildZeroOrLater) {
@@ -82,7 +83,7 @@ TEST_F(EnrollmentLoopTest, systemBelowTenIsOlderWhateverItsMinorAndBuild) {
   installClient();
   host::machine().version = {9, 9, 99999};
   EXPECT_EQ(enrollment.Run(), 0U);
-  EXPECT_EQ(tasks.text(), L"");
+  EXPECT_TRUE(journal().calls("CoInitializeEx").empty());
 }
 
 // The goal is taken as met, so the tries are not made again.
@@ -91,7 +92,7 @@ TEST_F(EnrollmentLoopTest, registrationThatFailedIsNotTriedAgain) {
   Peer::setRetries(enrollment, 0);
   EXPECT_EQ(enrollment.Run(), 0U);
   EXPECT_EQ(journal().calls("OpenEventW").size(), 1U);
-  EXPECT_EQ(tasks.text(), L"ScheduleTask is not built yet.\n");
+  EXPECT_EQ(journal().calls("ITaskFolder::RegisterTaskDefinition").size(), 1U);
   const auto waits = journal().calls("WaitForMultipleObjects");
   ASSERT_EQ(waits.size(), 2U);
   EXPECT_TRUE(waits[1].args.starts_with("1, ")) << waits[1].args;
@@ -109,14 +110,13 @@ TEST_F(EnrollmentLoopTest, withTheEventTheTaskIsDeletedAndBothHandlesAreWaitedFo
           {{"[INF] [TPM] [0x] [Run] Starting talsInit..."},
            kTransaction1,
            {"[DBG] [TPM] Registering to TPM Event...", "[DBG] [TPM] Event opened successfully!",
-            "[DBG] [TPM] Registering VTM event completed!"},
+            "[DBG] [TPM] Registering VTM event completed!", "[DBG] [TPM] Task Deleted sucessfully"},
            kTransaction2,
            {"[DBG] [TPM] Waiting for signaled event, with timeout = 60 seconds.",
             "[DBG] [TPM] Stopping service...",
             "[DBG] [TPM] [0x] [Run] Waiting over. dwObject value: 0",
             "[DBG] [TPM] [0x] [Run] Stop service event signaled.",
             "[DBG] [TPM] Closing talsClient access layer", "[DBG] [TPM] [0x] Thread  deleted"}}));
-  EXPECT_EQ(tasks.text(), L"DeleteTask is not built yet.\n");
   ASSERT_EQ(journal().calls("WaitForMultipleObjects").size(), 1U);
   EXPECT_EQ(journal().calls("WaitForMultipleObjects")[0].args,
             "2, " + host::journalText(Peer::eventHandle(0)) + ", 0, 60000");
@@ -153,7 +153,7 @@ TEST_F(EnrollmentLoopTest, eventIsRegisteredAndTheTaskDeletedOnlyOnce) {
   publishTpmEvent();
   EXPECT_EQ(runAndStopAfter(150'000), 0U);
   EXPECT_EQ(journal().calls("OpenEventW").size(), 1U);
-  EXPECT_EQ(tasks.text(), L"DeleteTask is not built yet.\n");
+  EXPECT_EQ(journal().calls("ITaskFolder::DeleteTask").size(), 1U);
   for (const host::JournalEntry& wait : journal().calls("WaitForMultipleObjects")) {
     EXPECT_TRUE(wait.args.starts_with("2, ")) << wait.args;
   }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <iostream>
 #include <string>
 
 #include "tests/unit/service/ServiceFixture.h"
@@ -12,7 +11,7 @@ inline const std::wstring kProgram = L"C:\\Orvix\\bin\\OrvixVTMEkRecertification
 // An enrollment whose namespace stands, so that `Run` can be called.
 class EnrollmentRun : public ServiceTest {
  protected:
-  EnrollmentRun() : tasks(std::wcerr) {
+  EnrollmentRun() {
     EXPECT_EQ(enrollment.CreateServicePrivateNamespace(), 0U);
     Peer::setWaitTimeoutMs(60'000);
   }
@@ -44,5 +43,4 @@ class EnrollmentRun : public ServiceTest {
   }
 
   TPMEnrollmentService::TPMEnrollment enrollment;
-  WideCapture tasks;
 };

@@ -13,7 +13,7 @@ inline const std::wstring kTpmEvent = L"Global\\TpmEnrollmentEvent";
 // need a process of their own, as the test runner gives them.
 class ServiceHost : public ServiceTest {
  protected:
-  ServiceHost() : output(std::wcout), tasks(std::wcerr) {}
+  ServiceHost() : output(std::wcout) {}
 
   static host::ServiceManager& services() { return host::machine().services; }
 
@@ -38,7 +38,6 @@ class ServiceHost : public ServiceTest {
   }
 
   WideCapture output;
-  WideCapture tasks;
 };
 
 inline constexpr wchar_t kProgram[] = L"C:\\TPMEnrollmentService.exe";

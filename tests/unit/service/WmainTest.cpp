@@ -26,7 +26,7 @@ const std::string kBanner = "[DBG] Orvix(R) TPM Enrollment Service [Version: 1.7
 // once in a process.
 class WmainTest : public ServiceTest {
  protected:
-  WmainTest() : output(std::wcout), tasks(std::wcerr) {
+  WmainTest() : output(std::wcout) {
     installClient();
     writeConfiguration("LogLevel = DEBUG\n");
     host::machine().services.startedByManager = false;
@@ -63,7 +63,6 @@ class WmainTest : public ServiceTest {
   }
 
   WideCapture output;
-  WideCapture tasks;
 };
 
 TEST_F(WmainTest, noArgumentsFromAConsoleDropsPrivilegesAndPrintsTheUsage) {

@@ -13,5 +13,4 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ServiceFixture.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ServiceThreadsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TPMEnrollmentProcessExceptionTest.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/TaskLifecycleTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/WmainTest.cpp)

@@ -1,0 +1,46 @@
+#include "task/PlatformString.h"
+
+#include <memory>
+
+#include "task/ComError.h"
+
+PlatformString::PlatformString(const std::wstring& text) {
+  auto shared = std::make_unique<Shared>(Shared{nullptr, 1});
+  shared->text = SysAllocString(text.c_str());
+  if (shared->text == nullptr) throw ComError(E_OUTOFMEMORY);
+  m_shared = shared.release();
+}
+
+PlatformString::PlatformString(const PlatformString& other) : m_shared(other.m_shared) {
+  ++m_shared->references;
+}
+
+PlatformString& PlatformString::operator=(const PlatformString& other) {
+  ++other.m_shared->references;
+  release();
+  m_shared = other.m_shared;
+  return *this;
+}
+
+PlatformString::~PlatformString() {
+  release();
+}
+
+VARIANT PlatformString::AsVariant() const {
+  VARIANT variant = EmptyVariant();
+  variant.vt = VT_BSTR;
+  variant.bstrVal = Get();
+  return variant;
+}
+
+void PlatformString::release() {
+  if (--m_shared->references > 0) return;
+  SysFreeString(m_shared->text);
+  delete m_shared;
+}
+
+VARIANT EmptyVariant() {
+  VARIANT variant;
+  VariantInit(&variant);
+  return variant;
+}

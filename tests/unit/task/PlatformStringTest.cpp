@@ -1,0 +1,94 @@
+#include "task/PlatformString.h"
+
+#include <string>
+#include <vector>
+
+#include "task/ComError.h"
+#include "tests/support/MachineTest.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class PlatformStringTest : public host::MachineTest {
+ protected:
+  static Texts calls() { return journal().namesOf({"SysAllocString", "SysFreeString"}); }
+};
+
+TEST_F(PlatformStringTest, textIsAllocatedOnceAndFreedOnce) {
+  { const PlatformString text(L"one"); }
+  EXPECT_EQ(calls(), (Texts{"SysAllocString", "SysFreeString"}));
+  EXPECT_EQ(ledger().violations(), Texts{});
+}
+
+TEST_F(PlatformStringTest, stringHoldsTheText) {
+  const PlatformString text(L"C:\\\u00DC");
+  EXPECT_EQ(std::wstring(text.Get()), L"C:\\\u00DC");
+  EXPECT_EQ(SysStringLen(text.Get()), 4U);
+}
+
+TEST_F(PlatformStringTest, emptyTextIsAllocatedToo) {
+  const PlatformString text(L"");
+  ASSERT_NE(text.Get(), nullptr);
+  EXPECT_EQ(SysStringLen(text.Get()), 0U);
+  EXPECT_EQ(calls(), Texts{"SysAllocString"});
+}
+
+TEST_F(PlatformStringTest, copiesShareOneAllocation) {
+  const PlatformString text(L"one");
+  const PlatformString copy(text);  // NOLINT(performance-unnecessary-copy-initialization)
+  EXPECT_EQ(copy.Get(), text.Get());
+  EXPECT_EQ(calls(), Texts{"SysAllocString"});
+}
+
+TEST_F(PlatformStringTest, lastOfTheCopiesFrees) {
+  {
+    const PlatformString text(L"one");
+    {
+      const PlatformString copy(text);  // NOLINT(performance-unnecessary-copy-initialization)
+    }
+    EXPECT_EQ(calls(), Texts{"SysAllocString"});
+  }
+  EXPECT_EQ(calls(), (Texts{"SysAllocString", "SysFreeString"}));
+}
+
+TEST_F(PlatformStringTest, assignmentFreesTheOldTextAndSharesTheNew) {
+  const PlatformString one(L"one");
+  PlatformString text(L"two");
+  text = one;
+  EXPECT_EQ(calls(), (Texts{"SysAllocString", "SysAllocString", "SysFreeString"}));
+  EXPECT_EQ(text.Get(), one.Get());
+}
+
+TEST_F(PlatformStringTest, assignmentToItselfKeepsTheText) {
+  PlatformString text(L"one");
+  const PlatformString& same = text;
+  text = same;
+  EXPECT_EQ(calls(), Texts{"SysAllocString"});
+  EXPECT_EQ(std::wstring(text.Get()), L"one");
+}
+
+TEST_F(PlatformStringTest, failedAllocationIsThrownAsTheComErrorOutOfMemory) {
+  faults().failOnce("SysAllocString", 8);
+  try {
+    const PlatformString text(L"one");
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const ComError& e) {
+    EXPECT_EQ(static_cast<DWORD>(e.Error()), 0x8007000EU);
+  }
+  EXPECT_EQ(calls(), Texts{"SysAllocString"});
+}
+
+TEST_F(PlatformStringTest, variantBorrowsTheString) {
+  const PlatformString text(L"S-1-5-18");
+  const VARIANT variant = text.AsVariant();
+  EXPECT_EQ(variant.vt, VT_BSTR);
+  EXPECT_EQ(variant.bstrVal, text.Get());
+  EXPECT_EQ(calls(), Texts{"SysAllocString"});
+}
+
+TEST_F(PlatformStringTest, emptyVariantHoldsNothing) {
+  EXPECT_EQ(EmptyVariant().vt, VT_EMPTY);
+}
+
+}  // namespace
