@@ -1,5 +1,7 @@
 // The scheduler's own object and its folders.
 
+#include <optional>
+
 #include "platform/host/Machine.h"
 #include "platform/host/RegisteredTaskObject.h"
 #include "platform/host/TaskDefinitionObject.h"
@@ -26,6 +28,20 @@ bool isEmpty(const VARIANT& variant) {
 bool readVariant(const VARIANT& variant, const char* call, std::wstring& text) {
   text.clear();
   return isEmpty(variant) || (isText(variant) && readString(variant.bstrVal, call, text));
+}
+
+// Clears the place of the answer, and says what a call that takes a text answers before it looks at
+// anything else; nothing if it may go on.
+template <class Interface>
+std::optional<HRESULT> refusalOf(const MethodCall& call, bool isString, Interface** place) {
+  if (place == nullptr) {
+    return E_POINTER;
+  }
+  *place = nullptr;
+  if (call.isRefused()) {
+    return call.verdict();
+  }
+  return isString ? std::nullopt : std::optional(E_INVALIDARG);
 }
 
 class TaskFolderObject final : public ComBase<ITaskFolder, IID_ITaskFolder> {
@@ -93,12 +109,8 @@ HRESULT TaskFolderObject::GetFolder(BSTR path, ITaskFolder** folder) {
   std::wstring text;
   const bool isString = readString(path, kName, text);
   MethodCall call(*this, kName, text.c_str());
-  if (folder == nullptr) {
-    return call.answers(E_POINTER);
-  }
-  *folder = nullptr;
-  if (call.isRefused() || !isString) {
-    return call.answers(call.isRefused() ? call.verdict() : E_INVALIDARG);
+  if (const auto refusal = refusalOf(call, isString, folder)) {
+    return call.answers(*refusal);
   }
   const Scheduler::Guard guard;
   return giveFolder(call, kName, fullName(text), folder);
@@ -109,12 +121,8 @@ HRESULT TaskFolderObject::GetTask(BSTR path, IRegisteredTask** task) {
   std::wstring text;
   const bool isString = readString(path, kName, text);
   MethodCall call(*this, kName, text.c_str());
-  if (task == nullptr) {
-    return call.answers(E_POINTER);
-  }
-  *task = nullptr;
-  if (call.isRefused() || !isString) {
-    return call.answers(call.isRefused() ? call.verdict() : E_INVALIDARG);
+  if (const auto refusal = refusalOf(call, isString, task)) {
+    return call.answers(*refusal);
   }
   const Scheduler::Guard guard;
   const auto stored = readTask(fullName(text));
@@ -215,12 +223,8 @@ HRESULT TaskServiceObject::GetFolder(BSTR path, ITaskFolder** folder) {
   std::wstring text;
   const bool isString = readString(path, kName, text);
   MethodCall call(*this, kName, text.c_str());
-  if (folder == nullptr) {
-    return call.answers(E_POINTER);
-  }
-  *folder = nullptr;
-  if (call.isRefused() || !isString) {
-    return call.answers(call.isRefused() ? call.verdict() : E_INVALIDARG);
+  if (const auto refusal = refusalOf(call, isString, folder)) {
+    return call.answers(*refusal);
   }
   if (!isConnected_) {
     return call.answers(kNotConnected);
