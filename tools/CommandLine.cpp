@@ -20,7 +20,7 @@ const char kHelp[] =
     "  --seed N         which of the possible orders of threads to take; 0 is the plain one,\n"
     "                   the same number gives the same run; implies --virtual\n"
     "  --keep DIR       leave the machine's drive in DIR, which must be empty or not be there\n"
-    "  --verbose        print the listed imbalances, the hash of all steps and the memory too\n"
+    "  --verbose        print the named imbalances, the hash of all steps and the memory too\n"
     "  --scenario FILE  run the scenario in FILE\n"
     "  --help           print this text\n"
     "\n"

@@ -14,6 +14,7 @@
 #include <optional>
 
 #include "platform/host/Call.h"
+#include "platform/host/Imbalances.h"
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
 #include "platform/host/ProcessObject.h"
@@ -23,35 +24,6 @@ namespace host {
 namespace {
 
 constexpr int kHarnessError = 71;
-
-// What required behaviour leaves open or releases too often, each with its reason. Anything else
-// fails the run.
-struct ListedImbalance {
-  std::string_view text;  // how the ledger's line begins
-  const char* reason;
-};
-constexpr std::array kListedImbalances = {
-    ListedImbalance{"CloseHandle: null is no handle",
-                    "both event handles are closed at the end, opened or not"},
-    ListedImbalance{"boundary from CreateBoundaryDescriptorW is still open",
-                    "the boundary descriptor lives as long as the process"},
-    ListedImbalance{"process from CreateProcessW is still open",
-                    "the launch lets go of its child without closing its handles"},
-    ListedImbalance{"thread from CreateProcessW is still open",
-                    "the launch lets go of its child without closing its handles"},
-    ListedImbalance{"module from LoadLibraryExW as data is still open",
-                    "language libraries stay loaded to the end of the process"},
-    ListedImbalance{"CoUninitialize: the thread has not begun COM",
-                    "the task steps end COM after a failure and so does who called them"},
-    ListedImbalance{"ITaskDefinition::get_Settings: the ITaskDefinition was released before",
-                    "a failure to get the registration info counts as success"},
-    ListedImbalance{"IUnknown::Release: the ITaskFolder was released before",
-                    "a failure to get the registration info counts as success"},
-    ListedImbalance{"IUnknown::Release: the ITaskDefinition was released before",
-                    "a failure to get the registration info counts as success"},
-    ListedImbalance{"reference from ITaskDefinition::get_Settings is still open",
-                    "an early return of the task's settings releases less than it took"},
-};
 
 Scenario* theLife = nullptr;
 std::int32_t theExitCode = 0;
@@ -121,22 +93,6 @@ __attribute__((constructor(101))) void beginProcess() {
   }
 }
 
-const char* reasonFor(const std::string& imbalance) {
-  for (const ListedImbalance& listed : kListedImbalances) {
-    if (imbalance.compare(0, listed.text.size(), listed.text) == 0) {
-      return listed.reason;
-    }
-  }
-  return nullptr;
-}
-
-void recordImbalance(const std::string& text) {
-  const char* reason = reasonFor(text);
-  const std::string record =
-      reason == nullptr ? "unlisted: " + text : "listed: " + text + " (" + reason + ")";
-  Report::instance().record(ReportKind::kLedger, record);
-}
-
 // The peak of this program alone; what the system tells of a child counts its parent's memory too.
 long peakMemoryKiB() {
   FILE* status = std::fopen("/proc/self/status", "r");
@@ -161,12 +117,11 @@ __attribute__((destructor(101))) void endProcess() {
   // Other threads may still run; none of them adds to the account from here on.
   const Scheduler::Guard guard;
   waitForPrograms();
-  for (const std::string& violation : Ledger::instance().violations()) {
-    recordImbalance(violation);
-  }
+  std::vector<std::string> lines = Ledger::instance().violations();
   for (const Ledger::Entry& entry : Ledger::instance().stillOpen()) {
-    recordImbalance(entry.kind + " from " + entry.maker + " is still open");
+    lines.push_back(entry.kind + " from " + entry.maker + " is still open");
   }
+  reportLedger(*theLife, lines);
   Report& report = Report::instance();
   report.record(ReportKind::kHash, hexText(Journal::instance().hash()));
   report.record(ReportKind::kMemory, std::to_string(peakMemoryKiB()));

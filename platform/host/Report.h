@@ -16,7 +16,7 @@ enum class ReportKind : char {
   kNote = 'N',       // something that the machine or the service manager saw
   kStatus = 'S',     // a status report: "state check-point exit-code accepted wait-hint"
   kConsole = 'C',    // a line on the service's standard output
-  kLedger = 'L',     // at the end: an imbalance, with its reason if it is a listed one
+  kLedger = 'L',     // at the end: an imbalance, with what the scenario says of it
   kThreads = 'T',    // at the end of a run that was given up: the threads with their waits
   kEnd = 'E',        // how it ended: "exit <code>", "running", "deadlock", "ended", "endless"
   kHash = 'H',       // the hash over all steps

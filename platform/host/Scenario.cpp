@@ -277,6 +277,12 @@ std::optional<ScenarioError> Parser::findGap() const {
                                                               "] must say " + inQuotes(needed.key)};
     }
   }
+  using End = ExpectedEnd::Kind;
+  const bool isSudden = scenario_.end.kind == End::kFault || scenario_.end.kind == End::kTerminate;
+  if (isSudden && !scenario_.imbalances.empty()) {
+    return ScenarioError{sectionLines_.at("imbalances"),
+                         "a run that ends in a fault or a terminate has no account to compare"};
+  }
   for (const Step& step : scenario_.script) {
     if (step.moment.kind == Moment::Kind::kAt && step.moment.at >= scenario_.limit) {
       return ScenarioError{step.line, "the run is over by then: its limit comes first"};

@@ -139,6 +139,9 @@ struct Scenario {
   Nanoseconds limit = 60'000 * kNanosecondsPerMillisecond;
   bool endlessLoopExpected = false;  // the run is required to spin
   ExpectedEnd end;
+  // What the run must leave open or release too often, by its name in the list of imbalances, and
+  // how often. Anything else that the ledger has fails the run.
+  std::map<std::string, unsigned> imbalances;
   // What the run must print with seed 0 in virtual time, stamps and addresses aside. Absent if the
   // scenario does not say.
   std::optional<std::vector<std::string>> expected;

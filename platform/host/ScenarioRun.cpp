@@ -4,7 +4,10 @@
 #include <memory>
 #include <vector>
 
+#include "platform/host/Bootstrap.h"
 #include "platform/host/Call.h"
+#include "platform/host/Imbalances.h"
+#include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Report.h"
 #include "platform/host/Scenario.h"
@@ -64,8 +67,16 @@ void logEvent(const Action& action) {
   machine().raiseEvent(toWide(action.text), action.subject, action.number);
 }
 
+// A life that is cut short has given nothing back yet, so what is open does not count.
+void reportViolations() {
+  if (const Scenario* life = lifeScenario()) {
+    reportLedger(*life, Ledger::instance().violations());
+  }
+}
+
 [[noreturn]] void endProcess() {
   note("the process is ended from outside");
+  reportViolations();
   Report::instance().endNow("ended");
 }
 
@@ -226,6 +237,7 @@ void sleepUntil(Nanoseconds moment) {
   const Scheduler::Guard guard;  // nothing more happens in between
   Report& report = Report::instance();
   report.record(ReportKind::kThreads, Scheduler::instance().describeThreads());
+  reportViolations();
   report.endNow(how);
 }
 

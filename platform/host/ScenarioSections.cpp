@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/host/Imbalances.h"
 #include "platform/host/Text.h"
 
 namespace host::scenario {
@@ -376,6 +377,27 @@ Reason readScriptLine(Value line, Scenario& scenario, int lineNumber) {
   return readStep(line, step);
 }
 
+// [imbalances]
+
+Reason readImbalanceLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+  const std::size_t equals = std::min(line.find('='), line.size());
+  const Value name = trimmed(line.substr(0, equals));
+  if (equals == line.size()) {
+    return inQuotes(line) + " is not of the form \"name = how often\"";
+  }
+  const std::vector<Value> known = imbalanceNames();
+  if (std::find(known.begin(), known.end(), name) == known.end()) {
+    return inQuotes(name) + " is none of the imbalances that required behaviour brings" +
+           hintFor(name, known);
+  }
+  unsigned count = 0;
+  if (Reason reason = readCount(trimmed(line.substr(equals + 1)), count)) {
+    return reason;
+  }
+  return scenario.imbalances.emplace(name, count).second ? std::nullopt
+                                                         : Reason(inQuotes(name) + " stands twice");
+}
+
 // [expected]: the parser takes the repetitions out.
 
 Reason openExpected(Value /*argument*/, Scenario& scenario) {
@@ -398,6 +420,7 @@ constexpr std::array kSections = {
     Section{"device", "an instance id", false, kDeviceKeys, nullptr, openDevice},
     Section{"faults", "", false, {}, readFaultLine, nullptr},
     Section{"script", "", false, {}, readScriptLine, nullptr},
+    Section{"imbalances", "", false, {}, readImbalanceLine, nullptr},
     Section{kExpectedSection, "", false, {}, readExpectedLine, openExpected},
 };
 

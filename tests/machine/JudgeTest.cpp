@@ -92,19 +92,19 @@ TEST(JudgeTest, LastStatusIsFreeIfTheScenarioDoesNotNameIt) {
   EXPECT_TRUE(judge(host::Scenario(), result, Lines::kIgnored).empty());
 }
 
-TEST(JudgeTest, ListedImbalancesAreNoDifference) {
+TEST(JudgeTest, NamedImbalancesAreNoDifference) {
   RunResult result = resultEnding(End::kExit);
-  result.ledger = {"listed: a (why)", "listed: b (why)"};
+  result.ledger = {"named: a (why)", "named: b (why)"};
   EXPECT_TRUE(judge(host::Scenario(), result, Lines::kIgnored).empty());
 }
 
-TEST(JudgeTest, UnlistedImbalanceFailsTheRunAndIsShown) {
+TEST(JudgeTest, ImbalancesThatAreNotNamedOrDoNotComeFailTheRunAndAreShown) {
   RunResult result = resultEnding(End::kExit);
-  result.ledger = {"listed: a (why)", "unlisted: b"};
+  result.ledger = {"named: a (why)", "unnamed: b", "missing: c (d)"};
   const auto differences = judge(host::Scenario(), result, Lines::kIgnored);
   ASSERT_EQ(differences.size(), 1U);
-  EXPECT_EQ(differences[0].summary, "the ledger has something that is not listed");
-  EXPECT_EQ(differences[0].details, std::vector<std::string>{"unlisted: b"});
+  EXPECT_EQ(differences[0].summary, "the ledger differs from [imbalances]");
+  EXPECT_EQ(differences[0].details, (std::vector<std::string>{"unnamed: b", "missing: c (d)"}));
 }
 
 TEST(JudgeTest, LedgerLineOfAnUnknownKindFailsTheRun) {
@@ -167,7 +167,7 @@ TEST(JudgeTest, AllDifferencesAreNamed) {
   scenario.expected = std::vector<std::string>{"a"};
   RunResult result = resultPrinting({"b"});
   result.end = End::kDeadlock;
-  result.ledger = {"unlisted: b"};
+  result.ledger = {"unnamed: b"};
   EXPECT_EQ(judge(scenario, result, Lines::kCompared).size(), 4U);
 }
 

@@ -87,18 +87,64 @@ TEST_F(LifeEndsTest, LoopThatIsExpectedGoesOnToTheLimit) {
 }
 
 // The second handle that is closed is the stop event's; a close that fails leaves it open.
-const char kHandleLeftOpen[] = "[faults]\nfail CloseHandle 2 with 6\n";
+const std::string kHandleLeftOpen = "[faults]\nfail CloseHandle 2 with 6\n";
+// What every life without the event and with a stack comes to.
+const std::string kImbalances = "[imbalances]\nnull handle closed = 1\nboundary kept = 1\n";
+constexpr char kLedgerDiffers[] = "the ledger differs from [imbalances]";
 
-TEST_F(LifeEndsTest, ImbalanceThatIsNotListedFailsTheRun) {
-  const MachineRun life = run("5 min", "exit 0", kHandleLeftOpen);
+TEST_F(LifeEndsTest, ImbalanceThatNoListHasFailsTheRun) {
+  const MachineRun life = run("5 min", "exit 0", kHandleLeftOpen + kImbalances);
   EXPECT_EQ(life.result.end, runner::End::kExit);
-  EXPECT_THAT(summaries(life), ElementsAre("the ledger has something that is not listed"));
-  EXPECT_THAT(life.result.ledger, Contains("unlisted: event from CreateEventW is still open"));
+  EXPECT_THAT(summaries(life), ElementsAre(kLedgerDiffers));
+  EXPECT_THAT(life.result.ledger, Contains("unnamed: event from CreateEventW is still open"));
 }
 
 TEST_F(LifeEndsTest, WithoutTheFaultTheSameRunIsBalanced) {
-  const MachineRun life = run("5 min", "exit 0", "");
+  const MachineRun life = run("5 min", "exit 0", kImbalances);
   EXPECT_TRUE(life.differences.empty()) << life.complaint();
+}
+
+TEST_F(LifeEndsTest, ImbalanceThatTheScenarioDoesNotNameFailsTheRun) {
+  const MachineRun life = run("5 min", "exit 0", "[imbalances]\nboundary kept = 1\n");
+  EXPECT_THAT(summaries(life), ElementsAre(kLedgerDiffers));
+  EXPECT_THAT(life.result.ledger, Contains("unnamed: CloseHandle: null is no handle"));
+}
+
+TEST_F(LifeEndsTest, ImbalanceThatDoesNotComeFailsTheRun) {
+  const MachineRun life = run("5 min", "exit 0", kImbalances + "COM ended too often = 1\n");
+  EXPECT_THAT(summaries(life), ElementsAre(kLedgerDiffers));
+  EXPECT_THAT(
+      life.result.ledger,
+      Contains("missing: CoUninitialize: the thread has not begun COM (COM ended too often)"));
+}
+
+TEST_F(LifeEndsTest, ImbalanceThatComesLessOftenThanNamedFailsTheRun) {
+  const MachineRun life =
+      run("5 min", "exit 0", "[imbalances]\nnull handle closed = 2\nboundary kept = 1\n");
+  EXPECT_THAT(summaries(life), ElementsAre(kLedgerDiffers));
+  EXPECT_THAT(life.result.ledger,
+              Contains("missing: CloseHandle: null is no handle (null handle closed)"));
+}
+
+// The save of the task fails, so that COM is ended once more than it was begun, and then the
+// service waits on: method 2 stays open.
+const std::string kComEndedTooOften =
+    "[client]\ntalsInitQX1 = 8\n[faults]\nfail ITaskFolder::RegisterTaskDefinition 1 with 5\n";
+
+TEST_F(LifeEndsTest, RunThatIsGivenUpIsHeldAgainstWhatItReleasedTooOften) {
+  const MachineRun silent = run("5 min", "running", kComEndedTooOften);
+  EXPECT_THAT(summaries(silent), ElementsAre(kLedgerDiffers));
+  EXPECT_THAT(silent.result.ledger,
+              ElementsAre("unnamed: CoUninitialize: the thread has not begun COM"));
+  const MachineRun named =
+      run("5 min", "running", kComEndedTooOften + "[imbalances]\nCOM ended too often = 1\n");
+  EXPECT_TRUE(named.differences.empty()) << named.complaint();
+}
+
+TEST_F(LifeEndsTest, RunThatItsScriptEndsIsHeldAgainstWhatItReleasedTooOften) {
+  const MachineRun life =
+      run("5 min", "ended", kComEndedTooOften + "[script]\nat 4 min: end process\n");
+  EXPECT_THAT(summaries(life), ElementsAre(kLedgerDiffers));
 }
 
 TEST_F(LifeEndsTest, FaultLeavesAMarkAmongTheLinesOfTheRun) {
@@ -107,7 +153,8 @@ TEST_F(LifeEndsTest, FaultLeavesAMarkAmongTheLinesOfTheRun) {
 }
 
 TEST_F(LifeEndsTest, FileThatTheScriptCannotWriteIsSaidAndTheRunGoesOn) {
-  const MachineRun life = run("5 min", "exit 0", "[script]\nat 1 s: write C:\\Windows: text\n");
+  const MachineRun life =
+      run("5 min", "exit 0", kImbalances + "[script]\nat 1 s: write C:\\Windows: text\n");
   EXPECT_TRUE(life.differences.empty()) << life.complaint();
   EXPECT_THAT(life.textsOf(host::ReportKind::kNote),
               Contains("file not written: C:\\Windows: cannot be written"));

@@ -49,11 +49,13 @@ TEST(PrintedLinesTest, NotesConsoleLinesAndWaitsAreMarked) {
             (Lines{"-- waiting: main: Sleep", "-- waiting: service: an event"}));
 }
 
-TEST(PrintedLinesTest, OnlyUnlistedImbalancesArePrintedUnlessMoreIsWanted) {
-  EXPECT_EQ(linesOf(ReportKind::kLedger, "listed: x (why)"), Lines{});
-  EXPECT_EQ(linesOf(ReportKind::kLedger, "listed: x (why)", true),
-            Lines{"-- ledger: listed: x (why)"});
-  EXPECT_EQ(linesOf(ReportKind::kLedger, "unlisted: y"), Lines{"-- ledger: unlisted: y"});
+TEST(PrintedLinesTest, NamedImbalancesArePrintedOnlyIfMoreIsWanted) {
+  EXPECT_EQ(linesOf(ReportKind::kLedger, "named: x (why)"), Lines{});
+  EXPECT_EQ(linesOf(ReportKind::kLedger, "named: x (why)", true),
+            Lines{"-- ledger: named: x (why)"});
+  EXPECT_EQ(linesOf(ReportKind::kLedger, "unnamed: y"), Lines{"-- ledger: unnamed: y"});
+  EXPECT_EQ(linesOf(ReportKind::kLedger, "missing: z (name)"),
+            Lines{"-- ledger: missing: z (name)"});
 }
 
 TEST(PrintedLinesTest, HashAndMemoryArePrintedOnlyIfMoreIsWanted) {
@@ -97,7 +99,7 @@ TEST(PrintedLinesTest, ComparableLinesAreLogNotesStatusesAndConsole) {
                              {ReportKind::kNote, 0, "b"},
                              {ReportKind::kStatus, 0, "4 0 0 1 5000"},
                              {ReportKind::kConsole, 0, "c"},
-                             {ReportKind::kLedger, 0, "unlisted: d"},
+                             {ReportKind::kLedger, 0, "unnamed: d"},
                              {ReportKind::kThreads, 0, "e"},
                              {ReportKind::kHash, 0, "f"},
                              {ReportKind::kMemory, 0, "1"},

@@ -35,14 +35,14 @@ TEST(RunResultTest, LastStatusAndLastTimeAreKept) {
   addRecord(result, {host::ReportKind::kStatus, 20, "1 0 1060 1 5000"});
   addRecord(result, {host::ReportKind::kMemory, 30, "4321"});
   addRecord(result, {host::ReportKind::kHash, 30, "0xabc"});
-  addRecord(result, {host::ReportKind::kLedger, 30, "listed: a (b)"});
+  addRecord(result, {host::ReportKind::kLedger, 30, "named: a (b)"});
   ASSERT_TRUE(result.lastStatus);
   EXPECT_EQ(result.lastStatus->state, 1U);
   EXPECT_EQ(result.lastStatus->exitCode, 1060U);
   EXPECT_EQ(result.machineTime, 30);
   EXPECT_EQ(result.memoryKiB, 4321);
   EXPECT_EQ(result.hash, "0xabc");
-  EXPECT_EQ(result.ledger, std::vector<std::string>{"listed: a (b)"});
+  EXPECT_EQ(result.ledger, std::vector<std::string>{"named: a (b)"});
   EXPECT_EQ(result.records.size(), 5U);
 }
 

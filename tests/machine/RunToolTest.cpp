@@ -141,7 +141,7 @@ TEST_F(RunToolTest, VerboseRunPrintsTheHashOfAllSteps) {
   EXPECT_EQ(run.status, 0);
   EXPECT_NE(run.out.find("\n-- hash of all steps: 0x"), std::string::npos) << run.out;
   EXPECT_NE(run.out.find("\n-- peak memory in KiB: "), std::string::npos) << run.out;
-  EXPECT_NE(run.out.find("\n-- ledger: listed: "), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("\n-- ledger: named: "), std::string::npos) << run.out;
 }
 
 TEST_F(RunToolTest, RunThatEndsOtherwiseHasExitStatusOne) {

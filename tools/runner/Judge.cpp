@@ -4,13 +4,13 @@
 #include <cstddef>
 #include <string_view>
 
+#include "platform/host/Imbalances.h"
 #include "tools/runner/PrintedLines.h"
 
 namespace runner {
 namespace {
 
 constexpr std::size_t kLinesOfContext = 3;
-constexpr std::string_view kListed = "listed: ";
 
 bool isExpectedEnd(const host::ExpectedEnd& expected, const RunResult& result) {
   using Kind = host::ExpectedEnd::Kind;
@@ -50,12 +50,12 @@ std::string expectedStatusText(const host::ExpectedEnd& expected) {
 Difference ledgerDifference(const RunResult& result) {
   Difference difference;
   for (const std::string& entry : result.ledger) {
-    if (!entry.starts_with(kListed)) {
+    if (!entry.starts_with(host::kNamedImbalance)) {
       difference.details.push_back(entry);
     }
   }
   if (!difference.details.empty()) {
-    difference.summary = "the ledger has something that is not listed";
+    difference.summary = "the ledger differs from [imbalances]";
   }
   return difference;
 }

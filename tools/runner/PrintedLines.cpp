@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 
+#include "platform/host/Imbalances.h"
 #include "platform/host/ServiceManager.h"
 #include "tools/runner/RunResult.h"
 
@@ -10,7 +11,6 @@ namespace runner {
 namespace {
 
 constexpr std::string_view kMark = "-- ";
-constexpr std::string_view kUnlisted = "unlisted: ";
 // '0' stands for a decimal digit, 'x' for a hexadecimal one, anything else for itself.
 constexpr std::string_view kStamp =
     "0000-00-00 00:00:00:000 xxxxxxxxxxxxxxxx TPMEnrollmentService: ";
@@ -87,7 +87,7 @@ std::vector<std::string> printedLines(const Record& record, bool verbose) {
     case host::ReportKind::kConsole:
       return marked("console: ", record.text);
     case host::ReportKind::kLedger:
-      if (verbose || record.text.starts_with(kUnlisted)) {
+      if (verbose || !record.text.starts_with(host::kNamedImbalance)) {
         return marked("ledger: ", record.text);
       }
       return {};

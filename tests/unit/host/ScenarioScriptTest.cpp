@@ -202,6 +202,37 @@ TEST(ScenarioScriptTest, MalformedRepetitionsAreReported) {
   });
 }
 
+// [imbalances]
+
+TEST(ScenarioScriptTest, ImbalancesAreNamedWithHowOftenTheyCome) {
+  const Scenario scenario = with("[imbalances]\nchild kept = 2\n# a comment\nboundary kept=1\n");
+  EXPECT_EQ(scenario.imbalances,
+            (std::map<std::string, unsigned>{{"boundary kept", 1}, {"child kept", 2}}));
+  EXPECT_TRUE(with("").imbalances.empty());
+}
+
+TEST(ScenarioScriptTest, MalformedImbalancesAreReported) {
+  expectErrors({
+      {"[imbalances]\nchild keept = 1\n",
+       "5: \"child keept\" is none of the imbalances that required behaviour brings (did you mean "
+       "\"child kept\"?)"},
+      {"[imbalances]\nevent from CreateEventW is still open = 1\n",
+       "5: \"event from CreateEventW is still open\" is none of the imbalances that required "
+       "behaviour brings"},
+      {"[imbalances]\nchild kept\n", "5: \"child kept\" is not of the form \"name = how often\""},
+      {"[imbalances]\nchild kept = 0\n", "5: counting begins with 1"},
+      {"[imbalances]\nchild kept = x\n", "5: \"x\" is no number"},
+      {"[imbalances]\nchild kept = 1\nchild kept = 1\n", "6: \"child kept\" stands twice"},
+  });
+}
+
+TEST(ScenarioScriptTest, ARunThatEndsSuddenlyNamesNoImbalances) {
+  for (const std::string end : {"fault", "terminate"}) {
+    EXPECT_EQ(errorIn("[scenario]\nabout = A\nend = " + end + "\n[imbalances]\nchild kept = 1\n"),
+              "4: a run that ends in a fault or a terminate has no account to compare");
+  }
+}
+
 // The frame.
 
 TEST(ScenarioScriptTest, MalformedFramesAreReported) {

@@ -24,6 +24,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/TraceTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CallNamesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CallTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ImbalancesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LedgerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SchedulerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioDriveTest.cpp
