@@ -129,7 +129,8 @@ TEST_F(LifeEndsTest, ImbalanceThatComesLessOftenThanNamedFailsTheRun) {
 // The save of the task fails, so that COM is ended once more than it was begun, and then the
 // service waits on: method 2 stays open.
 const std::string kComEndedTooOften =
-    "[client]\ntalsInitQX1 = 8\n[faults]\nfail ITaskFolder::RegisterTaskDefinition 1 with 5\n";
+    "[client]\ntalsInitQX1 = 8\n[faults]\nfail ITaskFolder::RegisterTaskDefinition 1 with "
+    "0x80070005\n";
 
 TEST_F(LifeEndsTest, RunThatIsGivenUpIsHeldAgainstWhatItReleasedTooOften) {
   const MachineRun silent = run("5 min", "running", kComEndedTooOften);
