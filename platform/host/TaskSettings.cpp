@@ -177,11 +177,12 @@ HRESULT TaskSettingsObject::get_IdleSettings(IIdleSettings** settings) {
   return givePart("ITaskSettings::get_IdleSettings", idle_, settings, node());
 }
 HRESULT TaskSettingsObject::put_IdleSettings(IIdleSettings* settings) {
-  MethodCall call(*this, "ITaskSettings::put_IdleSettings");
+  auto* const object = dynamic_cast<IdleSettingsObject*>(settings);
+  const bool isOwn = object != nullptr && object == idle_.get();
+  MethodCall call(*this, "ITaskSettings::put_IdleSettings", isOwn ? "its own" : "others");
   if (call.isRefused()) {
     return call.refuses();
   }
-  auto* const object = dynamic_cast<IdleSettingsObject*>(settings);
   if (object == nullptr) {
     return call.answers(E_INVALIDARG);
   }
