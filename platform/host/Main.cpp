@@ -15,9 +15,6 @@ int wmain(int argc, wchar_t** argv);
 
 namespace {
 
-constexpr wchar_t kProgramPath[] =
-    L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\TPMEnrollmentService.exe";
-
 std::string narrowed(const std::wstring& line) {
   return host::toUtf8(line);
 }
@@ -73,7 +70,7 @@ int runProduct(std::vector<std::wstring> arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::wstring> arguments{kProgramPath};
+  std::vector<std::wstring> arguments{host::machine().programPath};
   for (int i = 1; i < argc; ++i) {
     arguments.push_back(host::toWide(argv[i]));
   }

@@ -99,6 +99,7 @@ struct ExpectedEnd {
 struct Scenario {
   std::string name;   // the file's name without folder and ending
   std::string about;  // a sentence
+  std::string after;  // the scenario whose life's drive this one begins with; empty for none
 
   // The machine.
   DWORD majorVersion = 10;
@@ -113,6 +114,7 @@ struct Scenario {
   std::vector<std::wstring> unknownPrivileges;
   bool administrator = true;
   bool debugListener = true;
+  std::optional<std::wstring> serviceProgram;  // its file; in the usual place if absent
   std::vector<std::wstring> publishedEvents;
   std::vector<std::wstring> takenNamespaces;
   std::map<std::wstring, std::wstring> environment;
@@ -142,6 +144,11 @@ struct Scenario {
   // What the run must leave open or release too often, by its name in the list of imbalances, and
   // how often. Anything else that the ledger has fails the run.
   std::map<std::string, unsigned> imbalances;
+  // The drive after the life: files that it left as it found them, files that are not there, and
+  // the text that is in others.
+  std::vector<std::wstring> unchangedFiles;
+  std::vector<std::wstring> absentFiles;
+  std::vector<ScenarioFile> leftFiles;
   // What the run must print with seed 0 in virtual time, stamps and addresses aside. Absent if the
   // scenario does not say.
   std::optional<std::vector<std::string>> expected;

@@ -196,6 +196,9 @@ void setUpSystem(const Scenario& scenario) {
   system.services.startedByManager = scenario.startedByManager;
   system.network = scenario.network;
   system.onBatteries = scenario.onBatteries;
+  if (scenario.serviceProgram) {
+    system.programPath = *scenario.serviceProgram;
+  }
   system.schedulerRefuses = scenario.schedulerRefuses;
   system.moduleFileNameClearsLastError = scenario.moduleFileNameClearsLastError;
   system.taskProgramRuns = scenario.taskProgramRuns.value_or(system.taskProgramRuns);

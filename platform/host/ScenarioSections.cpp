@@ -87,12 +87,31 @@ Reason readEndlessLoop(Value value, Value /*name*/, Scenario& scenario) {
   return std::nullopt;
 }
 
+Reason readAfter(Value value, Value /*name*/, Scenario& scenario) {
+  if (value.empty() || value.find_first_of("\\/") != Value::npos) {
+    return inQuotes(value) + " is not the bare name of a scenario";
+  }
+  scenario.after = value;
+  return std::nullopt;
+}
+
+Reason readUnchanged(Value value, Value /*name*/, Scenario& scenario) {
+  return readFilePath(value, scenario.unchangedFiles.emplace_back());
+}
+
+Reason readNotThere(Value value, Value /*name*/, Scenario& scenario) {
+  return readFilePath(value, scenario.absentFiles.emplace_back());
+}
+
 constexpr std::array kScenarioKeys = {
     Key{"about", false, false, readAbout},
     Key{"limit", false, false, readLimit},
     Key{"end", false, false, readEnd},
     Key{"status", false, false, readStatus},
     Key{"endless loop", false, false, readEndlessLoop},
+    Key{"after", false, false, readAfter},
+    Key{"unchanged", true, false, readUnchanged},
+    Key{"not there", true, false, readNotThere},
 };
 
 // [machine]
@@ -174,6 +193,10 @@ Reason readListener(Value value, Value /*name*/, Scenario& scenario) {
   return readYesNo(value, scenario.debugListener);
 }
 
+Reason readServiceProgram(Value value, Value /*name*/, Scenario& scenario) {
+  return readFilePath(value, scenario.serviceProgram.emplace());
+}
+
 Reason readEvent(Value value, Value /*name*/, Scenario& scenario) {
   return readName(value, scenario.publishedEvents.emplace_back());
 }
@@ -228,6 +251,7 @@ constexpr std::array kMachineKeys = {
     Key{"unknown privilege", true, false, readUnknownPrivilege},
     Key{"administrator", false, false, readAdministrator},
     Key{"listener", false, false, readListener},
+    Key{"service program", false, false, readServiceProgram},
     Key{"event", true, false, readEvent},
     Key{"namespace taken", true, false, readNamespace},
     Key{"environment", false, true, readEnvironment},
@@ -347,7 +371,7 @@ Reason readRegistryLine(Value line, Scenario& scenario, int /*lineNumber*/) {
   return std::nullopt;
 }
 
-// [file <path>] and [client]
+// [file <path>], [left <path>] and [client]
 
 Reason openFile(Value argument, Scenario& scenario) {
   scenario.files.emplace_back();
@@ -356,6 +380,16 @@ Reason openFile(Value argument, Scenario& scenario) {
 
 Reason readFileLine(Value line, Scenario& scenario, int /*lineNumber*/) {
   scenario.files.back().bytes.append(line).append("\n");
+  return std::nullopt;
+}
+
+Reason openLeft(Value argument, Scenario& scenario) {
+  scenario.leftFiles.emplace_back();
+  return readFilePath(argument, scenario.leftFiles.back().path);
+}
+
+Reason readLeftLine(Value line, Scenario& scenario, int /*lineNumber*/) {
+  scenario.leftFiles.back().bytes.append(line).append("\n");
   return std::nullopt;
 }
 
@@ -416,6 +450,7 @@ constexpr std::array kSections = {
     Section{"stack", "", false, kStackKeys, nullptr, nullptr},
     Section{"client", "", true, {}, readClientLine, nullptr},
     Section{"file", "a path", true, {}, readFileLine, openFile},
+    Section{"left", "a path", true, {}, readLeftLine, openLeft},
     Section{"registry", "a key", false, {}, readRegistryLine, openRegistry},
     Section{"device", "an instance id", false, kDeviceKeys, nullptr, openDevice},
     Section{"faults", "", false, {}, readFaultLine, nullptr},

@@ -51,6 +51,9 @@ std::string taskDocumentText(const TaskNode& task);
 // The bytes of the stored file: UTF-16, low byte first, with a byte order mark.
 std::string storedTaskDocument(const TaskNode& task);
 
+// The text in a file's bytes, in UTF-8: UTF-16 with a byte order mark, or UTF-8.
+std::string decodedText(std::string_view bytes);
+
 // The document in a stored file: UTF-16 with a byte order mark, or UTF-8 whatever its first line
 // says. Nothing if it is not well-formed or no task. Loads the XML library.
 std::shared_ptr<TaskNode> readTaskDocument(std::string_view bytes);

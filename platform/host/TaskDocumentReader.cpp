@@ -34,13 +34,6 @@ std::string fromUtf16(std::string_view bytes) {
   return toUtf8(wide);
 }
 
-std::string decoded(std::string_view bytes) {
-  if (bytes.starts_with(kUtf16Mark)) {
-    return fromUtf16(bytes.substr(kUtf16Mark.size()));
-  }
-  return std::string(bytes.starts_with(kUtf8Mark) ? bytes.substr(kUtf8Mark.size()) : bytes);
-}
-
 std::string qualified(const xmlNs* space, const xmlChar* name) {
   const bool hasPrefix = space != nullptr && space->prefix != nullptr;
   return (hasPrefix ? nameOf(space->prefix) + ":" : "") + nameOf(name);
@@ -84,9 +77,16 @@ std::shared_ptr<TaskNode> copyOf(const xmlNode& element) {
 
 }  // namespace
 
+std::string decodedText(std::string_view bytes) {
+  if (bytes.starts_with(kUtf16Mark)) {
+    return fromUtf16(bytes.substr(kUtf16Mark.size()));
+  }
+  return std::string(bytes.starts_with(kUtf8Mark) ? bytes.substr(kUtf8Mark.size()) : bytes);
+}
+
 std::shared_ptr<TaskNode> readTaskDocument(std::string_view bytes) {
   const XmlLibrary& library = XmlLibrary::instance();
-  const auto document = library.parse(decoded(bytes));
+  const auto document = library.parse(decodedText(bytes));
   const xmlNode* const root = document == nullptr ? nullptr : library.root(document);
   if (root == nullptr || nameOf(root->name) != "Task" || root->ns == nullptr ||
       nameOf(root->ns->href) != kTaskNamespace || root->ns->prefix != nullptr) {

@@ -113,6 +113,14 @@ TEST(JudgeTest, LedgerLineOfAnUnknownKindFailsTheRun) {
   EXPECT_FALSE(judge(host::Scenario(), result, Lines::kIgnored).empty());
 }
 
+TEST(JudgeTest, WhatTheDriveLacksFailsTheRun) {
+  RunResult result = resultEnding(End::kExit);
+  result.drive = {{"a file is not there", {"more"}}};
+  const auto differences = judge(host::Scenario(), result, Lines::kIgnored);
+  EXPECT_EQ(onlySummary(differences), "a file is not there");
+  EXPECT_EQ(differences.at(0).details, std::vector<std::string>{"more"});
+}
+
 TEST(JudgeTest, SameLinesAreNoDifference) {
   EXPECT_TRUE(judgeLines({"[INF] a", "[DBG] [0x] b"}, {"[INF] a", "[DBG] [0x12ab] b"}).empty());
 }

@@ -1,4 +1,6 @@
 list(APPEND seam_test_sources
+  ${CMAKE_CURRENT_LIST_DIR}/LogTexts.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/LogTextsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SeamRules.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SeamRulesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SeamTest.cpp

@@ -108,6 +108,7 @@ std::vector<Difference> judge(const host::Scenario& scenario, const RunResult& r
   if (Difference ledger = ledgerDifference(result); !ledger.summary.empty()) {
     differences.push_back(std::move(ledger));
   }
+  differences.insert(differences.end(), result.drive.begin(), result.drive.end());
   if (lines == Lines::kCompared && scenario.expected) {
     Difference printed = linesDifference(*scenario.expected, comparableLines(result.records));
     if (!printed.summary.empty()) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/host/Scenario.h"
+#include "tools/runner/Difference.h"
 #include "tools/runner/RecordReader.h"
 
 namespace runner {
@@ -51,6 +52,8 @@ struct RunResult {
   host::Nanoseconds machineTime = 0;
   // The texts of the kLedger records.
   std::vector<std::string> ledger;
+  // In which the drive is not what the scenario says of it at the end.
+  std::vector<Difference> drive;
   // Peak resident memory; 0 if the life did not come to tell it.
   long memoryKiB = 0;
   // Over all steps; empty if the life did not come to tell it.

@@ -17,7 +17,6 @@
 namespace runner {
 namespace {
 
-constexpr char kEnding[] = ".scenario";
 constexpr std::size_t kMostNearNames = 5;
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{16} << 20U;
 
@@ -89,7 +88,7 @@ std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::pa
 ScenarioCatalog::ScenarioCatalog(const std::filesystem::path& folder) : folder_(folder) {
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-    if (entry.path().extension() == kEnding) {
+    if (entry.path().extension() == kScenarioEnding) {
       names_.push_back(entry.path().stem().string());
     }
   }
@@ -102,7 +101,7 @@ std::optional<std::filesystem::path> ScenarioCatalog::find(const std::string& na
   if (std::ranges::find(names_, name) == names_.end()) {
     return std::nullopt;
   }
-  return folder_ / (name + kEnding);
+  return folder_ / (name + kScenarioEnding);
 }
 
 std::vector<std::string> ScenarioCatalog::near(const std::string& name) const {

@@ -40,6 +40,9 @@ class ScenarioCatalog {
   std::vector<std::string> names_;
 };
 
+// How the names of scenarios' files end.
+inline constexpr char kScenarioEnding[] = ".scenario";
+
 // The scenario that is run when none is named.
 inline constexpr char kDefaultScenario[] = "first-boot";
 

@@ -41,8 +41,10 @@ std::chrono::milliseconds wallClockBound(const host::Scenario& scenario, bool re
 LifeOptions lifeOf(const LoadedScenario& loaded, const std::filesystem::path& drive,
                    const RunOptions& options);
 
-// Puts the scenario's files on the drive, which must be empty, and lets its life happen. Gives the
-// result, or why nothing could be started. Blocks the calling thread.
+// Puts the scenario's files on the drive, which must be empty, lets its life happen and looks at
+// what it left on the drive. The life of a scenario that it comes after happens first, and its
+// records are not told. Gives the result, or why nothing (more) could be started. Blocks the
+// calling thread.
 std::variant<RunResult, std::string> runScenario(const LoadedScenario& loaded,
                                                  const std::filesystem::path& drive,
                                                  const RunOptions& options);

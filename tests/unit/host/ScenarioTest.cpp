@@ -89,8 +89,32 @@ TEST(ScenarioTest, AnEndlessLoopCanBeExpected) {
   EXPECT_TRUE(with("endless loop = expected\n").endlessLoopExpected);
 }
 
+TEST(ScenarioTest, ALifeCanComeAfterAnother) {
+  EXPECT_EQ(with("").after, "");
+  EXPECT_EQ(with("after = first-boot\n").after, "first-boot");
+}
+
+TEST(ScenarioTest, TheDriveAtTheEndCanBeDescribed) {
+  const Scenario scenario = with(
+      "unchanged = C:\\a\nunchanged = C:\\b c\nnot there = C:\\d\n"
+      "[left C:\\e f]\none\n\n\\[two]\n\n[left C:\\g]\n");
+  EXPECT_EQ(scenario.unchangedFiles, (std::vector<std::wstring>{L"C:\\a", L"C:\\b c"}));
+  EXPECT_EQ(scenario.absentFiles, std::vector<std::wstring>{L"C:\\d"});
+  ASSERT_EQ(scenario.leftFiles.size(), 2U);
+  EXPECT_EQ(scenario.leftFiles[0].path, L"C:\\e f");
+  EXPECT_EQ(scenario.leftFiles[0].bytes, "one\n\n[two]\n");
+  EXPECT_EQ(scenario.leftFiles[1].path, L"C:\\g");
+  EXPECT_EQ(scenario.leftFiles[1].bytes, "");
+}
+
 TEST(ScenarioTest, MalformedValuesOfScenarioKeysAreReported) {
   expectErrors({
+      {"after =\n", "4: \"\" is not the bare name of a scenario"},
+      {"after = a/b\n", "4: \"a/b\" is not the bare name of a scenario"},
+      {"after = a\nafter = b\n", "5: \"after\" stands twice"},
+      {"unchanged = x\n", "4: \"x\" is no absolute path (as in \"C:\\x\")"},
+      {"not there = C:\\x\\\n", "4: \"C:\\x\\\" names no file"},
+      {"[left]\n", "4: in the brackets of \"left\" there must be a path too"},
       {"limit = 3\n", "4: \"3\" is no time (as in \"300 ms\" or \"1 min 30 s\")"},
       {"limit = x s\n", "4: \"x s\" is no time (as in \"300 ms\" or \"1 min 30 s\")"},
       {"limit =\n", "4: \"\" is no time (as in \"300 ms\" or \"1 min 30 s\")"},

@@ -32,6 +32,8 @@ TEST_F(TaskScenarioTest, WithoutAWordTheSchedulerIsReady) {
   EXPECT_FALSE(machine().onBatteries);
   EXPECT_FALSE(machine().schedulerRefuses);
   EXPECT_TRUE(machine().moduleFileNameClearsLastError);
+  EXPECT_EQ(machine().programPath,
+            L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\TPMEnrollmentService.exe");
   EXPECT_EQ(machine().taskProgramRuns, 1'000 * kNanosecondsPerMillisecond);
 }
 
@@ -44,6 +46,13 @@ TEST_F(TaskScenarioTest, TheMachineIsWhatTheScenarioSays) {
   EXPECT_TRUE(machine().schedulerRefuses);
   EXPECT_FALSE(machine().moduleFileNameClearsLastError);
   EXPECT_EQ(machine().taskProgramRuns, 2'000 * kNanosecondsPerMillisecond);
+}
+
+TEST_F(TaskScenarioTest, TheServicesProgramCanLieElsewhere) {
+  EXPECT_EQ(setUp("[machine]\nservice program = D:\\x y\\Service.exe\n"), "");
+  EXPECT_EQ(machine().programPath, L"D:\\x y\\Service.exe");
+  EXPECT_EQ(setUp("[machine]\nservice program = Service.exe\n"),
+            "5: \"Service.exe\" is no absolute path (as in \"C:\\x\")");
 }
 
 TEST_F(TaskScenarioTest, ASchedulerIsReadyOrRefused) {
