@@ -1,5 +1,7 @@
 #include "VUSL/Support/ResourceLoader.h"
 
+#include <string_view>
+
 #include "VUSL/Support/AssertException.h"
 #include "VUSL/Support/ResourceMissingException.h"
 #include "VUSL/Support/Settings.h"
@@ -102,7 +104,9 @@ vusl::string_t ResourceLoader::libraryFileName(const vusl::string_t& baseName, i
         << "Could not find language mapping for languageID=" << language;
   }
   const vusl::string_t start = baseName.empty() ? baseName : baseName + L"_";
-  return start + name->second + vusl::Widen(settings::kLibrarySuffix);
+  // Widened without the platform: the lists last for the process, and so would a failure.
+  constexpr std::string_view kSuffix = settings::kLibrarySuffix;
+  return start + name->second + vusl::string_t(kSuffix.begin(), kSuffix.end());
 }
 
 void ResourceLoader::initialiseLibraries() {

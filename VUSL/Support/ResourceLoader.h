@@ -50,8 +50,10 @@ class ResourceLoader {
   ResourceLoader& operator=(const ResourceLoader&) = delete;
   virtual ~ResourceLoader() = default;
 
-  // Fills `buffer`, `size` characters long, with the string `id` in `language`, else in English.
-  // Throws `ResourceMissingException` if there is none or the tables are empty.
+  // Fills `buffer`, `size` characters long, with the string `id` in `language`, else in English. A
+  // longer string is cut. `size` must be 1 at least: with 0 the platform puts the address of its
+  // own copy in place of characters. Throws `ResourceMissingException` if there is none or the
+  // tables are empty.
   virtual void loadString(uint32_t id, wchar_t* buffer, int32_t language, int size);
 
   // The same in the current language.

@@ -1,7 +1,8 @@
 #include "VUSL/Support/SysException.h"
 
+#include <algorithm>
 #include <array>
-#include <memory>
+#include <cstring>
 #include <vector>
 
 #include "VUSL/Support/LogItem.h"
@@ -13,8 +14,19 @@ namespace {
 constexpr DWORD kNeutralDefaultLanguage = 1024;
 constexpr uint32_t kUnknownErrorResource = 101;
 
-struct LocalFreeDeleter {
-  void operator()(wchar_t* buffer) const { LocalFree(buffer); }
+// Room for the resource in 31 characters, "0x", and the digits with their terminator.
+constexpr size_t kUnknownErrorSize = 42;
+constexpr size_t kDigitsSize = 9;
+
+// Gives the system's buffer back in any case, also if there is none.
+class SystemBuffer {
+ public:
+  SystemBuffer() = default;
+  ~SystemBuffer() { LocalFree(text); }
+  SystemBuffer(const SystemBuffer&) = delete;
+  SystemBuffer& operator=(const SystemBuffer&) = delete;
+
+  wchar_t* text = nullptr;
 };
 
 void requireSuccess(errno_t error) {
@@ -37,12 +49,13 @@ std::string unknownErrorText(ResourceLoader& loader, DWORD error) {
   std::array<wchar_t, ResourceLoader::kDefaultSize> resource{};
   loader.loadString(kUnknownErrorResource, resource.data(), ResourceLoader::kDefaultSize);
 
-  std::array<char, 42> text{};
+  std::array<char, kUnknownErrorSize> text{};
   strcpy_s(text.data(), text.size(), vusl::Narrow(resource.data()).c_str());
   strcat_s(text.data(), text.size(), "0x");
-  std::array<char, 9> digits{};
-  _itoa_s(static_cast<int>(error), digits.data(), digits.size(), 16);
-  strcat_s(text.data(), text.size(), digits.data());
+  // The digits go right behind, into what is left of the same buffer.
+  const size_t length = std::strlen(text.data());
+  _itoa_s(static_cast<int>(error), text.data() + length,
+          std::min(kDigitsSize, text.size() - length), 16);
   return text.data();
 }
 
@@ -58,14 +71,14 @@ const std::string& SysException::errorText() {
   ResourceLoader::libraryBaseName = vusl::string_t();
   if (ResourceLoader::resourceLibraries.empty()) ResourceLoader::initialiseLibraries();
 
-  wchar_t* buffer = nullptr;
+  SystemBuffer buffer;
   const DWORD length = FormatMessageW(
       FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM,
-      nullptr, lastError, kNeutralDefaultLanguage, reinterpret_cast<LPWSTR>(&buffer), 0, nullptr);
-  const std::unique_ptr<wchar_t, LocalFreeDeleter> owned(buffer);
+      nullptr, lastError, kNeutralDefaultLanguage, reinterpret_cast<LPWSTR>(&buffer.text), 0,
+      nullptr);
 
   errorTextCache =
-      message + (length != 0 ? narrowSystemText(buffer) : unknownErrorText(loader, lastError));
+      message + (length != 0 ? narrowSystemText(buffer.text) : unknownErrorText(loader, lastError));
   return errorTextCache;
 }
 

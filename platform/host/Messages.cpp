@@ -1,66 +1,36 @@
-// The system's message table, as its English edition has it.
+// The system's messages.
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include "platform/host/Call.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Memory.h"
+#include "platform/host/MessageTable.h"
 
 namespace {
 
-struct Message {
-  DWORD id;
-  const wchar_t* text;
-};
-
-constexpr Message kMessages[] = {
-    {0, L"The operation completed successfully."},
-    {2, L"The system cannot find the file specified."},
-    {3, L"The system cannot find the path specified."},
-    {5, L"Access is denied."},
-    {6, L"The handle is invalid."},
-    {18, L"There are no more files."},
-    {32, L"The process cannot access the file because it is being used by another process."},
-    {80, L"The file exists."},
-    {87, L"The parameter is incorrect."},
-    {112, L"There is not enough space on the disk."},
-    {122, L"The data area passed to a system call is too small."},
-    {123, L"The filename, directory name, or volume label syntax is incorrect."},
-    {126, L"The specified module could not be found."},
-    {127, L"The specified procedure could not be found."},
-    {131, L"An attempt was made to move the file pointer before the beginning of the file."},
-    {183, L"Cannot create a file when that file already exists."},
-    {193, L"%1 is not a valid Win32 application."},
-    {234, L"More data is available."},
-    {258, L"The wait operation timed out."},
-    {288, L"Attempt to release mutex not owned by caller."},
-    {1056, L"An instance of the service is already running."},
-    {1060, L"The specified service does not exist as an installed service."},
-    {1061, L"The service cannot accept control messages at this time."},
-    {1062, L"The service has not been started."},
-    {1063, L"The service process could not connect to the service controller."},
-    {1113, L"No mapping for the Unicode character exists in the target multi-byte code page."},
-    {1150, L"The specified program requires a newer version of Windows."},
-    {1300, L"Not all privileges or groups referenced are assigned to the caller."},
-    {1313, L"A specified privilege does not exist."},
-    {1314, L"A required privilege is not held by the client."},
-    {1337, L"The security ID structure is invalid."},
-    {1814, L"The specified resource name cannot be found in the image file."},
-};
 constexpr wchar_t kMessageEnd[] = L"\r\n";
 
 constexpr DWORD kErrorLanguageNotFound = 1815;
+
+// The flags of which the model knows what they mean. Messages from elsewhere and arguments for
+// inserts are refused.
+constexpr DWORD kMaxWidthMask = 0xFF;
+constexpr DWORD kKnownFlags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS |
+                              FORMAT_MESSAGE_FROM_SYSTEM | kMaxWidthMask;
+
 constexpr DWORD kNeutralLanguage = 0;
 constexpr DWORD kUserDefaultLanguage = 0x400;
 constexpr DWORD kSystemDefaultLanguage = 0x800;
-constexpr DWORD kEnglish = 0x409;
+constexpr LANGID kEnglish = 0x409;
 
 // A result that only wraps an error has that error's message.
 constexpr DWORD kWrappedErrors = 0x80070000;
 
 // The text with its line end; empty for a code that the system does not know.
-std::wstring messageFor(DWORD id) {
+std::wstring messageFor(DWORD id, LANGID language) {
   const auto& own = host::machine().errorTexts;
   if (const auto told = own.find(id); told != own.end()) {
     return told->second;
@@ -68,14 +38,41 @@ std::wstring messageFor(DWORD id) {
   if ((id & 0xFFFF0000U) == kWrappedErrors) {
     id &= 0xFFFFU;
   }
-  const auto* found = std::find_if(std::begin(kMessages), std::end(kMessages),
-                                   [&](const Message& message) { return message.id == id; });
-  return found == std::end(kMessages) ? std::wstring() : found->text + std::wstring(kMessageEnd);
+  const wchar_t* const text = host::systemMessage(id, language);
+  return text == nullptr ? std::wstring() : text + std::wstring(kMessageEnd);
 }
 
-bool isInstalled(DWORD language) {
-  return language == kNeutralLanguage || language == kUserDefaultLanguage ||
-         language == kSystemDefaultLanguage || language == kEnglish;
+// The language of the texts that an argument asks for; nothing if it is not installed. The system
+// itself is an English one, and its user's display language is installed beside.
+std::optional<LANGID> languageFor(DWORD asked) {
+  const LANGID user = host::displayLanguage(host::machine().userLanguage);
+  if (asked == kNeutralLanguage || asked == kUserDefaultLanguage) {
+    return user;
+  }
+  if (asked == kSystemDefaultLanguage || asked == kEnglish) {
+    return kEnglish;
+  }
+  return asked == user ? std::optional(user) : std::nullopt;
+}
+
+// Each line end becomes a blank.
+std::wstring onOneLine(const std::wstring& text) {
+  std::wstring line;
+  for (const wchar_t character : text) {
+    if (character == L'\n') {
+      line += L' ';
+    } else if (character != L'\r') {
+      line += character;
+    }
+  }
+  return line;
+}
+
+// Whether the text has a place for an argument, such as "%1".
+bool hasInsert(const std::wstring& text) {
+  const std::size_t percent = text.find(L'%');
+  return percent != std::wstring::npos && percent + 1 < text.size() && text[percent + 1] >= L'1' &&
+         text[percent + 1] <= L'9';
 }
 
 }  // namespace
@@ -92,15 +89,23 @@ DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD id, DWORD language, LPWS
   if (call.faulted()) {
     return call.returns(DWORD{0});
   }
-  if (buffer == nullptr || (flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0) {
+  if (buffer == nullptr || (flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0 ||
+      (flags & ~kKnownFlags) != 0) {
     return call.fails(ERROR_INVALID_PARAMETER, DWORD{0});
   }
-  if (!isInstalled(language)) {
+  const auto installed = languageFor(language);
+  if (!installed) {
     return call.fails(kErrorLanguageNotFound, DWORD{0});
   }
-  const std::wstring text = messageFor(id);
+  std::wstring text = messageFor(id, *installed);
   if (text.empty()) {
     return call.fails(ERROR_MR_MID_NOT_FOUND, DWORD{0});
+  }
+  if ((flags & FORMAT_MESSAGE_IGNORE_INSERTS) == 0 && hasInsert(text)) {
+    return call.fails(ERROR_INVALID_PARAMETER, DWORD{0});
+  }
+  if ((flags & kMaxWidthMask) == kMaxWidthMask) {
+    text = onOneLine(text);
   }
   if (allocates) {
     const std::size_t characters = std::max<std::size_t>(text.size() + 1, size);

@@ -4,14 +4,19 @@
 #include <link.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
+#include <iterator>
+#include <map>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "platform/host/Call.h"
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
+#include "platform/host/ResourceFile.h"
 
 namespace host {
 namespace {
@@ -25,6 +30,7 @@ struct Module {
   fs::path nativePath;
   void* native;  // null for a data file, whose code is never run
   unsigned references;
+  std::optional<ResourceFile> resources;  // of a data file
 };
 
 // The program's own place; libraries lie above it, 64 KiB apart. The room between two values
@@ -38,6 +44,12 @@ constexpr wchar_t kWindowsFolder[] = L"C:\\Windows";
 
 std::vector<Module>& modules() {
   static auto* all = new std::vector<Module>;
+  return *all;
+}
+
+// Strings of which a caller was given the place and not a copy, by library and id.
+std::map<std::pair<HMODULE, UINT>, std::wstring>& placesOfStrings() {
+  static auto* all = new std::map<std::pair<HMODULE, UINT>, std::wstring>;
   return *all;
 }
 
@@ -117,13 +129,10 @@ std::wstring resolve(const std::wstring& name) {
   return {};
 }
 
-// Whether the file begins like a library of either kind, the platform's or the native one.
-bool looksLikeLibrary(const fs::path& file) {
-  std::string head(4, '\0');
-  std::ifstream(file, std::ios::binary).read(head.data(), 4);
-  return head.substr(0, 2) == "MZ" || head ==
-                                          "\x7F"
-                                          "ELF";
+// What is in a data file; nothing if it is no library.
+std::optional<ResourceFile> readResources(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return ResourceFile::parse({std::istreambuf_iterator<char>(stream), {}});
 }
 
 HMODULE reference(Module& module, const char* maker) {
@@ -149,10 +158,12 @@ HMODULE load(Call& call, const char* maker, LPCWSTR name, bool asData) {
     }
   }
   void* const native = asData ? nullptr : dlopen(nativePath.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (asData ? !looksLikeLibrary(nativePath) : native == nullptr) {
+  auto resources = asData ? readResources(nativePath) : std::nullopt;
+  if (native == nullptr && !resources) {
     return call.fails<HMODULE>(ERROR_BAD_EXE_FORMAT, nullptr);
   }
-  modules().push_back({kFirstModule + kModuleStep * modules().size(), path, nativePath, native, 0});
+  modules().push_back({kFirstModule + kModuleStep * modules().size(), path, nativePath, native, 0,
+                       std::move(resources)});
   return call.returns(reference(modules().back(), maker));
 }
 
@@ -166,6 +177,21 @@ void* exportOf(const Module& module, const char* name) {
     return nullptr;
   }
   return reinterpret_cast<std::uintptr_t>(info.dli_fbase) == map->l_addr ? address : nullptr;
+}
+
+// The string `id` of a library, or of the program if `library` is null. Nothing and `error` if it
+// has none.
+std::optional<std::wstring> stringOf(const Module* library, UINT id, DWORD* error) {
+  const auto& tables = machine().stringTables;
+  const auto table = tables.find(library == nullptr ? machine().programPath : library->path);
+  if (table != tables.end() && table->second.count(id) != 0) {
+    return table->second.at(id);
+  }
+  *error = ERROR_RESOURCE_NAME_NOT_FOUND;
+  if (library == nullptr || !library->resources) {
+    return std::nullopt;
+  }
+  return library->resources->string(id, machine().userLanguage, error);
 }
 
 DWORD givePath(Call& call, const std::wstring& path, LPWSTR buffer, DWORD size) {
@@ -312,16 +338,26 @@ int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int size) {
   if (!isProgram && library == nullptr) {
     return call.fails(ERROR_INVALID_HANDLE, 0);
   }
-  if (buffer == nullptr || size <= 0) {
-    return call.fails(ERROR_RESOURCE_NAME_NOT_FOUND, 0);
+  if (buffer == nullptr || size < 0) {
+    return call.fails(ERROR_INVALID_PARAMETER, 0);
   }
-  *buffer = L'\0';
-  const auto& tables = host::machine().stringTables;
-  const auto table = tables.find(isProgram ? host::machine().programPath : library->path);
-  if (table == tables.end() || table->second.count(id) == 0) {
-    return call.fails(ERROR_RESOURCE_NAME_NOT_FOUND, 0);
+  if (size > 0) {
+    *buffer = L'\0';
   }
-  const std::size_t length = table->second.at(id).copy(buffer, static_cast<std::size_t>(size) - 1);
+  DWORD error = 0;
+  const auto text = host::stringOf(library, id, &error);
+  if (!text) {
+    return call.fails(error, 0);
+  }
+  if (size == 0) {
+    // With no room the argument is in truth the address of a pointer, and gets the string's place.
+    auto& place = host::placesOfStrings()[{module, id}];
+    place = *text;
+    const wchar_t* const characters = place.data();
+    std::memcpy(buffer, &characters, sizeof characters);
+    return call.returns(static_cast<int>(place.size()));
+  }
+  const std::size_t length = text->copy(buffer, static_cast<std::size_t>(size) - 1);
   buffer[length] = L'\0';
   return call.returns(static_cast<int>(length));
 }

@@ -181,4 +181,48 @@ TEST(ResourceMissingExceptionTest, keepsItsTextInACopy) {
   EXPECT_STREQ(ResourceMissingException(exception).what(), "a");
 }
 
+TEST(ExceptionTest, holdsOneTextForEachLayerAndNoFieldsBeside) {
+  constexpr std::size_t kSlots = sizeof(std::exception);
+  constexpr std::size_t kText = sizeof(std::string);
+  EXPECT_EQ(sizeof(BaseException), kSlots + kText);
+  EXPECT_EQ(sizeof(AssertException), kSlots + kText);
+  EXPECT_EQ(sizeof(Exception), kSlots + 2 * kText);
+  EXPECT_EQ(sizeof(vusl::LockedException), kSlots + 2 * kText);
+  EXPECT_EQ(sizeof(FileACLException), kSlots + 2 * kText);
+  EXPECT_EQ(sizeof(ResourceMissingException), kSlots + 3 * kText);
+  EXPECT_EQ(sizeof(vusl::BufferWriterException), kSlots + 3 * kText);
+}
+
+TEST(ExceptionTest, takesANullTextForNoneAndGoesOn) {
+  Exception exception("X");
+  const char* none = nullptr;
+  exception << none << "a";
+  EXPECT_STREQ(exception.what(), "X:a");
+}
+
+TEST(ExceptionTest, takesEmptyTextsForNothing) {
+  Exception exception("X");
+  exception << "" << std::string() << "a";
+  EXPECT_STREQ(exception.what(), "X:a");
+}
+
+TEST(ExceptionTest, keepsAZeroCharacterBehindWhichReadersOfTheTextSeeNothing) {
+  Exception exception;
+  exception << std::string("a\0b", 3) << "c";
+  EXPECT_STREQ(exception.what(), "a");
+  EXPECT_EQ(std::string(exception.what(), 4), std::string("a\0bc", 4));
+}
+
+TEST(ExceptionTest, keepsBytesThatAreNoUtf8) {
+  Exception exception("\xC3");
+  exception << "\xFF\xED\xA0\x80";
+  EXPECT_STREQ(exception.what(), "\xC3:\xFF\xED\xA0\x80");
+}
+
+TEST(ExceptionTest, printsNumbersWithoutGrouping) {
+  Exception exception;
+  exception << -2147483647 - 1 << " " << 4294967295U;
+  EXPECT_STREQ(exception.what(), "-2147483648 4294967295");
+}
+
 }  // namespace

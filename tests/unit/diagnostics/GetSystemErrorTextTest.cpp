@@ -46,4 +46,30 @@ TEST_F(GetSystemErrorTextTest, freesTheBufferAlsoWhenThereIsNoText) {
             (std::vector<std::string>{"FormatMessageW", "LocalFree"}));
 }
 
+TEST_F(GetSystemErrorTextTest, isInTheLanguageOfTheUser) {
+  host::machine().userLanguage = 0x0415;
+  EXPECT_EQ(GetSystemErrorText(5), L"Odmowa dost\u0119pu.");
+}
+
+TEST_F(GetSystemErrorTextTest, isEmptyWhenTheSystemDoesNotAnswer) {
+  faults().failOnce("FormatMessageW", 8);
+  EXPECT_EQ(GetSystemErrorText(5), L"");
+}
+
+TEST_F(GetSystemErrorTextTest, isWholeAlsoWhenTheBufferIsNotFreed) {
+  faults().failOnce("LocalFree", 6);
+  EXPECT_EQ(GetSystemErrorText(5), L"Access is denied.");
+}
+
+TEST_F(GetSystemErrorTextTest, isEmptyWhereTheCarriageReturnIsTheFirst) {
+  host::machine().errorTexts[5] = L"\r\n";
+  EXPECT_EQ(GetSystemErrorText(5), L"");
+}
+
+TEST_F(GetSystemErrorTextTest, keepsZeroCharactersAndLoneSurrogates) {
+  const std::wstring text = {L'a', L'\0', wchar_t{0xD83D}, L'b'};
+  host::machine().errorTexts[5] = text + L"\r\n";
+  EXPECT_EQ(GetSystemErrorText(5), text);
+}
+
 }  // namespace

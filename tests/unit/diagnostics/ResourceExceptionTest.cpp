@@ -148,4 +148,49 @@ TEST(MissingFileErrorTest, keepsIdAndParametersInACopy) {
   EXPECT_EQ(copy.params(), std::vector<std::string>{"a"});
 }
 
+TEST(ResourceExceptionTest, holdsTwoSetsOfFieldsBelowResourceException) {
+  struct Fields {
+    int32_t resourceId;
+    std::string description;
+    std::vector<std::string> params;
+    std::string details;
+  };
+  EXPECT_EQ(sizeof(ResourceException), sizeof(BaseException) + sizeof(Fields));
+  EXPECT_EQ(sizeof(vusl::CmdLineExc), sizeof(BaseException) + 2 * sizeof(Fields));
+  EXPECT_EQ(sizeof(vusl::InvalidInputError), sizeof(BaseException) + 2 * sizeof(Fields));
+  EXPECT_EQ(sizeof(MissingFileError), sizeof(BaseException) + 2 * sizeof(Fields));
+}
+
+TEST(ResourceExceptionTest, takesANullTextForAnEmptyParameter) {
+  vusl::InvalidInputError error(225);
+  const char* none = nullptr;
+  error << none << "a";
+  EXPECT_EQ(error.params(), (std::vector<std::string>{"", "a"}));
+}
+
+TEST(ResourceExceptionTest, joinsEmptyParametersAndKeepsZeroCharacters) {
+  vusl::InvalidInputError error(225);
+  error << std::string() << std::string("a\0b", 3) << '\0';
+  EXPECT_EQ(error.joinedParams("+"), std::string("+a\0b+\0", 6));
+  EXPECT_EQ(error.joinedParams(""), std::string("a\0b\0", 4));
+}
+
+TEST(ResourceExceptionTest, givesACopyOfItsParameters) {
+  vusl::InvalidInputError error(225);
+  error << std::string("a");
+  error.params().push_back("b");
+  EXPECT_EQ(error.params(), std::vector<std::string>{"a"});
+}
+
+TEST(ResourceExceptionTest, printsANegativeIdWithItsSign) {
+  EXPECT_STREQ(MissingFileError(-1).what(), "Resource exception of type -1 was thrown");
+}
+
+TEST(ResourceExceptionTest, doesNotChangeItsTextWhenParametersCome) {
+  vusl::InvalidInputError error(225);
+  error << std::string("a");
+  EXPECT_STREQ(error.what(), "Resource exception of type 225 was thrown");
+  EXPECT_STREQ(error.ResourceException::what(), "Resource exception of type 0 was thrown");
+}
+
 }  // namespace

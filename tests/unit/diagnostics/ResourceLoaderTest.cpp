@@ -7,6 +7,7 @@
 
 #include "VUSL/Support/ResourceMissingException.h"
 #include "tests/support/MachineTest.h"
+#include "tests/support/ResourceLibrary.h"
 #include "tests/unit/runtime/SlotOrder.h"
 #include "tests/unit/runtime/Thrown.h"
 
@@ -53,10 +54,9 @@ class ResourceLoaderTest : public host::MachineTest {
   }
 
   // A library beside the program that has the string, or has none if `text` is empty.
-  static void install(const std::wstring& fileName, const std::wstring& text) {
-    const std::wstring path = L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\" + fileName;
-    host::machine().drive.write(path, "MZ and no more");
-    if (!text.empty()) host::machine().stringTables[path][kId] = text;
+  static void install(const std::wstring& fileName, const std::u16string& text) {
+    host::machine().drive.write(L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\" + fileName,
+                                host::resourceLibrary({{kId, text}}));
   }
 
   static int32_t languageOf(LANGID user) {
@@ -277,7 +277,7 @@ TEST_F(ResourceLoaderTest, hasItsOperationsInOrder) {
 }
 
 TEST_F(ResourceLoaderTest, loadsALibraryOnceAlsoWhenItIsThere) {
-  install(L"x.dll", L"text");
+  install(L"x.dll", u"text");
   ResourceLoader real;
   const HMODULE library = real.loadLibrary(L"x.dll");
   EXPECT_NE(library, nullptr);
@@ -286,16 +286,16 @@ TEST_F(ResourceLoaderTest, loadsALibraryOnceAlsoWhenItIsThere) {
 }
 
 TEST_F(ResourceLoaderTest, leavesItsLibrariesLoadedWhenItGoes) {
-  install(L"x.dll", L"text");
+  install(L"x.dll", u"text");
   ResourceLoader().loadLibrary(L"x.dll");
   EXPECT_TRUE(journal().calls("FreeLibrary").empty());
   EXPECT_EQ(ledger().open("module"), 1U);
 }
 
 TEST_F(ResourceLoaderTest, takesTheFirstLibraryOfAListThatHasTheString) {
-  install(L"b.dll", L"");
-  install(L"c.dll", L"third");
-  install(L"d.dll", L"fourth");
+  install(L"b.dll", u"");
+  install(L"c.dll", u"third");
+  install(L"d.dll", u"fourth");
   ResourceLoader real;
   EXPECT_EQ(real.loadFromLibraries({L"a.dll", L"b.dll", L"c.dll", L"d.dll"}, kId, buffer, 64), 5);
   EXPECT_STREQ(buffer, L"third");

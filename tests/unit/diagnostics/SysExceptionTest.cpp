@@ -8,6 +8,7 @@
 #include "platform/win32.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/MachineTest.h"
+#include "tests/support/ResourceLibrary.h"
 #include "tests/unit/runtime/SlotOrder.h"
 #include "tests/unit/runtime/Thrown.h"
 
@@ -24,10 +25,9 @@ class SysExceptionTest : public host::MachineTest {
   ~SysExceptionTest() override { ResourceLoader::resourceLibraries.clear(); }
 
   // A language library beside the program, with a text for errors that the system does not know.
-  static void installLibrary(const std::wstring& fileName, const std::wstring& unknownErrorText) {
-    const std::wstring path = L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\" + fileName;
-    host::machine().drive.write(path, "MZ and no more");
-    host::machine().stringTables[path][101] = unknownErrorText;
+  static void installLibrary(const std::wstring& fileName, const std::u16string& unknownErrorText) {
+    host::machine().drive.write(L"C:\\Program Files\\Orvix\\TPMEnrollmentService\\" + fileName,
+                                host::resourceLibrary({{101, unknownErrorText}}));
   }
 };
 
@@ -178,22 +178,22 @@ TEST_F(SysExceptionTest, keepsItsTextInACopy) {
 }
 
 TEST_F(SysExceptionTest, endsInTheHexadecimalErrorWhenTheSystemHasNoText) {
-  installLibrary(L"VUSL_en-US.dll", L"Unknown error ");
+  installLibrary(L"VUSL_en-US.dll", u"Unknown error ");
   host::machine().errorTexts[0x80070005] = L"";
   SysException exception = withLastError(0x80070005);
   EXPECT_EQ(exception.errorText(), "Unknown error 0x80070005");
 }
 
 TEST_F(SysExceptionTest, hasNoLeadingZerosInTheHexadecimalError) {
-  installLibrary(L"en-US.dll", L"Unknown error ");
+  installLibrary(L"en-US.dll", u"Unknown error ");
   SetLastError(0xABC);
   SysException exception("X");
   EXPECT_EQ(exception.errorText(), "X:Unknown error 0xabc");
 }
 
 TEST_F(SysExceptionTest, takesTheResourceInTheUsersLanguageInItsNarrowForm) {
-  installLibrary(L"en-US.dll", L"Unknown error ");
-  installLibrary(L"VUSL_pl-PL.dll", L"Nieznany b\u0142\u0105d ");
+  installLibrary(L"en-US.dll", u"Unknown error ");
+  installLibrary(L"VUSL_pl-PL.dll", u"Nieznany b\u0142\u0105d ");
   host::machine().userLanguage = 0x0415;
   SysException exception = withLastError(kUnknownError);
   EXPECT_EQ(exception.errorText(), "Nieznany b??d 0xe0000001");

@@ -1,6 +1,7 @@
 // Libraries and their procedures.
 
 #include "tests/support/MachineTest.h"
+#include "tests/support/ResourceLibrary.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ TEST_F(ModulesTest, AFileThatIsNoLibraryFailsWith193) {
 }
 
 TEST_F(ModulesTest, ADataFileRunsNoCode) {
-  host::machine().drive.write(L"C:\\lib\\en-US.dll", "MZ and no more");
+  host::machine().drive.write(L"C:\\lib\\en-US.dll", host::resourceLibrary({{101, u"text"}}));
   const HMODULE module = LoadLibraryExW(L"C:\\lib\\en-US.dll", nullptr, LOAD_LIBRARY_AS_DATAFILE);
   ASSERT_NE(module, nullptr);
   EXPECT_EQ(GetProcAddress(module, "talsInit"), nullptr);
@@ -219,25 +220,91 @@ TEST_F(ModulesTest, AFaultLoadsNothing) {
   EXPECT_EQ(ledger().open("module"), 0U);
 }
 
-TEST_F(ModulesTest, AStringIsFoundInTheTableOfItsLibrary) {
-  constexpr wchar_t kStrings[] = L"C:\\lib\\en-US.dll";
-  host::machine().drive.write(kStrings, "MZ and no more");
-  host::machine().stringTables[kStrings][101] = L"text";
-  const HMODULE module = LoadLibraryExW(kStrings, nullptr, LOAD_LIBRARY_AS_DATAFILE);
-  wchar_t buffer[8] = L"before";
-  EXPECT_EQ(LoadStringW(module, 101, buffer, 8), 4);
-  EXPECT_STREQ(buffer, L"text");
-  EXPECT_EQ(LoadStringW(module, 102, buffer, 8), 0);
-  EXPECT_STREQ(buffer, L"");
-  EXPECT_EQ(host::lastError(), 1814U);
-  FreeLibrary(module);
+class StringsTest : public host::MachineTest {
+ protected:
+  static HMODULE load(const std::string& bytes) {
+    host::machine().drive.write(L"C:\\lib\\en-US.dll", bytes);
+    return LoadLibraryExW(L"C:\\lib\\en-US.dll", nullptr, LOAD_LIBRARY_AS_DATAFILE);
+  }
+  wchar_t buffer_[8] = L"before";
+};
+
+TEST_F(StringsTest, AStringIsReadFromItsLibrary) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}));
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, 8), 4);
+  EXPECT_STREQ(buffer_, L"text");
 }
 
-TEST_F(ModulesTest, AStringIsCutToItsBuffer) {
+TEST_F(StringsTest, AMissingStringLeavesTheBufferEmptyAndFailsWith1814) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}));
+  EXPECT_EQ(LoadStringW(module, 102, buffer_, 8), 0);
+  EXPECT_STREQ(buffer_, L"");
+  EXPECT_EQ(host::lastError(), 1814U);
+}
+
+TEST_F(StringsTest, OneLibraryOfSeveralLanguagesAnswersInTheUsers) {
+  host::machine().userLanguage = 0x0407;
+  const HMODULE module =
+      load(host::resourceLibrary({{0x0407, {{101, u"deutsch"}}}, {0x0409, {{101, u"english"}}}}));
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, 8), 7);
+  EXPECT_STREQ(buffer_, L"deutsch");
+}
+
+TEST_F(StringsTest, AStringIsCutToItsBuffer) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}));
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, 4), 3);
+  EXPECT_STREQ(buffer_, L"tex");
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, 1), 0);
+  EXPECT_STREQ(buffer_, L"");
+}
+
+TEST_F(StringsTest, WithNoRoomTheStringsPlaceIsGiven) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}));
+  const wchar_t* place = nullptr;
+  ASSERT_EQ(LoadStringW(module, 101, reinterpret_cast<LPWSTR>(&place), 0), 4);
+  EXPECT_EQ(std::wstring(place, 4), L"text");
+}
+
+TEST_F(StringsTest, ANullBufferGetsNothing) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}));
+  EXPECT_EQ(LoadStringW(module, 101, nullptr, 8), 0);
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, -1), 0);
+}
+
+TEST_F(StringsTest, ALibraryThatIsGoneHasNoStrings) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}));
+  FreeLibrary(module);
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, 8), 0);
+  EXPECT_EQ(host::lastError(), 6U);
+}
+
+TEST_F(StringsTest, AFileThatIsCutShortInItsHeadersIsNoLibrary) {
+  EXPECT_EQ(load("MZ and no more"), nullptr);
+  EXPECT_EQ(host::lastError(), 193U);
+  EXPECT_EQ(load(""), nullptr);
+  EXPECT_EQ(host::lastError(), 193U);
+}
+
+TEST_F(StringsTest, AFileThatIsCutShortInItsResourcesHasNoStrings) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}).substr(0, 0x200));
+  ASSERT_NE(module, nullptr);
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, 8), 0);
+  EXPECT_EQ(host::lastError(), 1812U);
+}
+
+TEST_F(StringsTest, TheProgramHasTheStringsThatTheMachineSays) {
   host::machine().stringTables[host::machine().programPath][101] = L"text";
-  wchar_t buffer[4] = L"old";
-  EXPECT_EQ(LoadStringW(nullptr, 101, buffer, 4), 3);
-  EXPECT_STREQ(buffer, L"tex");
+  EXPECT_EQ(LoadStringW(nullptr, 101, buffer_, 8), 4);
+  EXPECT_STREQ(buffer_, L"text");
+  EXPECT_EQ(LoadStringW(GetModuleHandleW(nullptr), 102, buffer_, 8), 0);
+  EXPECT_EQ(host::lastError(), 1814U);
+}
+
+TEST_F(StringsTest, AFaultLoadsNoString) {
+  const HMODULE module = load(host::resourceLibrary({{101, u"text"}}));
+  faults().failOnce("LoadStringW", 8);
+  EXPECT_EQ(LoadStringW(module, 101, buffer_, 8), 0);
+  EXPECT_EQ(host::lastError(), 8U);
 }
 
 }  // namespace

@@ -27,6 +27,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ImbalancesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LedgerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SchedulerTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ResourceFileTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioDriveTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioRunTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioScriptTest.cpp
