@@ -20,6 +20,8 @@ constexpr std::array kImbalances = {
               "the launch lets go of its child without closing its handles"},
     Imbalance{"language library kept", "module from LoadLibraryExW as data is still open",
               "language libraries stay loaded to the end of the process"},
+    Imbalance{"unregistered provider let go", "EventUnregister: provider 0x0 is unknown",
+              "the outlet lets go of its trace provider, registered or not"},
     Imbalance{"COM ended too often", "CoUninitialize: the thread has not begun COM",
               "the task steps end COM after a failure and so does who called them"},
     Imbalance{"released definition used",

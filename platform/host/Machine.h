@@ -60,9 +60,11 @@ struct Machine {
   ServiceManager services;
   TraceSessions trace;
 
-  // What the listener of the debug output received, with its line ends.
+  // What the listener of the debug output received, with its line ends. It reads through a buffer
+  // of 4092 bytes, the zero included; what has no room there is cut off.
   std::vector<std::wstring> debugOutput;
-  // With no listener OutputDebugStringW leaves the last error at 2.
+  // Whether anybody listens, which may change at any time. With no listener OutputDebugStringW
+  // leaves the last error at 2.
   bool debugListener = true;
   // Paths of the programs that CreateProcessW started, in order.
   std::vector<std::wstring> programsStarted;
@@ -88,9 +90,13 @@ struct Machine {
   std::optional<std::wstring> dllDirectory;
   // The folder of the user under whom the process runs: a service's is the local system account's.
   std::wstring profileDirectory = L"C:\\Windows\\System32\\config\\systemprofile";
-  // Whether the standard input is a console, and the console's mode.
-  bool inputIsConsole = false;
-  DWORD consoleMode = 0x1F7;
+  // Where the standard handles lead, and the modes of the console's two ends.
+  enum class Standard { kNone, kFile, kConsole };
+  Standard input = Standard::kFile;
+  Standard output = Standard::kFile;
+  Standard errors = Standard::kFile;
+  DWORD inputMode = 0x1F7;
+  DWORD outputMode = 0x3;
 
   ComState com;
 

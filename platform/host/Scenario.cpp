@@ -54,15 +54,16 @@ class Parser {
   Reason readExpected(std::string_view line);
   Reason closeRepetition();
   std::optional<ScenarioError> findGap() const;
+  std::optional<ScenarioError> findMissingKey() const;
 
   Scenario scenario_;
   int line_ = 0;
   const Section* section_ = nullptr;
   std::string head_;
-  std::map<std::string_view, int> sectionLines_;
-  std::set<std::string> seenHeads_;
-  std::set<std::string> seenKeys_;  // "<head>/<key>"
-  int blankLines_ = 0;              // held back: at a section's end they do not count
+  std::vector<std::pair<std::string, int>> heads_;  // as they are written, with their lines
+  std::map<std::string, int> seenHeads_;            // the same, folded
+  std::set<std::string> seenKeys_;                  // "<head>/<key>"
+  int blankLines_ = 0;  // held back: at a section's end they do not count
   std::vector<Repetition> repetitions_;
 };
 
@@ -158,12 +159,12 @@ Reason Parser::openSection(std::string_view head) {
     return "in the brackets of " + inQuotes(name) + " there must be " +
            (found->argument.empty() ? "nothing else" : std::string(found->argument) + " too");
   }
-  if (!seenHeads_.insert(toUtf8(foldCase(toWide(head)))).second) {
+  if (!seenHeads_.emplace(toUtf8(foldCase(toWide(head))), line_).second) {
     return "the section [" + std::string(head) + "] stands twice";
   }
   section_ = &*found;
   head_ = head;
-  sectionLines_[section_->name] = line_;
+  heads_.emplace_back(head_, line_);
   return section_->open == nullptr ? std::nullopt : section_->open(argument, scenario_);
 }
 
@@ -266,26 +267,42 @@ std::optional<ScenarioError> Parser::findGap() const {
     return ScenarioError{repetitions_.back().line,
                          "this \"repeat\" has no " + inQuotes(kRepeatEnd)};
   }
-  constexpr std::array kNeeded = {Needed{"scenario", "about"}, Needed{"scenario", "end"},
-                                  Needed{"stack", "directory"}};
-  for (const Needed& needed : kNeeded) {
-    const auto section = sectionLines_.find(needed.section);
-    const bool isThere = section != sectionLines_.end();
-    const std::string key = std::string(needed.section) + "/" + needed.key;
-    if ((isThere || needed.section == "scenario") && !seenKeys_.contains(key)) {
-      return ScenarioError{isThere ? section->second : 1, "[" + std::string(needed.section) +
-                                                              "] must say " + inQuotes(needed.key)};
-    }
+  if (std::optional<ScenarioError> gap = findMissingKey()) {
+    return gap;
   }
   using End = ExpectedEnd::Kind;
   const bool isSudden = scenario_.end.kind == End::kFault || scenario_.end.kind == End::kTerminate;
   if (isSudden && !scenario_.imbalances.empty()) {
-    return ScenarioError{sectionLines_.at("imbalances"),
+    return ScenarioError{seenHeads_.at("imbalances"),
                          "a run that ends in a fault or a terminate has no account to compare"};
   }
   for (const Step& step : scenario_.script) {
     if (step.moment.kind == Moment::Kind::kAt && step.moment.at >= scenario_.limit) {
       return ScenarioError{step.line, "the run is over by then: its limit comes first"};
+    }
+    if (const Reason reason = scenario::checkTrace(step.action, scenario_)) {
+      return ScenarioError{step.line, *reason};
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<ScenarioError> Parser::findMissingKey() const {
+  constexpr std::array kNeeded = {Needed{"scenario", "about"}, Needed{"scenario", "end"},
+                                  Needed{"stack", "directory"}, Needed{"trace", "provider"}};
+  const std::string always = "scenario";
+  const auto mustSay = [](int line, const std::string& head, const char* key) {
+    return ScenarioError{line, "[" + head + "] must say " + inQuotes(key)};
+  };
+  for (const Needed& needed : kNeeded) {
+    if (needed.section == always && !seenHeads_.contains(always)) {
+      return mustSay(1, always, needed.key);
+    }
+    for (const auto& [head, line] : heads_) {
+      const bool isMeant = head.substr(0, head.find(' ')) == needed.section;
+      if (isMeant && !seenKeys_.contains(head + "/" + needed.key)) {
+        return mustSay(line, head, needed.key);
+      }
     }
   }
   return std::nullopt;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/host/Scheduler.h"
+#include "platform/host/TraceSessions.h"
 #include "platform/host/windows/Types.h"
 
 namespace host {
@@ -19,15 +20,22 @@ namespace host {
 // Something that happens to the machine from outside.
 struct Action {
   enum class Kind {
-    kSignalEvent,    // subject: the event's name
-    kPublishEvent,   // subject: the event's name
-    kWithdrawEvent,  // subject: the event's name
-    kControl,        // number: the control's number; 1 is a stop
-    kWriteFile,      // subject: path, text: content
-    kDeleteFile,     // subject: path
-    kLogEvent,       // subject: the provider, text: the log, number: the event's id
-    kEndProcess,     // the process is ended from outside
+    kSignalEvent,     // subject: the event's name
+    kPublishEvent,    // subject: the event's name
+    kWithdrawEvent,   // subject: the event's name
+    kControl,         // number: the control's number; 1 is a stop
+    kWriteFile,       // subject: path, text: content
+    kDeleteFile,      // subject: path
+    kLogEvent,        // subject: the provider, text: the log, number: the event's id
+    kEnableTrace,     // subject: the session's name, number: the level, or kOwnLevel
+    kDisableTrace,    // subject: the session's name
+    kAttachListener,  // somebody begins to listen to the debug output
+    kDetachListener,  // nobody listens to it any more
+    kEndProcess,      // the process is ended from outside
   };
+  // The level that the session's own section gives.
+  static constexpr DWORD kOwnLevel = 256;
+
   Kind kind = Kind::kSignalEvent;
   std::wstring subject;
   std::string text;
@@ -69,6 +77,13 @@ struct ScenarioFile {
 struct ScenarioRegistryKey {
   std::wstring key;
   std::vector<std::pair<std::wstring, std::wstring>> values;  // name and text
+};
+
+struct ScenarioTrace {
+  std::string session;
+  GUID provider{};
+  TraceFilter filter;
+  bool enabled = true;  // at the process's start
 };
 
 struct ScenarioDevice {
@@ -135,6 +150,7 @@ struct Scenario {
   std::vector<ScenarioFile> files;
   std::vector<ScenarioRegistryKey> registry;
   std::vector<ScenarioDevice> devices;
+  std::vector<ScenarioTrace> traces;
   std::vector<InjectedFault> faults;
   std::vector<Step> script;
 

@@ -150,6 +150,17 @@ Reason readLogEvent(std::string_view text, Action& action) {
   return readNumber(text.substr(last + 1), UINT16_MAX, action.number);
 }
 
+// "<session> [<level>]"
+Reason readEnableTrace(std::string_view text, Action& action) {
+  const std::vector<std::string_view> words = wordsOf(text);
+  if (words.empty() || words.size() > 2) {
+    return "there must be a trace session's name, and at most a level behind it";
+  }
+  action.subject = toWide(words[0]);
+  action.number = Action::kOwnLevel;
+  return words.size() == 2 ? readNumber(words[1], UINT8_MAX, action.number) : std::nullopt;
+}
+
 struct ActionRow {
   std::string_view name;
   Action::Kind kind;
@@ -164,6 +175,10 @@ constexpr std::array kActions = {
     ActionRow{"write", Action::Kind::kWriteFile, readWrite},
     ActionRow{"delete", Action::Kind::kDeleteFile, readDelete},
     ActionRow{"event", Action::Kind::kLogEvent, readLogEvent},
+    ActionRow{"enable trace", Action::Kind::kEnableTrace, readEnableTrace},
+    ActionRow{"disable trace", Action::Kind::kDisableTrace, readEventName},
+    ActionRow{"attach listener", Action::Kind::kAttachListener, readNothing},
+    ActionRow{"detach listener", Action::Kind::kDetachListener, readNothing},
     ActionRow{"end process", Action::Kind::kEndProcess, readNothing},
 };
 

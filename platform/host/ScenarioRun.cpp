@@ -11,12 +11,16 @@
 #include "platform/host/Machine.h"
 #include "platform/host/Report.h"
 #include "platform/host/Scenario.h"
+#include "platform/host/TraceDecoder.h"
 
 namespace host {
 namespace {
 
 // So many calls in a row that no wait comes between mean a loop that will not end.
 constexpr unsigned kEndlessLoopCalls = 10'000;
+
+// The sessions of the scenario that is run, which lives as long as the process.
+const std::vector<ScenarioTrace>* theTraces = nullptr;
 
 void note(const std::string& what) {
   machine().note(what);
@@ -74,6 +78,32 @@ void reportViolations() {
   }
 }
 
+const ScenarioTrace& traceOf(const Action& action) {
+  const std::string name = toUtf8(action.subject);
+  const auto isMeant = [&](const ScenarioTrace& trace) { return trace.session == name; };
+  return *std::find_if(theTraces->begin(), theTraces->end(), isMeant);
+}
+
+void enableTrace(const Action& action) {
+  const ScenarioTrace& trace = traceOf(action);
+  TraceFilter filter = trace.filter;
+  if (action.number != Action::kOwnLevel) {
+    filter.level = static_cast<UCHAR>(action.number);
+  }
+  note("trace " + trace.session + " enabled, level " + std::to_string(filter.level));
+  machine().trace.enable(trace.session, trace.provider, filter);
+}
+
+void disableTrace(const Action& action) {
+  machine().trace.disable(toUtf8(action.subject));
+  note("trace " + toUtf8(action.subject) + " disabled");
+}
+
+void listen(bool listens) {
+  machine().debugListener = listens;
+  note(std::string("listener of the debug output ") + (listens ? "attached" : "detached"));
+}
+
 [[noreturn]] void endProcess() {
   note("the process is ended from outside");
   reportViolations();
@@ -99,6 +129,14 @@ void perform(const Action& action) {
       return deleteFile(action);
     case Action::Kind::kLogEvent:
       return logEvent(action);
+    case Action::Kind::kEnableTrace:
+      return enableTrace(action);
+    case Action::Kind::kDisableTrace:
+      return disableTrace(action);
+    case Action::Kind::kAttachListener:
+      return listen(true);
+    case Action::Kind::kDetachListener:
+      return listen(false);
     case Action::Kind::kEndProcess:
       endProcess();
   }
@@ -142,6 +180,18 @@ void listenToDebugOutput(const Scenario& scenario) {
     Report::instance().record(ReportKind::kDebugLine, text);
     watch->see([&](const std::string& wanted) { return text.find(wanted) != std::string::npos; });
   };
+}
+
+void listenToTraces(const Scenario& scenario) {
+  machine().trace.onEvent = [](const TraceSessions::Session& session, const TraceEvent& event) {
+    note("trace " + session.name + ": " + describe(event));
+  };
+  theTraces = &scenario.traces;
+  for (const ScenarioTrace& trace : scenario.traces) {
+    if (trace.enabled) {
+      machine().trace.enable(trace.session, trace.provider, trace.filter);
+    }
+  }
 }
 
 void listenToStatus(const Scenario& scenario) {
@@ -269,6 +319,7 @@ void follow(const Scenario& scenario) {
 void setUpMachine(const Scenario& scenario) {
   listenToDebugOutput(scenario);
   listenToStatus(scenario);
+  listenToTraces(scenario);
   machine().onNote = [](const std::string& what) {
     Report::instance().record(ReportKind::kNote, what);
   };

@@ -444,24 +444,25 @@ Reason readExpectedLine(Value line, Scenario& scenario, int /*lineNumber*/) {
   return std::nullopt;
 }
 
-constexpr std::array kSections = {
-    Section{"scenario", "", false, kScenarioKeys, nullptr, nullptr},
-    Section{"machine", "", false, kMachineKeys, nullptr, nullptr},
-    Section{"stack", "", false, kStackKeys, nullptr, nullptr},
-    Section{"client", "", true, {}, readClientLine, nullptr},
-    Section{"file", "a path", true, {}, readFileLine, openFile},
-    Section{"left", "a path", true, {}, readLeftLine, openLeft},
-    Section{"registry", "a key", false, {}, readRegistryLine, openRegistry},
-    Section{"device", "an instance id", false, kDeviceKeys, nullptr, openDevice},
-    Section{"faults", "", false, {}, readFaultLine, nullptr},
-    Section{"script", "", false, {}, readScriptLine, nullptr},
-    Section{"imbalances", "", false, {}, readImbalanceLine, nullptr},
-    Section{kExpectedSection, "", false, {}, readExpectedLine, openExpected},
-};
-
 }  // namespace
 
 std::span<const Section> sections() {
+  // Made when it is first asked for: a life reads its scenario ahead of all static objects.
+  static const std::array kSections = {
+      Section{"scenario", "", false, kScenarioKeys, nullptr, nullptr},
+      Section{"machine", "", false, kMachineKeys, nullptr, nullptr},
+      Section{"stack", "", false, kStackKeys, nullptr, nullptr},
+      Section{"client", "", true, {}, readClientLine, nullptr},
+      Section{"file", "a path", true, {}, readFileLine, openFile},
+      Section{"left", "a path", true, {}, readLeftLine, openLeft},
+      Section{"registry", "a key", false, {}, readRegistryLine, openRegistry},
+      Section{"device", "an instance id", false, kDeviceKeys, nullptr, openDevice},
+      Section{"trace", "a session's name", false, traceKeys(), nullptr, openTrace},
+      Section{"faults", "", false, {}, readFaultLine, nullptr},
+      Section{"script", "", false, {}, readScriptLine, nullptr},
+      Section{"imbalances", "", false, {}, readImbalanceLine, nullptr},
+      Section{kExpectedSection, "", false, {}, readExpectedLine, openExpected},
+  };
   return kSections;
 }
 

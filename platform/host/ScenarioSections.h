@@ -35,4 +35,10 @@ inline constexpr std::string_view kExpectedSection = "expected";
 
 std::span<const Section> sections();
 
+// Of [trace <session>]: its keys, and what its head begins.
+std::span<const Key> traceKeys();
+Reason openTrace(std::string_view argument, Scenario& scenario);
+// Whether an action that names a session names one that there is.
+Reason checkTrace(const Action& action, const Scenario& scenario);
+
 }  // namespace host::scenario

@@ -236,17 +236,3 @@ void GetLocalTime(LPSYSTEMTIME time) {
   const host::Scheduler::Guard guard;
   *time = host::machine().localTime();
 }
-
-void OutputDebugStringW(LPCWSTR text) {
-  Call call("OutputDebugStringW", text);
-  const host::Scheduler::Guard guard;
-  host::Machine& machine = host::machine();
-  if (!machine.debugListener) {
-    host::setLastError(ERROR_FILE_NOT_FOUND);
-    return;
-  }
-  machine.debugOutput.emplace_back(text == nullptr ? L"" : text);
-  if (machine.onDebugOutput) {
-    machine.onDebugOutput(machine.debugOutput.back());
-  }
-}

@@ -40,7 +40,7 @@ std::vector<std::string> sanitizerEnvironment() {
       std::to_string(kSanitizerExitStatus);
   if (kSanitizer == "address") {
     return {"ASAN_OPTIONS=" + common + ":detect_leaks=1",
-            "LSAN_OPTIONS=exitcode=" + std::to_string(kSanitizerExitStatus),
+            "LSAN_OPTIONS=print_suppressions=0:exitcode=" + std::to_string(kSanitizerExitStatus),
             "UBSAN_OPTIONS=" + common + ":print_stacktrace=1"};
   }
   if (kSanitizer == "thread") {

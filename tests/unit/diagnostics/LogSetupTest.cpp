@@ -21,11 +21,18 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
+constexpr GUID kServiceProvider = {
+    0x590DE0FF, 0xDC7D, 0x4731, {0xAC, 0x4F, 0xA9, 0x61, 0xAF, 0x00, 0xE9, 0xDA}};
+
+std::vector<host::TraceEvent> traceEvents() {
+  return host::machine().trace.received("session");
+}
+
 class LogSetupTest : public host::MachineTest {
  protected:
   LogSetupTest() {
     host::machine().environment[L"TALS_CONFDIR_PATH"] = L"C:\\conf";
-    host::machine().trace.sessionWaiting = true;
+    host::machine().trace.enable("session", kServiceProvider);
   }
   ~LogSetupTest() override {
     setup.reset();
@@ -140,7 +147,7 @@ TEST_F(LogSetupTest, dropsEveryItemWhenTheSettingIsNone) {
   build();
   logEachLevel();
   EXPECT_TRUE(host::machine().debugOutput.empty());
-  EXPECT_TRUE(host::machine().trace.events.empty());
+  EXPECT_TRUE(traceEvents().empty());
 }
 
 TEST_F(LogSetupTest, dropsEveryItemWhenTheSettingIsNoneInLowerCase) {
@@ -148,7 +155,7 @@ TEST_F(LogSetupTest, dropsEveryItemWhenTheSettingIsNoneInLowerCase) {
   build();
   logEachLevel();
   EXPECT_TRUE(host::machine().debugOutput.empty());
-  EXPECT_TRUE(host::machine().trace.events.empty());
+  EXPECT_TRUE(traceEvents().empty());
 }
 
 TEST_F(LogSetupTest, isSilencedByAnUnknownWordAndNotByItsAbsence) {
@@ -183,7 +190,7 @@ TEST_F(LogSetupTest, writesALineAsItReads) {
 TEST_F(LogSetupTest, reachesTheTraceFromTheThresholdOn) {
   build();
   logEachLevel();
-  EXPECT_EQ(host::machine().trace.events.size(), 3U);
+  EXPECT_EQ(traceEvents().size(), 3U);
 }
 
 TEST_F(LogSetupTest, deliversToTheDebugOutputBeforeTheTrace) {
@@ -275,7 +282,7 @@ TEST_F(LogSetupTest, attachesNothingToTheConsoleChannel) {
   const size_t before = host::machine().debugOutput.size();
   LogSink::process().log(L"text", 4, 0);
   EXPECT_EQ(host::machine().debugOutput.size(), before);
-  EXPECT_TRUE(host::machine().trace.events.empty());
+  EXPECT_TRUE(traceEvents().empty());
 }
 
 TEST_F(LogSetupTest, withdrawsItsSettingsAgain) {

@@ -1,6 +1,7 @@
 list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ConsoleLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DebugLogOutletTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/EtwEventTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EtwLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/GetSystemErrorTextTest.cpp

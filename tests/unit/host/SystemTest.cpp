@@ -166,21 +166,4 @@ TEST_F(SystemTest, TheUsersLanguageIsTheMachines) {
   EXPECT_EQ(GetUserDefaultLangID(), 0x0407);
 }
 
-TEST_F(SystemTest, DebugOutputReachesTheListener) {
-  std::vector<std::wstring> seen;
-  host::machine().onDebugOutput = [&](const std::wstring& line) { seen.push_back(line); };
-  host::setLastError(77);
-  OutputDebugStringW(L"line\r\n");
-  EXPECT_EQ(host::machine().debugOutput, (std::vector<std::wstring>{L"line\r\n"}));
-  EXPECT_EQ(seen, (std::vector<std::wstring>{L"line\r\n"}));
-  EXPECT_EQ(host::lastError(), 77U);
-}
-
-TEST_F(SystemTest, WithoutAListenerDebugOutputLeavesLastError2) {
-  host::machine().debugListener = false;
-  OutputDebugStringW(L"line");
-  EXPECT_EQ(host::lastError(), 2U);
-  EXPECT_TRUE(host::machine().debugOutput.empty());
-}
-
 }  // namespace

@@ -9,6 +9,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ConsoleTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CrtFilesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CrtTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/DebugOutputTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DriveTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FilesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/MachineModelTest.cpp
@@ -21,6 +22,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/SecurityTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ShellTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SystemTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/TraceDecoderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TraceTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CallNamesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CallTest.cpp
@@ -32,6 +34,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioRunTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioScriptTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScenarioTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ScenarioTraceTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ServiceManagerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SynchronizationTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ThreadsTest.cpp)
