@@ -100,6 +100,17 @@ TEST_F(RollingFileLogOutletFaultTest, leavesAGapWhenTheFileItselfCannotBeMovedAn
   EXPECT_EQ(content(L"x.log.1"), "zero");
 }
 
+TEST_F(RollingFileLogOutletFaultTest, countsTheFileAndTheReasonAfterAFailedRoll) {
+  write(L"y.log", std::string(500, 'y'));
+  RollingFileLogOutlet other("C:\\logs\\y.log");
+  other.setMaxFileSize(500);
+  faults().failOnce("MoveFileW", 5);
+  other.Dump(L"b");
+  EXPECT_EQ(content(L"y.log.0"), std::nullopt);
+  other.Dump(L"c");
+  EXPECT_EQ(content(L"y.log"), "c\r\n");
+}
+
 TEST_F(RollingFileLogOutletFaultTest, losesTheLineAloneWhenTheFileCannotBeOpened) {
   rollWith("CreateFileW", 5);
   EXPECT_EQ(content(L"x.log"), std::nullopt);

@@ -140,8 +140,6 @@ TEST_F(RollingOutletEdgeTest, countsTheLow32BitsOfAFileAboveFourGiB) {
 }
 
 TEST_F(RollingOutletEdgeTest, rollsAFileOfAlmostFourGiBWithoutAnOverflow) {
-  RollingFileLogOutlet outlet(kPath);
-  outlet.setMaxFileSize(0xFFFFFFFF);
   struct Full : RollingFileLogOutlet {
     using RollingFileLogOutlet::RollingFileLogOutlet;
     void fill() { currentSize = 0xFFFFFFFE; }
