@@ -105,6 +105,7 @@ void RollingDateFileLogOutlet::roll(const vusl::string_t& path, unsigned int) {
   Path directory = PathFrom(logFileName);
   PathRemoveFileSpecW(directory.data());
   const PathsByTime paths = SortByTime(names, directory.data());
+  // Cannot come, as equal keys are kept. Should it, deleting would be guesswork.
   if (paths.size() != names.size()) {
     throw Exception() << "Unable to decide which file shall be deleted.";
   }

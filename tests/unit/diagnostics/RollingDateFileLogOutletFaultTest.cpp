@@ -112,6 +112,13 @@ TEST_F(RollingDateFileLogOutletFaultTest, putsTheReasonIntoTheNewFileWhenAnArchi
   EXPECT_EQ(content(kFirstArchive), "a\r\n");
 }
 
+TEST_F(RollingDateFileLogOutletFaultTest, hasFixedWordsForADeletionThatBreaksWithAnythingElse) {
+  host::CallHooks::instance().before("DeleteFileW", 1, [] { throw 1; });
+  outlet.Dump(L"b");
+  EXPECT_EQ(content(L"x.log"),
+            "Unable to remove file(s): C:\\logs\\x.log.old reason: uknown b\r\n");
+}
+
 TEST_F(RollingDateFileLogOutletFaultTest, tellsOfEveryArchiveThatIsReadOnly) {
   outlet.setMaxArchiveNumber(2);
   host::setReadOnly(host::machine().drive, L"C:\\logs\\x.log.old", true);

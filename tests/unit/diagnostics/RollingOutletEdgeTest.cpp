@@ -56,6 +56,7 @@ TEST_F(RollingOutletEdgeTest, clearsBothFlagsWhenItRollsByDateAlsoIfThatFails) {
 
 TEST_F(RollingOutletEdgeTest, rollsByDateInTheSlotOfRoll) {
   EXPECT_EQ(slotOf(&OpenDateOutlet::roll), 6U);
+  EXPECT_EQ(slotOf(&LogStatusListener::OnStatus), 2U);
 }
 
 TEST_F(RollingOutletEdgeTest, hasOneThresholdForBothWaysOfRolling) {
