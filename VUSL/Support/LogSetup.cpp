@@ -54,6 +54,7 @@ void LogSetup::setUp() {
 
   debugOutlet.reopen();
   OutletBase<DebugLogOutlet>::level = threshold;
+  // Deliberate: once more, because an outlet looks at its threshold when it opens.
   debugOutlet.reopen();
   sink.attach(&debugOutlet, LogSink::kOutletChannel);
 

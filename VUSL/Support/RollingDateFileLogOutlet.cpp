@@ -56,6 +56,8 @@ void ReadKey(const vusl::string_t& path, uint64_t& key) {
 
 PathsByTime SortByTime(const std::vector<vusl::string_t>& names, const vusl::string_t& directory) {
   PathsByTime paths;
+  // Deliberate: one key for all files, so that a file whose times cannot be had takes those of the
+  // file before it and stays in its place in the list.
   uint64_t key = 0;
   for (const vusl::string_t& name : names) {
     vusl::string_t path = name;
@@ -90,8 +92,10 @@ vusl::string_t DeleteOldest(const PathsByTime& paths, int64_t number) {
 }  // namespace
 
 void RollingDateFileLogOutlet::roll(const vusl::string_t& path, unsigned int) {
+  // Nothing reads them. Deliberate: they are cleared all the same.
   rollFlagA = false;
   rollFlagB = false;
+  // Deliberate: every file whose name begins so counts as an archive, whoever made it.
   const vusl::string_t pattern = logFileName + L"*";
   std::string stamp;
   timeStamp(stamp, "");
@@ -101,6 +105,7 @@ void RollingDateFileLogOutlet::roll(const vusl::string_t& path, unsigned int) {
   Path directory = PathFrom(logFileName);
   PathRemoveFileSpecW(directory.data());
   const PathsByTime paths = SortByTime(names, directory.data());
+  // Cannot come, as equal keys are kept. Should it, deleting would be guesswork.
   if (paths.size() != names.size()) {
     throw Exception() << "Unable to decide which file shall be deleted.";
   }

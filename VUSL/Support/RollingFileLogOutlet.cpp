@@ -37,20 +37,21 @@ void RollingFileLogOutlet::reopen() {
 
 void RollingFileLogOutlet::Dump(const vusl::string_t& message) {
   const vusl::ScopedLock lock(sharedLock());
-  const std::string text = vusl::Narrow(message) + "\r\n";
-  const auto lengthBytes = static_cast<uint32_t>(text.size());
   try {
+    const std::string text = vusl::Narrow(message) + "\r\n";
+    const auto lengthBytes = static_cast<uint32_t>(text.size());
     rollIfFull(lengthBytes);
     file.write(text.data(), lengthBytes);
+    // Deliberate: the whole text counts, also if the platform wrote less of it.
     currentSize += lengthBytes;
     if (!lastWriteOk && listener != nullptr) {
       lastWriteOk = true;
       listener->OnStatus(L"Log file written successfully.", LogStatusListener::kRecovery);
     }
   } catch (const BaseException& failure) {
-    reportFailure(L"Error when writing to log file: " + vusl::Widen(failure.what()));
+    reportFailure(L"Error when writing to log file: ", failure.what());
   } catch (...) {
-    reportFailure(L"Could not write to log file.");
+    reportFailure(L"Could not write to log file.", "");
   }
 }
 
@@ -70,10 +71,14 @@ void RollingFileLogOutlet::rollIfFull(uint32_t lengthBytes) {
   }
 }
 
-void RollingFileLogOutlet::reportFailure(const vusl::string_t& text) {
+void RollingFileLogOutlet::reportFailure(const wchar_t* text, const char* reason) noexcept {
   if (!lastWriteOk || listener == nullptr) return;
   lastWriteOk = false;
-  listener->OnStatus(text, LogStatusListener::kFailure);
+  try {
+    listener->OnStatus(text + vusl::Widen(reason), LogStatusListener::kFailure);
+  } catch (...) {
+    // A log item is written in a destructor: what the listener throws there would end the process.
+  }
 }
 
 void RollingFileLogOutlet::roll(const vusl::string_t& path, unsigned int index) {

@@ -24,7 +24,11 @@ class RollingFileLogOutlet : public OutletBase<RollingFileLogOutlet> {
   void reopen() override;
 
   // Appends the line, narrowed, with a line end, to the file; rolls first if the file would become
-  // larger than the limit. If rolling fails, the reason goes into the file before the line.
+  // larger than the limit. If rolling fails, the reason goes into the file before the line. Throws
+  // nothing: a line that cannot be written is lost, and the listener hears of it.
+  //
+  // Deliberate: the file is written where its last write ended, with no look at where its end is
+  // by now, so two outlets on one file overwrite each other; see the page of required oddities.
   void Dump(const vusl::string_t& message) override;
 
   // Who hears of failures; null for nobody. It stays the caller's and must outlive the outlet.
@@ -58,5 +62,6 @@ class RollingFileLogOutlet : public OutletBase<RollingFileLogOutlet> {
   static vusl::CriticalSection& sharedLock();
 
   void rollIfFull(uint32_t lengthBytes);
-  void reportFailure(const vusl::string_t& text);
+  // Tells the listener of the first failure of a run; `reason` follows `text`.
+  void reportFailure(const wchar_t* text, const char* reason) noexcept;
 };

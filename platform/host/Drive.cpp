@@ -1,15 +1,20 @@
 #include "platform/host/Drive.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
+#include <memory>
 #include <system_error>
 #include <vector>
 
+#include "platform/host/FileObject.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Text.h"
 
@@ -66,6 +71,10 @@ bool isAllowed(std::wstring_view name) {
   return true;
 }
 
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char character) { return character >= 0; });
+}
+
 // The entry of a folder under this name, whatever its case; the name as given if there is none.
 fs::path entryOf(const fs::path& folder, std::wstring_view name, bool& exists) {
   const fs::path exact = folder / toUtf8(name);
@@ -74,11 +83,20 @@ fs::path entryOf(const fs::path& folder, std::wstring_view name, bool& exists) {
   if (exists) {
     return exact;
   }
-  for (fs::directory_iterator it(folder, ignored), end; !ignored && it != end;
-       it.increment(ignored)) {
-    if (equalIgnoringCase(toWide(it->path().filename().string()), name)) {
+  // Folders of a thousand entries are read once for each name that is not there.
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.c_str()), closedir);
+  if (entries == nullptr) {
+    return exact;
+  }
+  const std::string wanted = toUtf8(name);
+  const bool isPlain = isAscii(wanted);
+  while (const dirent* entry = readdir(entries.get())) {
+    const std::string_view there = entry->d_name;
+    const bool isSame = isPlain && isAscii(there) ? strcasecmp(entry->d_name, wanted.c_str()) == 0
+                                                  : equalIgnoringCase(toWide(there), name);
+    if (isSame) {
       exists = true;
-      return it->path();
+      return folder / there;
     }
   }
   return exact;
@@ -249,21 +267,29 @@ void Drive::createFolder(std::wstring_view path) {
 
 void Drive::write(std::wstring_view path, std::string_view bytes) {
   const fs::path place = placeFor(*this, path);
+  std::error_code ignored;
+  const bool isNew = !fs::exists(place, ignored);
   std::ofstream file(place, std::ios::binary | std::ios::trunc);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.close();
   if (!file) {
     fail(path, "cannot be written");
   }
-  stamp(place, machine().utcMs());
+  if (isNew) {
+    stamp(place, machine().utcMs());
+  } else {
+    stampWrite(place, machine().utcMs());
+  }
 }
 
 void Drive::copyIn(const fs::path& source, std::wstring_view path) {
+  const fs::path place = placeFor(*this, path);
   std::error_code error;
-  fs::copy_file(source, placeFor(*this, path), fs::copy_options::overwrite_existing, error);
+  fs::copy_file(source, place, fs::copy_options::overwrite_existing, error);
   if (error) {
     fail(path, error.message());
   }
+  stamp(place, machine().utcMs());
 }
 
 void Drive::linkIn(const fs::path& source, std::wstring_view path) {
@@ -283,8 +309,17 @@ std::optional<std::string> Drive::read(std::wstring_view path) {
   if (error != ERROR_SUCCESS || !fs::is_regular_file(*place, ignored)) {
     return std::nullopt;
   }
-  std::ifstream file(*place, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  const int descriptor = openQuietly(*place, O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) {
+    return std::nullopt;
+  }
+  std::string bytes;
+  std::array<char, 65536> block{};
+  for (ssize_t got = 0; (got = ::read(descriptor, block.data(), block.size())) > 0;) {
+    bytes.append(block.data(), static_cast<std::size_t>(got));
+  }
+  close(descriptor);
+  return bytes;
 }
 
 bool Drive::exists(std::wstring_view path) {

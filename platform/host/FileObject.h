@@ -33,8 +33,17 @@ class FileObject final : public KernelObject {
   std::int64_t pointer = 0;
 };
 
-// The drive keeps one time for a file, that of its last write; it stands for the two others too.
-FILETIME timeOf(const struct stat& native);
+// A file's times. Reading a file does not touch its last access, as is the platform's default, so
+// that time and the creation's are one; natively the time of the access stands for both.
+FILETIME creationTimeOf(const struct stat& native);
+FILETIME writeTimeOf(const struct stat& native);
+
+// Sets the time of the last write alone, in milliseconds since 1601, UTC. A failure is not
+// reported.
+void stampWrite(const std::filesystem::path& file, std::int64_t utcMs);
+
+// Opens natively without moving the time of the last access.
+int openQuietly(const std::filesystem::path& file, int flags, mode_t mode = 0);
 
 // The error for what a native call left in errno.
 DWORD errorForNative(int native);

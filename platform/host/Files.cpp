@@ -4,11 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <system_error>
 #include <vector>
 
 #include "platform/host/Call.h"
+#include "platform/host/DriveLimits.h"
 #include "platform/host/FileObject.h"
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
@@ -30,10 +33,14 @@ std::vector<std::weak_ptr<FileObject>>& openFiles() {
   return *files;
 }
 
+bool asksToWrite(DWORD access) {
+  return (access & (GENERIC_WRITE | FILE_APPEND_DATA)) != 0;
+}
+
 // Whether what is open already and what is asked for let each other be.
 bool sharingAllows(const fs::path& path, DWORD access, DWORD share) {
   const bool reads = (access & GENERIC_READ) != 0;
-  const bool writes = (access & (GENERIC_WRITE | FILE_APPEND_DATA)) != 0;
+  const bool writes = asksToWrite(access);
   for (const auto& weak : openFiles()) {
     const auto file = weak.lock();
     if (file == nullptr || file->path != path) {
@@ -95,28 +102,11 @@ DWORD checkDisposition(DWORD disposition, bool exists) {
 }
 
 int nativeFlags(DWORD access, DWORD disposition) {
-  const bool writes = (access & (GENERIC_WRITE | FILE_APPEND_DATA)) != 0;
+  const bool writes = asksToWrite(access);
   int flags = O_CLOEXEC | (writes ? O_RDWR : O_RDONLY);
   flags |= disposition == OPEN_EXISTING ? 0 : O_CREAT;
   flags |= disposition == CREATE_ALWAYS ? O_TRUNC : 0;
   return flags;
-}
-
-// The handle, with the last error that tells whether the file had been there.
-HANDLE openFile(Call& call, const Target& target, DWORD access, DWORD share, DWORD disposition) {
-  const int descriptor = open(target.path.c_str(), nativeFlags(access, disposition), kFileMode);
-  if (descriptor < 0) {
-    return call.fails(errorForNative(errno), INVALID_HANDLE_VALUE);
-  }
-  if (!target.exists || disposition == CREATE_ALWAYS) {
-    Drive::stamp(target.path, machine().utcMs());
-  }
-  auto file = std::make_shared<FileObject>(target.path, descriptor, access, share);
-  std::erase_if(openFiles(), [](const auto& weak) { return weak.expired(); });
-  openFiles().push_back(file);
-  const bool reused = target.exists && (disposition == OPEN_ALWAYS || disposition == CREATE_ALWAYS);
-  setLastError(reused ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-  return call.returns(HandleTable::instance().add(std::move(file), "CreateFileW"));
 }
 
 // Where the pointer would come to; below 0 if that is before the file's start.
@@ -132,6 +122,39 @@ std::int64_t destination(const FileObject& file, std::int64_t distance, DWORD me
   return native.st_size + distance;
 }
 
+std::uint64_t sizeOf(const fs::path& path) {
+  struct stat native {};
+  return stat(path.c_str(), &native) == 0 ? static_cast<std::uint64_t>(native.st_size) : 0;
+}
+
+// How far a write of `size` bytes at the pointer would reach behind the file's end.
+std::uint64_t growthBy(const FileObject& file, DWORD size) {
+  const std::int64_t end = destination(file, 0, FILE_END);
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(file.pointer + size - end, 0));
+}
+
+// The handle, with the last error that tells whether the file had been there.
+HANDLE openFile(Call& call, const Target& target, DWORD access, DWORD share, DWORD disposition) {
+  const std::uint64_t emptied =
+      target.exists && disposition == CREATE_ALWAYS ? sizeOf(target.path) : 0;
+  const int descriptor = openQuietly(target.path, nativeFlags(access, disposition), kFileMode);
+  if (descriptor < 0) {
+    return call.fails(errorForNative(errno), INVALID_HANDLE_VALUE);
+  }
+  driveLimits().giveBack(emptied);
+  if (!target.exists) {
+    Drive::stamp(target.path, machine().utcMs());
+  } else if (disposition == CREATE_ALWAYS) {
+    stampWrite(target.path, machine().utcMs());
+  }
+  auto file = std::make_shared<FileObject>(target.path, descriptor, access, share);
+  std::erase_if(openFiles(), [](const auto& weak) { return weak.expired(); });
+  openFiles().push_back(file);
+  const bool reused = target.exists && (disposition == OPEN_ALWAYS || disposition == CREATE_ALWAYS);
+  setLastError(reused ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+  return call.returns(HandleTable::instance().add(std::move(file), "CreateFileW"));
+}
+
 // Names come as the program gives them; a trailing separator asks for a folder.
 bool asksForFolder(LPCWSTR name) {
   const std::wstring_view text(name);
@@ -139,6 +162,19 @@ bool asksForFolder(LPCWSTR name) {
 }
 
 }  // namespace
+
+void stampWrite(const fs::path& file, std::int64_t utcMs) {
+  constexpr std::int64_t kEpochDistanceMs = 11'644'473'600'000;
+  const std::int64_t nativeMs = utcMs - kEpochDistanceMs;
+  const std::timespec times[] = {{0, UTIME_OMIT}, {nativeMs / 1000, nativeMs % 1000 * 1'000'000}};
+  utimensat(AT_FDCWD, file.c_str(), times, 0);
+}
+
+int openQuietly(const fs::path& file, int flags, mode_t mode) {
+  const int descriptor = open(file.c_str(), flags | O_NOATIME, mode);
+  // Only a file's owner may ask for that.
+  return descriptor < 0 && errno == EPERM ? open(file.c_str(), flags, mode) : descriptor;
+}
 
 FileObject::~FileObject() {
   close(descriptor);
@@ -180,10 +216,18 @@ DWORD deleteFile(LPCWSTR name) {
   if (fs::is_directory(target.path, ignored)) {
     return ERROR_ACCESS_DENIED;
   }
+  if (driveLimits().denies(target.path) || isReadOnly(target.path)) {
+    return ERROR_ACCESS_DENIED;
+  }
   if (isHeldOpen(target.path)) {
     return ERROR_SHARING_VIOLATION;
   }
-  return unlink(target.path.c_str()) == 0 ? ERROR_SUCCESS : errorForNative(errno);
+  const std::uint64_t bytes = sizeOf(target.path);
+  if (unlink(target.path.c_str()) != 0) {
+    return errorForNative(errno);
+  }
+  driveLimits().giveBack(bytes);
+  return ERROR_SUCCESS;
 }
 
 DWORD moveFile(LPCWSTR existingName, LPCWSTR newName) {
@@ -200,6 +244,9 @@ DWORD moveFile(LPCWSTR existingName, LPCWSTR newName) {
   }
   if (target.exists && target.path != source.path) {
     return ERROR_ALREADY_EXISTS;
+  }
+  if (driveLimits().denies(source.path) || driveLimits().denies(target.path)) {
+    return ERROR_ACCESS_DENIED;
   }
   if (isHeldOpen(source.path)) {
     return ERROR_SHARING_VIOLATION;
@@ -239,6 +286,10 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
   }
   if (host::asksForFolder(name)) {
     return call.fails(ERROR_INVALID_NAME, INVALID_HANDLE_VALUE);
+  }
+  const bool changes = host::asksToWrite(access) || disposition == CREATE_ALWAYS;
+  if (host::driveLimits().denies(target.path) || (changes && host::isReadOnly(target.path))) {
+    return call.fails(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);
   }
   if (!host::sharingAllows(target.path, access, share)) {
     return call.fails(ERROR_SHARING_VIOLATION, INVALID_HANDLE_VALUE);
@@ -307,10 +358,16 @@ BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD written,
   if (!file->mayWrite()) {
     file->pointer = host::destination(*file, 0, FILE_END);
   }
+  const std::uint64_t growth = host::growthBy(*file, size);
+  const DWORD fitting = host::driveLimits().fitting(size, growth);
+  if (fitting == 0 && size > 0) {
+    return call.fails(ERROR_DISK_FULL, FALSE);
+  }
+  host::driveLimits().take(growth);
   DWORD done = 0;
-  while (done < size) {
+  while (done < fitting) {
     const ssize_t put = pwrite(file->descriptor, static_cast<const char*>(buffer) + done,
-                               size - done, file->pointer);
+                               fitting - done, file->pointer);
     if (put < 0 && errno != EINTR) {
       return call.fails(host::errorForNative(errno), FALSE);
     }
@@ -318,7 +375,7 @@ BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD written,
     file->pointer += put > 0 ? put : 0;
   }
   if (size > 0) {
-    host::Drive::stamp(file->path, host::machine().utcMs());
+    host::stampWrite(file->path, host::machine().utcMs());
   }
   if (written != nullptr) {
     *written = done;

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "platform/host/Call.h"
+#include "platform/host/DriveLimits.h"
 #include "platform/host/Ledger.h"
 
 namespace host {
@@ -120,6 +121,7 @@ void resetMachine(Scheduler::Mode mode, std::uint64_t seed) {
     Scheduler::instance().start(mode, seed);
   }
   machine() = Machine();
+  driveLimits() = DriveLimits();
   Journal::instance() = Journal();
   Faults::instance().clear();
   CallHooks::instance().clear();

@@ -138,6 +138,10 @@ struct Scenario {
   bool schedulerRefuses = false;
   bool moduleFileNameClearsLastError = true;
   std::optional<Nanoseconds> taskProgramRuns;
+  std::optional<std::uint32_t> freeBytes;  // of the drive
+  bool shortWrites = false;
+  std::vector<std::wstring> deniedPaths;
+  std::vector<std::wstring> readOnlyFiles;
 
   // The client stack.
   std::optional<std::wstring> stackDirectory;  // installed there: device, keys and folder

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "platform/host/Drive.h"
+#include "platform/host/DriveLimits.h"
 #include "platform/host/Scenario.h"
 #include "platform/host/Text.h"
 
@@ -60,6 +61,9 @@ std::optional<std::string> fillDrive(const Scenario& scenario, const fs::path& d
   }
   for (const ScenarioFile& file : scenario.files) {
     files.write(file.path, file.bytes);
+  }
+  for (const std::wstring& path : scenario.readOnlyFiles) {
+    setReadOnly(files, path, true);
   }
   return std::nullopt;
 }

@@ -6,6 +6,7 @@
 
 #include "platform/host/Bootstrap.h"
 #include "platform/host/Call.h"
+#include "platform/host/DriveLimits.h"
 #include "platform/host/Imbalances.h"
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
@@ -263,6 +264,21 @@ void setUpSystem(const Scenario& scenario) {
   }
 }
 
+void setUpLimits(const Scenario& scenario) {
+  DriveLimits& limits = driveLimits();
+  if (scenario.freeBytes) {
+    limits.freeBytes = *scenario.freeBytes;
+  }
+  limits.shortWrites = scenario.shortWrites;
+  for (const std::wstring& path : scenario.deniedPaths) {
+    try {
+      limits.deny(path);
+    } catch (const DriveError& error) {
+      note(std::string("not denied: ") + error.what());
+    }
+  }
+}
+
 void setUpInstallation(const Scenario& scenario) {
   Machine& system = machine();
   for (const ScenarioRegistryKey& key : scenario.registry) {
@@ -325,6 +341,7 @@ void setUpMachine(const Scenario& scenario) {
   };
   setUpSystem(scenario);
   setUpInstallation(scenario);
+  setUpLimits(scenario);
   armCalls(scenario);
 }
 

@@ -240,6 +240,25 @@ Reason readClearsLastError(Value value, Value /*name*/, Scenario& scenario) {
   return readYesNo(value, scenario.moduleFileNameClearsLastError);
 }
 
+Reason readFreeSpace(Value value, Value /*name*/, Scenario& scenario) {
+  std::uint32_t bytes = 0;
+  const Reason reason = readNumber(value, UINT32_MAX, bytes);
+  scenario.freeBytes = bytes;
+  return reason;
+}
+
+Reason readShortWrites(Value value, Value /*name*/, Scenario& scenario) {
+  return readYesNo(value, scenario.shortWrites);
+}
+
+Reason readDenied(Value value, Value /*name*/, Scenario& scenario) {
+  return readPath(value, scenario.deniedPaths.emplace_back());
+}
+
+Reason readReadOnly(Value value, Value /*name*/, Scenario& scenario) {
+  return readPath(value, scenario.readOnlyFiles.emplace_back());
+}
+
 constexpr std::array kMachineKeys = {
     Key{"windows", false, false, readWindows},
     Key{"language", false, false, readLanguage},
@@ -259,6 +278,10 @@ constexpr std::array kMachineKeys = {
     Key{"on batteries", false, false, readBatteries},
     Key{"scheduler", false, false, readScheduler},
     Key{"task program runs", false, false, readProgramRuns},
+    Key{"free space", false, false, readFreeSpace},
+    Key{"short writes", false, false, readShortWrites},
+    Key{"denied", true, false, readDenied},
+    Key{"read only", true, false, readReadOnly},
     Key{"module file name clears last error", false, false, readClearsLastError},
 };
 

@@ -3,10 +3,12 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <ctime>
 #include <system_error>
 #include <vector>
 
 #include "platform/host/Call.h"
+#include "platform/host/DriveLimits.h"
 #include "platform/host/FileObject.h"
 #include "platform/host/Machine.h"
 
@@ -21,6 +23,7 @@ constexpr std::uint64_t kNanosecondsPerStep = 100;
 // Between the platform's epoch, 1601, and the native one, 1970.
 constexpr std::uint64_t kEpochDistanceSeconds = 11'644'473'600;
 // The calendar ends in the year 30827.
+constexpr DWORD kAttributeReadOnly = 1;
 constexpr std::uint64_t kLastStep = 0x7FFF35F4F06C58F0;
 
 struct Found {
@@ -104,7 +107,19 @@ Search search(std::wstring_view pattern) {
   if (error != ERROR_SUCCESS || !fs::is_directory(*folder, ignored)) {
     return {{}, error == ERROR_INVALID_NAME ? error : ERROR_PATH_NOT_FOUND};
   }
+  if (driveLimits().denies(*folder)) {
+    return {{}, ERROR_ACCESS_DENIED};
+  }
   if (name.empty()) {
+    return {{}, ERROR_FILE_NOT_FOUND};
+  }
+  // A folder may hold many entries: a name without wildcards is looked up and not searched for.
+  const bool isPattern = name.find_first_of(L"*?") != std::wstring_view::npos;
+  if (!isPattern && name.find_first_not_of(L'.') != std::wstring_view::npos) {
+    const auto entry = machine().drive.locate(pattern, &error);
+    if (entry && error == ERROR_SUCCESS) {
+      return {{{toWide(entry->filename().string()), *entry}}, ERROR_SUCCESS};
+    }
     return {{}, ERROR_FILE_NOT_FOUND};
   }
   const bool isRoot = folder->parent_path() == machine().drive.root();
@@ -119,13 +134,21 @@ void describe(const Found& entry, WIN32_FIND_DATAW* data) {
   *data = {};
   const bool isFolder = S_ISDIR(native.st_mode);
   data->dwFileAttributes = isFolder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
-  data->ftCreationTime = timeOf(native);
-  data->ftLastAccessTime = timeOf(native);
-  data->ftLastWriteTime = timeOf(native);
+  data->dwFileAttributes |= isReadOnly(entry.path) ? kAttributeReadOnly : 0;
+  data->ftCreationTime = creationTimeOf(native);
+  data->ftLastAccessTime = creationTimeOf(native);
+  data->ftLastWriteTime = writeTimeOf(native);
   const auto size = isFolder ? 0 : static_cast<std::uint64_t>(native.st_size);
   data->nFileSizeHigh = static_cast<DWORD>(size >> 32U);
   data->nFileSizeLow = static_cast<DWORD>(size);
   entry.name.copy(data->cFileName, MAX_PATH - 1);
+}
+
+FILETIME fileTime(const std::timespec& native) {
+  const std::uint64_t steps =
+      (static_cast<std::uint64_t>(native.tv_sec) + kEpochDistanceSeconds) * kStepsPerSecond +
+      static_cast<std::uint64_t>(native.tv_nsec) / kNanosecondsPerStep;
+  return {static_cast<DWORD>(steps), static_cast<DWORD>(steps >> 32U)};
 }
 
 std::uint64_t stepsOf(const FILETIME& time) {
@@ -134,12 +157,12 @@ std::uint64_t stepsOf(const FILETIME& time) {
 
 }  // namespace
 
-FILETIME timeOf(const struct stat& native) {
-  const std::uint64_t steps =
-      (static_cast<std::uint64_t>(native.st_mtim.tv_sec) + kEpochDistanceSeconds) *
-          kStepsPerSecond +
-      static_cast<std::uint64_t>(native.st_mtim.tv_nsec) / kNanosecondsPerStep;
-  return {static_cast<DWORD>(steps), static_cast<DWORD>(steps >> 32U)};
+FILETIME creationTimeOf(const struct stat& native) {
+  return fileTime(native.st_atim);
+}
+
+FILETIME writeTimeOf(const struct stat& native) {
+  return fileTime(native.st_mtim);
 }
 
 }  // namespace host
@@ -208,10 +231,13 @@ BOOL GetFileTime(HANDLE handle, FILETIME* creation, FILETIME* access, FILETIME* 
   if (file == nullptr || fstat(file->descriptor, &native) != 0) {
     return call.fails(ERROR_INVALID_HANDLE, FALSE);
   }
-  for (FILETIME* wanted : {creation, access, write}) {
+  for (FILETIME* wanted : {creation, access}) {
     if (wanted != nullptr) {
-      *wanted = host::timeOf(native);
+      *wanted = host::creationTimeOf(native);
     }
+  }
+  if (write != nullptr) {
+    *write = host::writeTimeOf(native);
   }
   return call.returns(TRUE);
 }

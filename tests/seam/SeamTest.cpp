@@ -31,6 +31,18 @@ TEST(SeamTest, ReadsAProductToCheck) {
   }
 }
 
+// Opening the debug outlet does nothing that could be seen, so its calls are looked for in the
+// text.
+TEST(SeamTest, LogSetupOpensTheDebugOutletOnBothSidesOfItsThreshold) {
+  std::string steps;
+  for (const std::string& line : product().at("VUSL/Support/LogSetup.cpp").code) {
+    steps += line.find("debugOutlet.reopen()") != std::string::npos ? "open " : "";
+    steps += line.find("OutletBase<DebugLogOutlet>::level =") != std::string::npos ? "level " : "";
+    steps += line.find("sink.attach(&debugOutlet") != std::string::npos ? "attach " : "";
+  }
+  EXPECT_EQ(steps, "open level open attach ");
+}
+
 TEST(SeamTest, RoomsIncludeOnlyTheRoomsBelowThem) {
   expectNone(seam::forbiddenArrows(product()));
 }

@@ -198,6 +198,13 @@ TEST_F(LogItemTest, vanishesWhileNoOutletIsAttached) {
   EXPECT_TRUE(log.texts().empty());
 }
 
+TEST_F(LogItemTest, readsTheClockForBothChannelsAlsoWhenNobodyTakesTheItem) {
+  LogSink::process().detachAll();
+  LogItem() << "text";
+  EXPECT_EQ(journal().calls("GetLocalTime").size(), 2U);
+  EXPECT_EQ(journal().calls("GetCurrentThreadId").size(), 2U);
+}
+
 using LogItemDeathTest = LogItemTest;
 
 TEST_F(LogItemDeathTest, endsTheProcessAtAnOutletThatIsNull) {

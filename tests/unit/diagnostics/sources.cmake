@@ -8,15 +8,21 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/LanguageLibrariesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogItemTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogRecorderTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/LogSetupFaultTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogSetupTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogSinkTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/LogTextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/OutletBaseTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ResourceExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ResourceLoaderFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ResourceLoaderTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/RollingDateFileLogOutletFaultTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingDateFileLogOutletTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/RollingFileLogOutletFaultTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingFileLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SysExceptionFailureTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/RollingOutletEdgeTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/RollingOutletLossTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SysExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TraceProviderTest.cpp

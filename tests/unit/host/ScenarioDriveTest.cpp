@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "platform/host/DriveLimits.h"
 #include "platform/host/Scenario.h"
 
 namespace host {
@@ -74,6 +75,20 @@ TEST_F(ScenarioDriveTest, FilesAreWrittenWithTheirFolders) {
   scenario_.files.push_back({L"C:\\a\\b\\c.conf", "text"});
   ASSERT_EQ(prepare(), std::nullopt);
   EXPECT_EQ(read(drive() / "C/a/b/c.conf"), "text");
+}
+
+TEST_F(ScenarioDriveTest, AFileIsReadOnlyIfTheScenarioSaysSo) {
+  scenario_.files.push_back({L"C:\\a.conf", "text"});
+  scenario_.files.push_back({L"C:\\b.conf", "text"});
+  scenario_.readOnlyFiles.push_back(L"C:\\A.conf");
+  ASSERT_EQ(prepare(), std::nullopt);
+  EXPECT_TRUE(isReadOnly(drive() / "C/a.conf"));
+  EXPECT_FALSE(isReadOnly(drive() / "C/b.conf"));
+}
+
+TEST_F(ScenarioDriveTest, AReadOnlyFileThatIsMissingIsAReason) {
+  scenario_.readOnlyFiles.push_back(L"C:\\none.conf");
+  EXPECT_EQ(prepare(), "C:\\none.conf: no such file");
 }
 
 TEST_F(ScenarioDriveTest, WithoutAStackNoStandInIsNeeded) {

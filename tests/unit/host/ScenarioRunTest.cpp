@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include "platform/host/DriveLimits.h"
 #include "platform/host/Report.h"
 #include "platform/host/Scenario.h"
 #include "tests/support/MachineTest.h"
@@ -65,6 +66,24 @@ TEST_F(ScenarioRunTest, EventsAndNamespacesOfOthersAreThere) {
   setUp("[machine]\nevent = Global\\E\nnamespace taken = N\n");
   EXPECT_TRUE(eventIsThere());
   EXPECT_TRUE(machine().objects.namespaceExists(L"N"));
+}
+
+TEST_F(ScenarioRunTest, TheDriveRefusesWhatTheScenarioSays) {
+  machine().drive.createFolder(L"C:\\data");
+  setUp(
+      "[machine]\nfree space = 100\nshort writes = yes\ndenied = C:\\data\\a\n"
+      "denied = C:\\data\\b\ndenied = C:\\none\\c\n");
+  EXPECT_EQ(driveLimits().freeBytes, 100U);
+  EXPECT_TRUE(driveLimits().shortWrites);
+  EXPECT_TRUE(driveLimits().denies(*machine().drive.locate(L"C:\\data\\a")));
+  EXPECT_TRUE(driveLimits().denies(*machine().drive.locate(L"C:\\data\\b")));
+  EXPECT_FALSE(driveLimits().denies(*machine().drive.locate(L"C:\\data\\c")));
+}
+
+TEST_F(ScenarioRunTest, TheDriveRefusesNothingUnlessTheScenarioSaysSo) {
+  setUp("");
+  EXPECT_EQ(driveLimits().freeBytes, std::nullopt);
+  EXPECT_FALSE(driveLimits().shortWrites);
 }
 
 TEST_F(ScenarioRunTest, RegistryAndDevicesAreWhatTheScenarioSays) {
