@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 
-#include "VUSL/Support/CriticalSection.h"
 #include "VUSL/Support/LogStatusListener.h"
 #include "VUSL/Support/OutletBase.h"
 #include "VUSL/SupportCore/File.h"
@@ -59,8 +58,6 @@ class RollingFileLogOutlet : public OutletBase<RollingFileLogOutlet> {
   vusl::string_t logFileName;
 
  private:
-  static vusl::CriticalSection& sharedLock();
-
   void rollIfFull(uint32_t lengthBytes);
   // Tells the listener of the first failure of a run; `reason` follows `text`.
   void reportFailure(const wchar_t* text, const char* reason) noexcept;
