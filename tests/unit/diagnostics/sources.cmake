@@ -1,4 +1,5 @@
 list(APPEND unit_test_sources
+  ${CMAKE_CURRENT_LIST_DIR}/AppendPrintedTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConsoleLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DebugLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EtwEventTest.cpp
@@ -6,6 +7,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/GetSystemErrorTextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LanguageLibrariesTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/LogItemMemoryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogItemTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogRecorderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogSetupFaultTest.cpp
@@ -23,6 +25,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/SysExceptionFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingOutletEdgeTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingOutletLossTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/SpareTextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SysExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TraceProviderTest.cpp
