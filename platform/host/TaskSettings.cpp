@@ -178,15 +178,13 @@ HRESULT TaskSettingsObject::get_IdleSettings(IIdleSettings** settings) {
 }
 HRESULT TaskSettingsObject::put_IdleSettings(IIdleSettings* settings) {
   MethodCall call(*this, "ITaskSettings::put_IdleSettings");
+  auto* const object = dynamic_cast<IdleSettingsObject*>(settings);
+  const bool isGone = object != nullptr && !object->isAlive("ITaskSettings::put_IdleSettings");
   if (call.isRefused()) {
     return call.refuses();
   }
-  auto* const object = dynamic_cast<IdleSettingsObject*>(settings);
-  if (object == nullptr) {
-    return call.answers(E_INVALIDARG);
-  }
-  if (!object->isAlive("ITaskSettings::put_IdleSettings")) {
-    return call.answers(kObjectGone);
+  if (object == nullptr || isGone) {
+    return call.answers(isGone ? kObjectGone : E_INVALIDARG);
   }
   const Scheduler::Guard guard;
   const auto other = object->node()->child("Settings");
