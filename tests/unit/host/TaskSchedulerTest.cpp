@@ -178,6 +178,21 @@ TEST_F(TaskSchedulerTest, AFailedRegistrationChangesNothing) {
   EXPECT_EQ(machine().drive.read(kFile), before);
 }
 
+TEST_F(TaskSchedulerTest, AFullDriveFailsTheRegistration) {
+  machine().drive.linkIn("/dev/full", kFile);
+  EXPECT_EQ(code(put(kName, *wholeTask(), TASK_CREATE)), 0x80070070U);
+}
+
+TEST_F(TaskSchedulerTest, ADriveThatDeniesTheFileFailsTheRegistration) {
+  machine().drive.createFolder(kFile);
+  EXPECT_EQ(code(put(kName, *wholeTask(), TASK_CREATE)), 0x80070005U);
+}
+
+TEST_F(TaskSchedulerTest, AFolderThatCannotBeMadeFailsTheRegistration) {
+  machine().drive.write(kFile, "a file");
+  EXPECT_EQ(code(put(std::wstring(kName) + L"\\Task", *wholeTask(), TASK_CREATE)), 0x80070003U);
+}
+
 // Validation
 
 TEST_F(TaskSchedulerTest, SettersTakeAnythingAndTheRegistrationRefusesIt) {
