@@ -26,6 +26,8 @@ struct Action {
     kWriteFile,      // subject: path, text: content
     kDeleteFile,     // subject: path
     kLogEvent,       // subject: the provider, text: the log, number: the event's id
+    kPower,          // number: 1 for batteries, 0 for mains
+    kNetwork,        // number: 1 if there is one from now on
     kEndProcess,     // the process is ended from outside
   };
   Kind kind = Kind::kSignalEvent;
@@ -121,6 +123,8 @@ struct Scenario {
   bool schedulerRefuses = false;
   bool moduleFileNameClearsLastError = true;
   std::optional<Nanoseconds> taskProgramRuns;
+  std::vector<DWORD> taskProgramExitCodes;
+  bool comSecurityEnds = true;  // with the last thread that has begun COM
 
   // The client stack.
   std::optional<std::wstring> stackDirectory;  // installed there: device, keys and folder

@@ -150,6 +150,23 @@ Reason readLogEvent(std::string_view text, Action& action) {
   return readNumber(text.substr(last + 1), UINT16_MAX, action.number);
 }
 
+Reason readChoice(std::string_view text, std::string_view no, std::string_view yes,
+                  Action& action) {
+  if (text != no && text != yes) {
+    return inQuotes(text) + " is neither " + inQuotes(yes) + " nor " + inQuotes(no);
+  }
+  action.number = text == yes ? 1 : 0;
+  return std::nullopt;
+}
+
+Reason readPower(std::string_view text, Action& action) {
+  return readChoice(text, "mains", "batteries", action);
+}
+
+Reason readNetwork(std::string_view text, Action& action) {
+  return readChoice(text, "gone", "back", action);
+}
+
 struct ActionRow {
   std::string_view name;
   Action::Kind kind;
@@ -164,6 +181,8 @@ constexpr std::array kActions = {
     ActionRow{"write", Action::Kind::kWriteFile, readWrite},
     ActionRow{"delete", Action::Kind::kDeleteFile, readDelete},
     ActionRow{"event", Action::Kind::kLogEvent, readLogEvent},
+    ActionRow{"power", Action::Kind::kPower, readPower},
+    ActionRow{"network", Action::Kind::kNetwork, readNetwork},
     ActionRow{"end process", Action::Kind::kEndProcess, readNothing},
 };
 
