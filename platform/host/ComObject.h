@@ -88,10 +88,7 @@ class MethodCall : public StatusCall {
  public:
   template <class... Arguments>
   MethodCall(const ComObject& object, const char* name, const Arguments&... arguments)
-      : StatusCall(name, arguments...),
-        verdict_(faulted()              ? static_cast<HRESULT>(fault())
-                 : object.isAlive(name) ? S_OK
-                                        : kObjectGone) {}
+      : StatusCall(name, arguments...), verdict_(verdictOn(object.isAlive(name))) {}
 
   // Negative if the method must answer with this at once.
   HRESULT verdict() const { return verdict_; }
@@ -102,6 +99,14 @@ class MethodCall : public StatusCall {
   HRESULT refuses() { return answers(verdict_); }
 
  private:
+  // A call that is told to fail fails as it is told; that the object was gone is noted by then.
+  HRESULT verdictOn(bool isAlive) const {
+    if (faulted()) {
+      return static_cast<HRESULT>(fault());
+    }
+    return isAlive ? S_OK : kObjectGone;
+  }
+
   HRESULT verdict_;
 };
 

@@ -5,6 +5,7 @@
 #include "platform/host/Call.h"
 #include "platform/host/DriveLimits.h"
 #include "platform/host/Ledger.h"
+#include "platform/host/TaskRuns.h"
 
 namespace host {
 namespace {
@@ -116,6 +117,7 @@ Machine& machine() {
 
 void resetMachine(Scheduler::Mode mode, std::uint64_t seed) {
   if (Scheduler::isKnown()) {
+    TaskRuns::instance().clear();
     Scheduler::instance().restart(mode, seed);
   } else {
     Scheduler::instance().start(mode, seed);

@@ -30,6 +30,13 @@ struct StartedProgram {
 // Starts a program of the machine's drive as a real child.
 StartedProgram startProgram(const std::wstring& path);
 
+// Waits until such a program has ended and gives what it ended with; a program that takes longer
+// than ten seconds is ended.
+int exitCodeOf(pid_t child);
+
+// Ends such a program, if it is still there after a moment in which it may end by itself.
+void endProgram(pid_t child);
+
 // Waits until all programs that were started have ended, so that what they leave on the drive is
 // there when the life's end is reported; gives up on one that takes longer than ten seconds.
 void waitForPrograms();

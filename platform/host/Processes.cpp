@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -19,6 +20,8 @@ namespace {
 constexpr DWORD kFirstProcessId = 0x2000;
 constexpr DWORD kIdStep = 4;
 constexpr int kPatienceMs = 10'000;
+// The stand-in ends at once, and what it leaves on the drive must not depend on who is faster.
+constexpr int kGraceMs = 2'000;
 
 std::vector<pid_t>& children() {
   static auto* all = new std::vector<pid_t>;
@@ -29,6 +32,15 @@ bool hasEnded(pid_t child) {
   siginfo_t info{};
   return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
          info.si_pid == child;
+}
+
+// False if it has not ended by then.
+bool waitForEnd(pid_t child, int patienceMs) {
+  const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+  pollfd ended{descriptor, POLLIN, 0};
+  const bool hasCome = poll(&ended, 1, patienceMs) > 0;
+  close(descriptor);
+  return hasCome;
 }
 
 // Starts the file with nothing of ours but its own folder as current directory.
@@ -71,12 +83,24 @@ bool ProcessObject::signalled(const Thread& /*waiter*/) const {
   return hasEnded(child_);
 }
 
+int exitCodeOf(pid_t child) {
+  if (!waitForEnd(child, kPatienceMs)) {
+    endProgram(child);
+  }
+  siginfo_t info{};
+  waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT);
+  return info.si_status;
+}
+
+void endProgram(pid_t child) {
+  if (!waitForEnd(child, kGraceMs)) {
+    kill(child, SIGKILL);
+  }
+}
+
 void waitForPrograms() {
   for (const pid_t child : children()) {
-    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
-    pollfd ended{descriptor, POLLIN, 0};
-    poll(&ended, 1, kPatienceMs);
-    close(descriptor);
+    waitForEnd(child, kPatienceMs);
   }
 }
 

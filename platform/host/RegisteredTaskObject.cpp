@@ -1,7 +1,7 @@
 #include "platform/host/RegisteredTaskObject.h"
 
-#include "platform/host/Machine.h"
 #include "platform/host/TaskDefinitionObject.h"
+#include "platform/host/TaskRuns.h"
 
 namespace host {
 namespace {
@@ -71,9 +71,7 @@ class RegisteredTaskObject final : public TaskFace<IRegisteredTask, IID_IRegiste
 
 HRESULT RegisteredTaskObject::get_State(TASK_STATE* state) {
   return get("IRegisteredTask::get_State", state, TASK_STATE_UNKNOWN, [&] {
-    const auto instance = machine().taskInstances.find(name_);
-    if (instance != machine().taskInstances.end() &&
-        instance->second > Scheduler::instance().now()) {
+    if (TaskRuns::instance().isRunning(name_)) {
       return TASK_STATE_RUNNING;
     }
     const bool isEnabled = booleanValue(node()->value("Settings/Enabled"), true);

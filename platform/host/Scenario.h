@@ -31,6 +31,8 @@ struct Action {
     kDisableTrace,    // subject: the session's name
     kAttachListener,  // somebody begins to listen to the debug output
     kDetachListener,  // nobody listens to it any more
+    kPower,           // number: 1 for batteries, 0 for mains
+    kNetwork,         // number: 1 if there is one from now on
     kEndProcess,      // the process is ended from outside
   };
   // The level that the session's own section gives.
@@ -142,6 +144,8 @@ struct Scenario {
   bool shortWrites = false;
   std::vector<std::wstring> deniedPaths;
   std::vector<std::wstring> readOnlyFiles;
+  std::vector<DWORD> taskProgramExitCodes;
+  bool comSecurityEnds = true;  // with the last thread that has begun COM
 
   // The client stack.
   std::optional<std::wstring> stackDirectory;  // installed there: device, keys and folder

@@ -161,6 +161,23 @@ Reason readEnableTrace(std::string_view text, Action& action) {
   return words.size() == 2 ? readNumber(words[1], UINT8_MAX, action.number) : std::nullopt;
 }
 
+Reason readChoice(std::string_view text, std::string_view no, std::string_view yes,
+                  Action& action) {
+  if (text != no && text != yes) {
+    return inQuotes(text) + " is neither " + inQuotes(yes) + " nor " + inQuotes(no);
+  }
+  action.number = text == yes ? 1 : 0;
+  return std::nullopt;
+}
+
+Reason readPower(std::string_view text, Action& action) {
+  return readChoice(text, "mains", "batteries", action);
+}
+
+Reason readNetwork(std::string_view text, Action& action) {
+  return readChoice(text, "gone", "back", action);
+}
+
 struct ActionRow {
   std::string_view name;
   Action::Kind kind;
@@ -179,6 +196,8 @@ constexpr std::array kActions = {
     ActionRow{"disable trace", Action::Kind::kDisableTrace, readEventName},
     ActionRow{"attach listener", Action::Kind::kAttachListener, readNothing},
     ActionRow{"detach listener", Action::Kind::kDetachListener, readNothing},
+    ActionRow{"power", Action::Kind::kPower, readPower},
+    ActionRow{"network", Action::Kind::kNetwork, readNetwork},
     ActionRow{"end process", Action::Kind::kEndProcess, readNothing},
 };
 

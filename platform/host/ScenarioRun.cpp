@@ -12,6 +12,7 @@
 #include "platform/host/Machine.h"
 #include "platform/host/Report.h"
 #include "platform/host/Scenario.h"
+#include "platform/host/TaskRuns.h"
 #include "platform/host/TraceDecoder.h"
 
 namespace host {
@@ -70,6 +71,16 @@ void deleteFile(const Action& action) {
 
 void logEvent(const Action& action) {
   machine().raiseEvent(toWide(action.text), action.subject, action.number);
+}
+
+void changePower(const Action& action) {
+  note(action.number != 0 ? "the machine goes on batteries" : "the machine goes on mains");
+  TaskRuns::instance().setPower(action.number != 0);
+}
+
+void changeNetwork(const Action& action) {
+  machine().network = action.number != 0;
+  note(machine().network ? "the network is back" : "the network is gone");
 }
 
 // A life that is cut short has given nothing back yet, so what is open does not count.
@@ -138,6 +149,10 @@ void perform(const Action& action) {
       return listen(true);
     case Action::Kind::kDetachListener:
       return listen(false);
+    case Action::Kind::kPower:
+      return changePower(action);
+    case Action::Kind::kNetwork:
+      return changeNetwork(action);
     case Action::Kind::kEndProcess:
       endProcess();
   }
@@ -253,6 +268,8 @@ void setUpSystem(const Scenario& scenario) {
   system.schedulerRefuses = scenario.schedulerRefuses;
   system.moduleFileNameClearsLastError = scenario.moduleFileNameClearsLastError;
   system.taskProgramRuns = scenario.taskProgramRuns.value_or(system.taskProgramRuns);
+  TaskRuns::instance().programExitCodes = scenario.taskProgramExitCodes;
+  system.com.securityEndsWithLastThread = scenario.comSecurityEnds;
   for (const std::wstring& event : scenario.publishedEvents) {
     system.publishEvent(event);
   }

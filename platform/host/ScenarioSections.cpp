@@ -236,6 +236,25 @@ Reason readProgramRuns(Value value, Value /*name*/, Scenario& scenario) {
   return reason;
 }
 
+Reason readExitCodes(Value value, Value /*name*/, Scenario& scenario) {
+  for (const Value word : wordsOf(value)) {
+    if (Reason reason = readCode(word, scenario.taskProgramExitCodes.emplace_back())) {
+      return reason;
+    }
+  }
+  return value.empty() ? Reason("there must be at least one exit code") : std::nullopt;
+}
+
+Reason readComSecurity(Value value, Value /*name*/, Scenario& scenario) {
+  constexpr Value kEnds = "until COM ends";
+  constexpr Value kStays = "for ever";
+  if (value != kEnds && value != kStays) {
+    return inQuotes(value) + " is neither " + inQuotes(kEnds) + " nor " + inQuotes(kStays);
+  }
+  scenario.comSecurityEnds = value == kEnds;
+  return std::nullopt;
+}
+
 Reason readClearsLastError(Value value, Value /*name*/, Scenario& scenario) {
   return readYesNo(value, scenario.moduleFileNameClearsLastError);
 }
@@ -282,6 +301,8 @@ constexpr std::array kMachineKeys = {
     Key{"short writes", false, false, readShortWrites},
     Key{"denied", true, false, readDenied},
     Key{"read only", true, false, readReadOnly},
+    Key{"task program exit codes", false, false, readExitCodes},
+    Key{"COM security lasts", false, false, readComSecurity},
     Key{"module file name clears last error", false, false, readClearsLastError},
 };
 

@@ -58,7 +58,9 @@ bool addUnits(std::string_view text, std::initializer_list<Unit> units, double& 
 }
 
 // The seconds of a duration such as "P1DT12H"; a month counts 30 days.
-std::optional<double> secondsOf(std::string_view text) {
+}  // namespace
+
+std::optional<double> durationSeconds(std::string_view text) {
   if (!text.starts_with('P') || text.size() < 2) {
     return std::nullopt;
   }
@@ -78,16 +80,18 @@ std::optional<double> secondsOf(std::string_view text) {
   return seconds;
 }
 
+namespace {
+
 bool isDuration(std::string_view text) {
-  return secondsOf(text).has_value();
+  return durationSeconds(text).has_value();
 }
 
 bool isMinuteOrMore(std::string_view text) {
-  return secondsOf(text).value_or(0) >= kMinute;
+  return durationSeconds(text).value_or(0) >= kMinute;
 }
 
 bool isRestartInterval(std::string_view text) {
-  return isMinuteOrMore(text) && *secondsOf(text) <= 31 * kDay;
+  return isMinuteOrMore(text) && *durationSeconds(text) <= 31 * kDay;
 }
 
 // Whether the text has the form of the pattern, in which "0" stands for any digit.

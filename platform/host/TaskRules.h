@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string_view>
+
 #include "platform/host/TaskDocument.h"
 #include "platform/host/windows/Types.h"
 
@@ -16,5 +19,9 @@ inline constexpr HRESULT kTaskMalformed = static_cast<HRESULT>(0x8004131A);
 // that no document can hold; `kTaskValueWrong` for any other value outside the public schema, a
 // path of more than 260 characters among them.
 HRESULT checkTask(const TaskNode& task);
+
+// The seconds of a period such as "PT30M", a year having 365 days and a month 30; nothing if it is
+// none.
+std::optional<double> durationSeconds(std::string_view text);
 
 }  // namespace host

@@ -30,6 +30,20 @@ bool readVariant(const VARIANT& variant, const char* call, std::wstring& text) {
   return isEmpty(variant) || (isText(variant) && readString(variant.bstrVal, call, text));
 }
 
+// A variant with its type and what is in it, for the journal.
+std::string journalForm(const VARIANT& variant, const std::wstring& text) {
+  switch (variant.vt) {
+    case VT_EMPTY:
+      return "EMPTY";
+    case VT_NULL:
+      return "NULL";
+    case VT_BSTR:
+      return "BSTR \"" + toUtf8(text) + "\"";
+    default:
+      return "type " + std::to_string(variant.vt);
+  }
+}
+
 // Clears the place of the answer, and says what a call that takes a text answers before it looks at
 // anything else; nothing if it may go on.
 template <class Interface>
@@ -159,11 +173,16 @@ HRESULT TaskFolderObject::RegisterTaskDefinition(BSTR path, ITaskDefinition* def
   Registration registration;
   std::wstring name;
   std::wstring secret;
-  const bool areTexts =
-      readString(path, kName, name) && readVariant(user, kName, registration.user) &&
-      readVariant(password, kName, secret) && readVariant(sddl, kName, registration.sddl);
-  MethodCall call(*this, kName, name.c_str(), flags, registration.user.c_str(), secret.c_str(),
-                  static_cast<int>(logon), registration.sddl.c_str());
+  bool areTexts = readString(path, kName, name);
+  areTexts = readVariant(user, kName, registration.user) && areTexts;
+  areTexts = readVariant(password, kName, secret) && areTexts;
+  areTexts = readVariant(sddl, kName, registration.sddl) && areTexts;
+  auto* const object = dynamic_cast<TaskDefinitionObject*>(definition);
+  MethodCall call(*this, kName, name.c_str(), object == nullptr ? "null" : object->kind(), flags,
+                  journalForm(user, registration.user).c_str(),
+                  journalForm(password, secret).c_str(), static_cast<int>(logon),
+                  journalForm(sddl, registration.sddl).c_str());
+  const bool isGone = object != nullptr && !object->isAlive(kName);
   if (task == nullptr) {
     return call.answers(E_POINTER);
   }
@@ -171,11 +190,10 @@ HRESULT TaskFolderObject::RegisterTaskDefinition(BSTR path, ITaskDefinition* def
   if (call.isRefused()) {
     return call.refuses();
   }
-  auto* const object = dynamic_cast<TaskDefinitionObject*>(definition);
   if (object == nullptr || !areTexts) {
     return call.answers(E_INVALIDARG);
   }
-  if (!object->isAlive(kName)) {
+  if (isGone) {
     return call.answers(kObjectGone);
   }
   const Scheduler::Guard guard;

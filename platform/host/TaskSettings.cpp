@@ -180,14 +180,12 @@ HRESULT TaskSettingsObject::put_IdleSettings(IIdleSettings* settings) {
   auto* const object = dynamic_cast<IdleSettingsObject*>(settings);
   const bool isOwn = object != nullptr && object == idle_.get();
   MethodCall call(*this, "ITaskSettings::put_IdleSettings", isOwn ? "its own" : "others");
+  const bool isGone = object != nullptr && !object->isAlive("ITaskSettings::put_IdleSettings");
   if (call.isRefused()) {
     return call.refuses();
   }
-  if (object == nullptr) {
-    return call.answers(E_INVALIDARG);
-  }
-  if (!object->isAlive("ITaskSettings::put_IdleSettings")) {
-    return call.answers(kObjectGone);
+  if (object == nullptr || isGone) {
+    return call.answers(isGone ? kObjectGone : E_INVALIDARG);
   }
   const Scheduler::Guard guard;
   const auto other = object->node()->child("Settings");

@@ -1,7 +1,9 @@
 #include "platform/host/TaskStart.h"
 
+#include <cstdlib>
+
 #include "platform/host/Machine.h"
-#include "platform/host/ProcessObject.h"
+#include "platform/host/TaskRules.h"
 
 namespace host {
 namespace {
@@ -12,30 +14,6 @@ std::string settingOf(const StoredTask& task, const char* name, const char* byDe
 
 bool isSet(const StoredTask& task, const char* name, bool byDefault) {
   return booleanValue(task.document->value("Settings/" + std::string(name)), byDefault);
-}
-
-bool isRunning(const std::wstring& name) {
-  const auto found = machine().taskInstances.find(name);
-  return found != machine().taskInstances.end() && found->second > Scheduler::instance().now();
-}
-
-// Why the task may not start now; empty if it may.
-std::string obstacle(const StoredTask& task) {
-  if (!isSet(task, "Enabled", true)) {
-    return "it is disabled";
-  }
-  if (isSet(task, "RunOnlyIfNetworkAvailable", false) && !machine().network) {
-    return "there is no network";
-  }
-  if (isSet(task, "DisallowStartIfOnBatteries", true) && machine().onBatteries) {
-    return "the machine is on batteries";
-  }
-  // A queued instance is not started later: it is as good as ignored here.
-  const std::string policy = settingOf(task, "MultipleInstancesPolicy", "IgnoreNew");
-  if (isRunning(task.name) && (policy == "IgnoreNew" || policy == "Queue")) {
-    return "it is still running";
-  }
-  return {};
 }
 
 // The program of the first action that starts one. The stored path may stand in double quotes.
@@ -56,24 +34,32 @@ std::string accountOf(const TaskNode& task) {
 
 }  // namespace
 
-void startTask(const StoredTask& task) {
-  Machine& machine = host::machine();
-  const std::string title = "task \"" + toUtf8(task.name) + "\" ";
-  const std::string reason = obstacle(task);
-  if (!reason.empty()) {
-    machine.note(title + "not started: " + reason);
-    return;
+TaskPlan planOf(const StoredTask& task) {
+  TaskPlan plan;
+  plan.name = task.name;
+  plan.program = programOf(*task.document);
+  plan.account = accountOf(*task.document);
+  plan.policy = settingOf(task, "MultipleInstancesPolicy", "IgnoreNew");
+  plan.stopsOnBatteries = isSet(task, "StopIfGoingOnBatteries", true);
+  const double seconds =
+      durationSeconds(settingOf(task, "RestartOnFailure/Interval", "PT0S")).value_or(0);
+  plan.restartInterval = static_cast<Nanoseconds>(seconds * 1000) * kNanosecondsPerMillisecond;
+  const std::string count = settingOf(task, "RestartOnFailure/Count", "0");
+  plan.restarts = static_cast<unsigned>(std::strtoul(count.c_str(), nullptr, 10));
+  return plan;
+}
+
+std::string obstacleTo(const StoredTask& task) {
+  if (!isSet(task, "Enabled", true)) {
+    return "it is disabled";
   }
-  const std::wstring program = programOf(*task.document);
-  const StartedProgram started = startProgram(program);
-  if (started.error != ERROR_SUCCESS) {
-    machine.note(title + "could not start " + toUtf8(program) + ", error " +
-                 std::to_string(started.error));
-    return;
+  if (isSet(task, "RunOnlyIfNetworkAvailable", false) && !machine().network) {
+    return "there is no network";
   }
-  machine.taskInstances[task.name] = Scheduler::instance().now() + machine.taskProgramRuns;
-  machine.tasksStarted.push_back({task.name, program, toWide(accountOf(*task.document))});
-  machine.note(title + "started " + toUtf8(program) + " as " + accountOf(*task.document));
+  if (isSet(task, "DisallowStartIfOnBatteries", true) && machine().onBatteries) {
+    return "the machine is on batteries";
+  }
+  return {};
 }
 
 }  // namespace host

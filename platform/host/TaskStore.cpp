@@ -1,9 +1,12 @@
 #include "platform/host/TaskStore.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
+#include "platform/host/FileObject.h"
 #include "platform/host/Machine.h"
 #include "platform/host/windows/Com.h"
 
@@ -25,6 +28,36 @@ std::optional<fs::path> existing(const std::wstring& path) {
   DWORD error = 0;
   auto place = machine().drive.locate(path, &error);
   return error == ERROR_SUCCESS ? place : std::nullopt;
+}
+
+// The error that keeps the file from being written. What it held before may be lost by then; a file
+// that was not there is not left behind in pieces.
+DWORD writeFile(const std::wstring& path, const std::string& bytes) {
+  Drive& drive = machine().drive;
+  try {
+    drive.createFolder(path.substr(0, path.rfind(L'\\')));
+  } catch (const DriveError&) {
+    return ERROR_PATH_NOT_FOUND;
+  }
+  const auto place = drive.locate(path);
+  if (!place) {
+    return ERROR_PATH_NOT_FOUND;
+  }
+  std::error_code ignored;
+  const bool isNew = !fs::exists(*place, ignored);
+  FILE* const file = std::fopen(place->c_str(), "wb");
+  if (file == nullptr) {
+    return errorForNative(errno);
+  }
+  const bool isWritten =
+      std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size() && std::fflush(file) == 0;
+  const DWORD error = isWritten ? ERROR_SUCCESS : errorForNative(errno);
+  std::fclose(file);
+  if (error != ERROR_SUCCESS && isNew) {
+    fs::remove(*place, ignored);
+  }
+  Drive::stamp(*place, machine().utcMs());
+  return error;
 }
 
 }  // namespace
@@ -88,8 +121,8 @@ HRESULT writeTask(std::wstring_view name, const TaskNode& document) {
   if (path.size() >= MAX_PATH) {
     return HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND);
   }
-  machine().drive.write(path, storedTaskDocument(document));
-  return S_OK;
+  const DWORD error = writeFile(path, storedTaskDocument(document));
+  return error == ERROR_SUCCESS ? S_OK : HRESULT_FROM_WIN32(error);
 }
 
 HRESULT removeTask(std::wstring_view name) {

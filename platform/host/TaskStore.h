@@ -31,7 +31,7 @@ std::unique_ptr<StoredTask> readTask(std::wstring_view name);
 std::vector<StoredTask> readAllTasks();
 
 // Writes the document, and makes the folders on the way. 0x8007007B for a name that no file can
-// have, 0x80070003 for one that is too long.
+// have, 0x80070003 for one that is too long, and the drive's error if it does not take the file.
 HRESULT writeTask(std::wstring_view name, const TaskNode& document);
 // 0x80070002 if there is no such task.
 HRESULT removeTask(std::wstring_view name);

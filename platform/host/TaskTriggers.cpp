@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "platform/host/Machine.h"
+#include "platform/host/TaskRuns.h"
 #include "platform/host/TaskStart.h"
 #include "platform/host/XmlLibrary.h"
 
@@ -128,7 +129,7 @@ void Machine::raiseEvent(const std::wstring& log, const std::wstring& provider, 
   const std::string event = eventText(*this, log, provider, id);
   for (const StoredTask& task : readAllTasks()) {
     if (task.document != nullptr && hasTriggerFor(*task.document, toUtf8(log), event)) {
-      startTask(task);
+      TaskRuns::instance().request(task);
     }
   }
 }

@@ -202,6 +202,27 @@ TEST_F(ReferenceTest, AnObjectAfterItsLastBreathAnswersWithAnErrorAndIsNoted) {
             Texts{"ITaskDefinition::get_Settings: the ITaskDefinition was released before"});
 }
 
+TEST_F(ReferenceTest, AUseAfterTheLastBreathIsNotedAlsoIfTheCallIsToldToFail) {
+  ITaskDefinition* task = nullptr;
+  service->NewTask(0, &task);
+  task->Release();
+  faults().failOnce("ITaskDefinition::get_Settings", 0x80004005);
+  ITaskSettings* settings = nullptr;
+  EXPECT_EQ(code(task->get_Settings(&settings)), 0x80004005U);
+  EXPECT_EQ(ledger().violations(),
+            Texts{"ITaskDefinition::get_Settings: the ITaskDefinition was released before"});
+}
+
+TEST_F(ReferenceTest, ADeadArgumentIsNotedAlsoIfTheCallIsToldToFail) {
+  ITaskDefinition* task = nullptr;
+  service->NewTask(0, &task);
+  task->Release();
+  faults().failOnce("ITaskFolder::RegisterTaskDefinition", 0x80004005);
+  EXPECT_EQ(code(put(L"Some Task", *task)), 0x80004005U);
+  EXPECT_EQ(ledger().violations(), Texts{"ITaskFolder::RegisterTaskDefinition: the "
+                                         "ITaskDefinition was released before"});
+}
+
 TEST_F(ReferenceTest, AReleaseTooManyIsNotedAndSurvived) {
   ITaskDefinition* task = nullptr;
   service->NewTask(0, &task);

@@ -1,6 +1,7 @@
 // What a scenario can say about the Task Scheduler.
 
 #include "platform/host/Scenario.h"
+#include "platform/host/TaskRuns.h"
 #include "tests/unit/host/ComFixture.h"
 
 namespace host {
@@ -20,6 +21,17 @@ class TaskScenarioTest : public ComTest {
     setUpMachine(scenario_);
     machine().onNote = [this](const std::string& what) { notes_.push_back(what); };
     return "";
+  }
+
+  // What the second of two lives of COM in the process answers.
+  static HRESULT setComSecurityTwice() {
+    HRESULT result = 0;
+    for (int i = 0; i < 2; ++i) {
+      CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+      result = CoInitializeSecurity(nullptr, -1, nullptr, nullptr, 6, 3, nullptr, 0, nullptr);
+      CoUninitialize();
+    }
+    return result;
   }
 
   Scenario scenario_;
@@ -53,6 +65,52 @@ TEST_F(TaskScenarioTest, TheServicesProgramCanLieElsewhere) {
   EXPECT_EQ(machine().programPath, L"D:\\x y\\Service.exe");
   EXPECT_EQ(setUp("[machine]\nservice program = Service.exe\n"),
             "5: \"Service.exe\" is no absolute path (as in \"C:\\x\")");
+}
+
+TEST_F(TaskScenarioTest, ProgramsOfTasksEndAsTheScenarioSays) {
+  EXPECT_EQ(setUp("[machine]\ntask program exit codes = 1 0x10 -1 0\n"), "");
+  EXPECT_EQ(TaskRuns::instance().programExitCodes, (std::vector<DWORD>{1, 16, 0xFFFFFFFF, 0}));
+  EXPECT_EQ(setUp("[machine]\ntask program exit codes = one\n"), "5: \"one\" is no number");
+  EXPECT_EQ(setUp("[machine]\ntask program exit codes =\n"),
+            "5: there must be at least one exit code");
+}
+
+TEST_F(TaskScenarioTest, ComSecurityMayBeSetAnewOnceComHasEnded) {
+  EXPECT_EQ(setUp("[machine]\nCOM security lasts = until COM ends\n"), "");
+  EXPECT_EQ(code(setComSecurityTwice()), 0U);
+  EXPECT_EQ(setUp(""), "");
+  EXPECT_EQ(code(setComSecurityTwice()), 0U);
+}
+
+TEST_F(TaskScenarioTest, ComSecurityMayLastAsLongAsTheProcess) {
+  EXPECT_EQ(setUp("[machine]\nCOM security lasts = for ever\n"), "");
+  EXPECT_EQ(code(setComSecurityTwice()), 0x80010119U);
+  EXPECT_EQ(setUp("[machine]\nCOM security lasts = long\n"),
+            "5: \"long\" is neither \"until COM ends\" nor \"for ever\"");
+}
+
+TEST_F(TaskScenarioTest, TheNetworkGoesAndComesBack) {
+  ASSERT_EQ(setUp("[script]\nbefore Sleep 1: network gone\nbefore Sleep 2: network back\n"), "");
+  Sleep(1);
+  EXPECT_FALSE(machine().network);
+  Sleep(1);
+  EXPECT_TRUE(machine().network);
+  EXPECT_EQ(notes_, (Texts{"the network is gone", "the network is back"}));
+}
+
+TEST_F(TaskScenarioTest, TheMachineGoesOverToBatteriesAndBack) {
+  ASSERT_EQ(setUp("[script]\nbefore Sleep 1: power batteries\nbefore Sleep 2: power mains\n"), "");
+  Sleep(1);
+  EXPECT_TRUE(machine().onBatteries);
+  Sleep(1);
+  EXPECT_FALSE(machine().onBatteries);
+  EXPECT_EQ(notes_, (Texts{"the machine goes on batteries", "the machine goes on mains"}));
+}
+
+TEST_F(TaskScenarioTest, PowerAndNetworkHaveTwoWordsEach) {
+  EXPECT_EQ(setUp("[script]\nat 1 s: power off\n"),
+            "5: \"off\" is neither \"batteries\" nor \"mains\"");
+  EXPECT_EQ(setUp("[script]\nat 1 s: network\n"), "5: \"\" is neither \"back\" nor \"gone\"");
 }
 
 TEST_F(TaskScenarioTest, ASchedulerIsReadyOrRefused) {

@@ -152,6 +152,22 @@ TEST_F(TaskSchedulerTest, ADeletionTakesNoFlags) {
   EXPECT_EQ(code(root->DeleteTask(TestString(kName), 1)), 0x80070057U);
 }
 
+TEST_F(TaskSchedulerTest, TheJournalShowsEachVariantWithItsTypeAndItsContents) {
+  const TestString name(kName);
+  const TestString text(L"a text");
+  VARIANT number{};
+  number.vt = VT_I4;
+  IRegisteredTask* registered = nullptr;
+  root->RegisterTaskDefinition(name, nullptr, 6, textVariant(text), kEmpty,
+                               TASK_LOGON_SERVICE_ACCOUNT, textVariant(nullptr), &registered);
+  root->RegisterTaskDefinition(name, newTask().get(), 2, number, textVariant(text), TASK_LOGON_NONE,
+                               kEmpty, &registered);
+  const auto calls = journal().calls("ITaskFolder::RegisterTaskDefinition");
+  ASSERT_EQ(calls.size(), 2U);
+  EXPECT_EQ(calls[0].args, "Some Task, null, 6, BSTR \"a text\", EMPTY, 5, BSTR \"\"");
+  EXPECT_EQ(calls[1].args, "Some Task, ITaskDefinition, 2, type 3, BSTR \"a text\", 0, EMPTY");
+}
+
 TEST_F(TaskSchedulerTest, AFailedRegistrationChangesNothing) {
   put(kName, *wholeTask());
   const auto before = machine().drive.read(kFile);
@@ -160,6 +176,21 @@ TEST_F(TaskSchedulerTest, AFailedRegistrationChangesNothing) {
   faults().failOnce("ITaskFolder::RegisterTaskDefinition", 0x80070005);
   EXPECT_EQ(code(put(kName, *other)), 0x80070005U);
   EXPECT_EQ(machine().drive.read(kFile), before);
+}
+
+TEST_F(TaskSchedulerTest, AFullDriveFailsTheRegistration) {
+  machine().drive.linkIn("/dev/full", kFile);
+  EXPECT_EQ(code(put(kName, *wholeTask(), TASK_CREATE)), 0x80070070U);
+}
+
+TEST_F(TaskSchedulerTest, ADriveThatDeniesTheFileFailsTheRegistration) {
+  machine().drive.createFolder(kFile);
+  EXPECT_EQ(code(put(kName, *wholeTask(), TASK_CREATE)), 0x80070005U);
+}
+
+TEST_F(TaskSchedulerTest, AFolderThatCannotBeMadeFailsTheRegistration) {
+  machine().drive.write(kFile, "a file");
+  EXPECT_EQ(code(put(std::wstring(kName) + L"\\Task", *wholeTask(), TASK_CREATE)), 0x80070003U);
 }
 
 // Validation

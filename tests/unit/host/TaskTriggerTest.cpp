@@ -1,53 +1,9 @@
 // Events of the machine's logs, and the tasks that they start.
 
-#include "platform/host/ProcessObject.h"
-#include "tests/unit/host/ComFixture.h"
+#include "tests/unit/host/TaskTriggerFixture.h"
 
 namespace host {
 namespace {
-
-using Texts = std::vector<std::string>;
-
-constexpr wchar_t kName[] = L"Some Task";
-constexpr wchar_t kProgram[] = L"C:\\x\\Program.exe";
-constexpr wchar_t kProvider[] = L"Some-Provider";
-constexpr wchar_t kQuery[] =
-    L"<QueryList><Query Id=\"0\" Path=\"System\"><Select Path=\"System\">"
-    L"*[System[Provider[@Name='Some-Provider'] and (EventID=1025 or EventID=1026)]]"
-    L"</Select></Query></QueryList>";
-
-class TaskTriggerTest : public TaskServiceTest {
- protected:
-  TaskTriggerTest() {
-    machine().drive.linkIn(STANDINS_DIR "/OrvixVTMEkRecertification.exe", kProgram);
-    machine().onNote = [this](const std::string& what) { notes.push_back(what); };
-  }
-  ~TaskTriggerTest() override {
-    waitForPrograms();
-    machine().onNote = nullptr;
-  }
-
-  // A task that waits for events 1025 and 1026, changed before it is stored.
-  void makeTask(const std::function<void(ITaskSettings&)>& change = nullptr,
-                const std::wstring& query = kQuery) const {
-    const auto task = newTask();
-    addProgram(*task, std::wstring(L"\"") + kProgram + L"\"");
-    addEventTrigger(*task, query);
-    if (change) {
-      change(*settingsOf(*task));
-    }
-    ASSERT_EQ(put(kName, *task), 0);
-  }
-
-  // How many tasks an event starts.
-  static std::size_t startedBy(const wchar_t* log, const wchar_t* provider, DWORD id) {
-    const std::size_t before = machine().tasksStarted.size();
-    machine().raiseEvent(log, provider, id);
-    return machine().tasksStarted.size() - before;
-  }
-
-  Texts notes;
-};
 
 TEST_F(TaskTriggerTest, AnEventThatTheQuerySelectsStartsTheProgramAsTheTasksAccount) {
   makeTask();
@@ -135,23 +91,6 @@ TEST_F(TaskTriggerTest, ATaskThatDeclinesBatteriesIsNotStartedOnThem) {
 TEST_F(TaskTriggerTest, ATaskThatAllowsBatteriesIsStartedOnThem) {
   makeTask([](ITaskSettings& settings) { settings.put_DisallowStartIfOnBatteries(VARIANT_FALSE); });
   machine().onBatteries = true;
-  EXPECT_EQ(startedBy(L"System", kProvider, 1025), 1U);
-}
-
-TEST_F(TaskTriggerTest, ANewInstanceIsIgnoredWhileAnotherRuns) {
-  makeTask();
-  machine().raiseEvent(L"System", kProvider, 1025);
-  Sleep(900);
-  machine().raiseEvent(L"System", kProvider, 1026);
-  EXPECT_EQ(notes.back(), "task \"Some Task\" not started: it is still running");
-  Sleep(200);
-  EXPECT_EQ(startedBy(L"System", kProvider, 1026), 1U);
-}
-
-TEST_F(TaskTriggerTest, ParallelInstancesRunSideBySide) {
-  makeTask(
-      [](ITaskSettings& settings) { settings.put_MultipleInstances(TASK_INSTANCES_PARALLEL); });
-  EXPECT_EQ(startedBy(L"System", kProvider, 1025), 1U);
   EXPECT_EQ(startedBy(L"System", kProvider, 1025), 1U);
 }
 

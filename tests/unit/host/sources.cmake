@@ -2,6 +2,7 @@
 list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ComTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskDocumentTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/TaskRunsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskScenarioTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskSchedulerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskTriggerTest.cpp
