@@ -5,7 +5,7 @@
 # the tools, so it is the same bytes each time.
 
 get_filename_component(language ${SOURCE} NAME_WE)
-set(object ${FOLDER}/${language}.o)
+set(object ${FOLDER}/objects/${language}.o)
 
 function(run)
   execute_process(COMMAND ${ARGV} RESULT_VARIABLE result)
@@ -14,7 +14,7 @@ function(run)
   endif()
 endfunction()
 
-file(MAKE_DIRECTORY ${FOLDER})
+file(MAKE_DIRECTORY ${FOLDER}/objects)
 # The native compiler's preprocessor will do: nothing of the platform's headers is needed.
 run(${WINDRES} --preprocessor=${COMPILER} --preprocessor-arg=-E --preprocessor-arg=-xc
     --preprocessor-arg=-DRC_INVOKED -c 65001 ${SOURCE} -O coff -o ${object})
