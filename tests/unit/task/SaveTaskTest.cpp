@@ -17,7 +17,8 @@ class SaveTaskTest : public TaskTest {
 TEST_F(SaveTaskTest, taskIsCreatedOrUpdatedUnderItsNameForTheSystemsAccount) {
   SaveTask(s_taskDefinition);
   EXPECT_EQ(journal().calls("ITaskFolder::RegisterTaskDefinition").at(0).args,
-            "Orvix VTM EK Recertification, 6, S-1-5-18, , 5, ");
+            "Orvix VTM EK Recertification, ITaskDefinition, 6, BSTR \"S-1-5-18\", EMPTY, 5, "
+            "BSTR \"\"");
   CoUninitialize();
 }
 
