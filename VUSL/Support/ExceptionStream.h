@@ -1,7 +1,8 @@
 #pragma once
 
-#include <sstream>
 #include <string>
+
+#include "VUSL/Support/AppendPrinted.h"
 
 // One layer of an exception that is built by streaming values into it. `D` is the final class,
 // which the stream operator returns so that `throw D(location) << "text"` throws a D; `B` is the
@@ -30,9 +31,7 @@ class ExceptionStream : public B {
   // so a base or a width never lasts from one value to the next.
   template <class Value>
   D& operator<<(const Value& value) {
-    std::ostringstream text;
-    text << value;
-    message += text.str();
+    AppendPrinted(message, value);
     return dynamic_cast<D&>(*this);
   }
 

@@ -1,7 +1,7 @@
 #include "VUSL/Support/LogItem.h"
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 
 #include "VUSL/Support/LogSink.h"
 #include "VUSL/Support/UseCaseIdentifier.h"
@@ -13,12 +13,31 @@ using NumberText = std::array<char, 128>;
 constexpr const char* kNullText = "NULL";
 constexpr const wchar_t* kNullWideText = L"NULL";
 
+constexpr int kDecimalBase = 10;
+constexpr int kHexadecimalBase = 16;
+
+// Nearly every message is shorter, so that its memory is taken once and not anew with each piece.
+constexpr size_t kUsualLength = 128;
+
+void CutAtZero(vusl::string_t& message) {
+  const size_t zero = message.find(L'\0');
+  if (zero != vusl::string_t::npos) message.resize(zero);
+}
+
+// Digits in lower case.
+template <class Integer>
+std::string_view Print(NumberText& text, Integer value, int base) {
+  const auto written = std::to_chars(text.data(), text.data() + text.size(), value, base);
+  return {text.data(), static_cast<size_t>(written.ptr - text.data())};
+}
+
 }  // namespace
 
-LogItem::LogItem()
-    : prefix(UseCaseIdentifier::getInstance().getText()),
-      outletMessage(vusl::Widen(prefix)),
-      consoleMessage(outletMessage) {}
+LogItem::LogItem() : prefix(UseCaseIdentifier::getInstance().getText()) {
+  outletMessage.reserve(kUsualLength);
+  consoleMessage.reserve(kUsualLength);
+  append(prefix);
+}
 
 LogItem::LogItem(const char* location) : LogItem() {
   *this << location << " ";
@@ -26,15 +45,14 @@ LogItem::LogItem(const char* location) : LogItem() {
 
 LogItem::~LogItem() {
   LogSink& sink = LogSink::process();
-  // As C strings, because a message ends at its first zero character.
-  // cppcheck-suppress stlcstrParam
-  sink.log(outletMessage.c_str(), level, LogSink::kOutletChannel);
-  // cppcheck-suppress stlcstrParam
-  sink.log(consoleMessage.c_str(), level, LogSink::kConsoleChannel);
+  CutAtZero(outletMessage);
+  sink.log(outletMessage, level, LogSink::kOutletChannel);
+  CutAtZero(consoleMessage);
+  sink.log(consoleMessage, level, LogSink::kConsoleChannel);
 }
 
 LogItem& LogItem::operator<<(const std::string& text) {
-  return *this << vusl::Widen(text);
+  return append(text);
 }
 
 LogItem& LogItem::operator<<(const vusl::string_t& text) {
@@ -44,11 +62,14 @@ LogItem& LogItem::operator<<(const vusl::string_t& text) {
 }
 
 LogItem& LogItem::operator<<(const char* text) {
-  return *this << std::string(text == nullptr ? kNullText : text);
+  return append(text == nullptr ? kNullText : text);
 }
 
 LogItem& LogItem::operator<<(const wchar_t* text) {
-  return *this << vusl::string_t(text == nullptr ? kNullWideText : text);
+  const wchar_t* const shown = text == nullptr ? kNullWideText : text;
+  outletMessage += shown;
+  consoleMessage += shown;
+  return *this;
 }
 
 LogItem& LogItem::operator<<(int value) {
@@ -110,25 +131,26 @@ LogItem& LogItem::fatal() {
   return *this;
 }
 
+LogItem& LogItem::append(std::string_view utf8) {
+  const size_t start = outletMessage.size();
+  vusl::AppendWidened(outletMessage, utf8);
+  consoleMessage.append(outletMessage, start, vusl::string_t::npos);
+  return *this;
+}
+
 LogItem& LogItem::appendSigned32(int32_t value) {
   if (decimal == 0) return appendUnsigned32(static_cast<uint32_t>(value));
-  NumberText text{};
-  std::snprintf(text.data(), text.size(), "%d", value);
-  return *this << text.data();
+  NumberText text;
+  return append(Print(text, value, kDecimalBase));
 }
 
 LogItem& LogItem::appendUnsigned32(uint32_t value) {
-  NumberText text{};
-  std::snprintf(text.data(), text.size(), decimal != 0 ? "%u" : "%x", value);
-  return *this << text.data();
+  NumberText text;
+  return append(Print(text, value, decimal != 0 ? kDecimalBase : kHexadecimalBase));
 }
 
 LogItem& LogItem::append64(int64_t value) {
-  NumberText text{};
-  if (decimal != 0) {
-    std::snprintf(text.data(), text.size(), "%lld", static_cast<long long>(value));
-  } else {
-    std::snprintf(text.data(), text.size(), "%llx", static_cast<unsigned long long>(value));
-  }
-  return *this << text.data();
+  NumberText text;
+  if (decimal != 0) return append(Print(text, value, kDecimalBase));
+  return append(Print(text, static_cast<uint64_t>(value), kHexadecimalBase));
 }

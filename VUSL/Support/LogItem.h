@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "VUSL/Support/LogBase.h"
 #include "VUSL/Support/LogLevel.h"
@@ -55,6 +56,7 @@ class LogItem {
   LogItem& fatal();
 
  private:
+  LogItem& append(std::string_view utf8);
   LogItem& appendSigned32(int32_t value);
   LogItem& appendUnsigned32(uint32_t value);
   LogItem& append64(int64_t value);

@@ -51,4 +51,5 @@ class LogSink {
 
   std::string tag;
   std::vector<Entry> outlets;
+  vusl::string_t wideTag;  // what outlets are given, widened once
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "VUSL/Support/LogLevel.h"
 #include "VUSL/Support/LogOutlet.h"
@@ -17,9 +18,15 @@ class OutletBase : public LogOutlet {
   void Log(const vusl::string_t& timestamp, const vusl::string_t& tag,
            const vusl::string_t& message, int itemLevel) override {
     if (itemLevel < level) return;
+    const std::wstring_view levelTag = LogLevel::Tag(itemLevel);
     vusl::string_t line;
-    if (wantsPrefix()) line = timestamp + tag;
-    line += LogLevel::Tag(itemLevel);
+    // One request for the whole line, whose length is known.
+    line.reserve(timestamp.size() + tag.size() + levelTag.size() + message.size());
+    if (wantsPrefix()) {
+      line += timestamp;
+      line += tag;
+    }
+    line += levelTag;
     line += message;
     Dump(line);
   }

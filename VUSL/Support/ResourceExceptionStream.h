@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "VUSL/Support/AppendPrinted.h"
 
 // One layer of an exception for an end user: the id of a string resource and the parameters for its
 // placeholders. `D` is the final class, which the stream operator returns; `B` is the base.
@@ -44,9 +46,9 @@ class ResourceExceptionStream : public B {
   // Adds `value`, as a narrow stream prints it by default, as the next parameter.
   template <class Value>
   D& operator<<(const Value& value) {
-    std::ostringstream text;
-    text << value;
-    params_.push_back(text.str());
+    std::string text;
+    AppendPrinted(text, value);
+    params_.push_back(std::move(text));
     return dynamic_cast<D&>(*this);
   }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace vusl {
 
@@ -11,6 +12,9 @@ using string_t = std::wstring;
 // the platform's replacement character. Empty if the platform refuses the conversion. Never throws
 // anything of ours.
 string_t Widen(const std::string& utf8);
+
+// The same as `target += Widen(utf8)`, without a text in between.
+void AppendWidened(string_t& target, std::string_view utf8);
 
 // Narrows text for logs and exceptions, character by character: ASCII as it is, "?" for a character
 // that has no narrow form. The result is the same on every machine, whatever its code page.

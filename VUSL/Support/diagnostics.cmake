@@ -9,6 +9,7 @@ target_sources(product PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/ResourceLoader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingDateFileLogOutlet.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingFileLogOutlet.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/SpareText.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SysException.cpp
   ${CMAKE_CURRENT_LIST_DIR}/Text.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TraceProvider.cpp

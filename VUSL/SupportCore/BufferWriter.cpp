@@ -5,7 +5,6 @@
 #include "VUSL/Support/AssertException.h"
 #include "VUSL/Support/BufferWriterException.h"
 #include "VUSL/Support/LogItem.h"
-#include "platform/win32.h"
 
 namespace {
 
@@ -20,19 +19,16 @@ BufferWriter::BufferWriter(Buffer& target) : BufferWriter(target.data(), target.
 BufferWriter::BufferWriter(void* target, uint32_t targetSize)
     : data(static_cast<unsigned char*>(target)), capacity(targetSize) {}
 
-BufferWriter& BufferWriter::writeRaw(const void* source, unsigned int size) {
-  if (currentPos_ > capacity) {
-    throw AssertException("Invalid currentPos");
-  }
-  const uint32_t room = capacity - currentPos_;
-  if (size > room) {
-    throw vusl::BufferWriterException(kLocation)
-        << "Unable to write data (space required:" << size << ", space available:" << room << ")";
-  }
-  if (memcpy_s(data + currentPos_, room, source, size) != 0) {
-    LogItem("writeRaw").error() << "memcpy_s failed";
-    throw std::exception();
-  }
-  currentPos_ += size;
-  return *this;
+void BufferWriter::failForPosition() {
+  throw AssertException("Invalid currentPos");
+}
+
+void BufferWriter::failForRoom(unsigned int size, uint32_t room) {
+  throw vusl::BufferWriterException(kLocation)
+      << "Unable to write data (space required:" << size << ", space available:" << room << ")";
+}
+
+void BufferWriter::failToCopy() {
+  LogItem("writeRaw").error() << "memcpy_s failed";
+  throw std::exception();
 }

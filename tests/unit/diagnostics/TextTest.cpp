@@ -10,11 +10,47 @@ TEST_F(TextTest, widensUtf8) {
   EXPECT_EQ(vusl::Widen("a\xC3\xA4\xE2\x82\xAC"), L"a\u00E4\u20AC");
 }
 
-TEST_F(TextTest, widensThroughThePlatformsUtf8) {
-  vusl::Widen("abc");
+TEST_F(TextTest, widensWhatIsNotAsciiThroughThePlatformsUtf8) {
+  vusl::Widen("ab\xC3\xA4");
   const auto calls = journal().calls("MultiByteToWideChar");
-  ASSERT_FALSE(calls.empty());
-  EXPECT_EQ(calls[0].args.substr(0, 8), "65001, 0");
+  ASSERT_EQ(calls.size(), 2U);
+  EXPECT_EQ(calls[0].args, "65001, 0, text, 4, 0");
+  EXPECT_EQ(calls[1].args, "65001, 0, text, 4, 3");
+}
+
+TEST_F(TextTest, widensEveryCharacterOfAsciiToItselfWithoutAskingThePlatform) {
+  for (wchar_t character = 0; character < 0x80; ++character) {
+    EXPECT_EQ(vusl::Widen(std::string(1, static_cast<char>(character))),
+              std::wstring(1, character));
+  }
+  EXPECT_TRUE(journal().calls("MultiByteToWideChar").empty());
+}
+
+TEST_F(TextTest, findsWhatIsNotAsciiAnywhereInALongText) {
+  for (size_t place = 0; place < 70; ++place) {
+    std::string text(72, 'a');
+    text.replace(place, 2, "\xC3\xA4");
+    std::wstring wide(71, L'a');
+    wide[place] = L'\u00E4';
+    EXPECT_EQ(vusl::Widen(text), wide) << place;
+  }
+}
+
+TEST_F(TextTest, appendsBehindWhatIsThere) {
+  std::wstring text = L"1";
+  vusl::AppendWidened(text, "a");
+  vusl::AppendWidened(text, "");
+  vusl::AppendWidened(text, "\xC3\xA4");
+  EXPECT_EQ(text, L"1a\u00E4");
+}
+
+TEST_F(TextTest, appendsNothingWhenThePlatformCannotWiden) {
+  std::wstring text = L"1";
+  faults().failOnce("MultiByteToWideChar", 1113);
+  vusl::AppendWidened(text, "\xC3\xA4");
+  faults().failOnce("MultiByteToWideChar", 1113, 2);
+  vusl::AppendWidened(text, "\xC3\xA4");
+  EXPECT_EQ(text, L"1");
 }
 
 TEST_F(TextTest, keepsZeroCharactersWhenWidening) {
@@ -28,12 +64,12 @@ TEST_F(TextTest, widensNothingToNothingWithoutAskingThePlatform) {
 
 TEST_F(TextTest, isEmptyWhenThePlatformCannotWiden) {
   faults().failOnce("MultiByteToWideChar", 1113);
-  EXPECT_EQ(vusl::Widen("abc"), L"");
+  EXPECT_EQ(vusl::Widen("abc\xC3\xA4"), L"");
 }
 
 TEST_F(TextTest, isEmptyWhenThePlatformFailsHalfWay) {
   faults().failOnce("MultiByteToWideChar", 1113, 2);
-  EXPECT_EQ(vusl::Widen("abc"), L"");
+  EXPECT_EQ(vusl::Widen("abc\xC3\xA4"), L"");
 }
 
 TEST_F(TextTest, narrowsAsciiAsItIs) {

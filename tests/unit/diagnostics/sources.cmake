@@ -1,9 +1,11 @@
 list(APPEND unit_test_sources
+  ${CMAKE_CURRENT_LIST_DIR}/AppendPrintedTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConsoleLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DebugLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EtwLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/GetSystemErrorTextTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/LogItemMemoryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogItemTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogRecorderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogSetupTest.cpp
@@ -13,6 +15,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ResourceLoaderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingDateFileLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RollingFileLogOutletTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/SpareTextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SysExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TraceProviderTest.cpp

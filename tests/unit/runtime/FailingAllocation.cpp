@@ -10,6 +10,7 @@ namespace {
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 thread_local std::size_t t_smallestFailingSize = kNever;
 thread_local bool t_dirty = false;
+thread_local std::size_t t_requests = 0;
 
 }  // namespace
 
@@ -29,8 +30,15 @@ DirtyAllocation::~DirtyAllocation() {
   t_dirty = false;
 }
 
+CountedAllocation::CountedAllocation() : before(t_requests) {}
+
+std::size_t CountedAllocation::requests() const {
+  return t_requests - before;
+}
+
 // Replaced as a set, so that what one form takes the matching form gives back.
 void* operator new(std::size_t size) {
+  ++t_requests;
   if (size >= t_smallestFailingSize) {
     throw std::bad_alloc();
   }

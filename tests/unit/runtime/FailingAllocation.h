@@ -21,3 +21,13 @@ class DirtyAllocation {
   DirtyAllocation(const DirtyAllocation&) = delete;
   DirtyAllocation& operator=(const DirtyAllocation&) = delete;
 };
+
+// How often `new` was asked for memory, by the thread that made this one, since then.
+class CountedAllocation {
+ public:
+  CountedAllocation();
+  std::size_t requests() const;
+
+ private:
+  std::size_t before;
+};
