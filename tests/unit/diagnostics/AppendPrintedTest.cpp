@@ -74,7 +74,7 @@ TEST(AppendPrintedTest, printsEverythingElseThroughAStream) {
 }
 
 TEST(AppendPrintedTest, makesTheParametersOfAResourceException) {
-  InvalidInputError error(225);
+  vusl::InvalidInputError error(225);
   error << std::string("p") << ',' << 5;
   EXPECT_EQ(error.joinedParams("|"), "p|,|5");
 }
