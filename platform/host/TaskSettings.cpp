@@ -177,8 +177,9 @@ HRESULT TaskSettingsObject::get_IdleSettings(IIdleSettings** settings) {
   return givePart("ITaskSettings::get_IdleSettings", idle_, settings, node());
 }
 HRESULT TaskSettingsObject::put_IdleSettings(IIdleSettings* settings) {
-  MethodCall call(*this, "ITaskSettings::put_IdleSettings");
   auto* const object = dynamic_cast<IdleSettingsObject*>(settings);
+  const bool isOwn = object != nullptr && object == idle_.get();
+  MethodCall call(*this, "ITaskSettings::put_IdleSettings", isOwn ? "its own" : "others");
   const bool isGone = object != nullptr && !object->isAlive("ITaskSettings::put_IdleSettings");
   if (call.isRefused()) {
     return call.refuses();
