@@ -10,7 +10,7 @@ class ScheduleTaskTest : public LifecycleTest {
 TEST_F(ScheduleTaskTest, taskPointsAtTheDirectoryOfTheRunningProgram) {
   ScheduleTask();
   EXPECT_EQ(journal().calls("GetModuleFileNameW").at(0).args, "null, 260");
-  EXPECT_EQ(journal().calls("PathRemoveFileSpecW").size(), 1U);
+  EXPECT_EQ(journal().calls("PathRemoveFileSpecW").at(0).args, "C:\\Orvix\\bin\\Service.exe");
   EXPECT_TRUE(log.contains("Task not found, scheduled new one sucessfully"));
   EXPECT_EQ(storedPath(), L"\"C:\\Orvix\\bin\\OrvixVTMEKRecertification.exe\"");
 }
@@ -21,6 +21,13 @@ TEST_F(ScheduleTaskTest, secondCallFindsTheTaskInOrder) {
   ScheduleTask();
   EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Compare: C:\\Orvix\\binandC:\\Orvix\\bin",
                                 "[DBG] [TPM] Task is Ok, Skipping..."}));
+}
+
+TEST_F(ScheduleTaskTest, errorIsReadBehindTheNameAndAheadOfItsCut) {
+  ScheduleTask();
+  EXPECT_EQ(journal().namesOf({"GetModuleFileNameW", "GetLastError", "PathRemoveFileSpecW",
+                               "SetLastError", "CoInitializeEx"}),
+            (Texts{"GetModuleFileNameW", "GetLastError", "PathRemoveFileSpecW", "CoInitializeEx"}));
 }
 
 // Deliberate: the last error is not cleared beforehand.
@@ -47,10 +54,30 @@ TEST_F(ScheduleTaskTest, failedCallStopsTheOperation) {
   EXPECT_EQ(comCalls(), Texts{});
 }
 
-TEST_F(ScheduleTaskTest, pathThatIsCutStopsTheOperation) {
-  host::machine().programPath = L"C:\\" + std::wstring(300, L'x') + L"\\Service.exe";
+TEST_F(ScheduleTaskTest, longestProgramPathThatFitsIsTaken) {
+  const std::wstring directory = L"C:\\" + std::wstring(225, L'x');
+  host::machine().programPath = directory + L"\\" + std::wstring(30, L'y');
+  ASSERT_EQ(host::machine().programPath.size(), 259U);
+  ScheduleTask();
+  EXPECT_EQ(storedPath(), L"\"" + directory + L"\\OrvixVTMEKRecertification.exe\"");
+}
+
+TEST_F(ScheduleTaskTest, programPathThatIsCutStopsTheOperation) {
+  host::machine().programPath = L"C:\\" + std::wstring(225, L'x') + L"\\" + std::wstring(31, L'y');
+  ASSERT_EQ(host::machine().programPath.size(), 260U);
   ScheduleTask();
   EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] GetModulePath failed"});
+  EXPECT_EQ(comCalls(), Texts{});
+  EXPECT_TRUE(journal().calls("PathRemoveFileSpecW").empty());
+}
+
+// Deliberate: the last error alone decides, also against a result that is a success.
+TEST_F(ScheduleTaskTest, errorThatASuccessLeavesStopsTheOperation) {
+  host::CallHooks::instance().before("GetLastError", 1, [] { host::setLastError(5); });
+  ScheduleTask();
+  EXPECT_EQ(journal().calls("GetModuleFileNameW").at(0).result, "24");
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] GetModulePath failed"});
+  EXPECT_EQ(comCalls(), Texts{});
 }
 
 // Deliberate: the last error alone decides.
@@ -59,6 +86,22 @@ TEST_F(ScheduleTaskTest, resultOfTheCallIsNotLookedAt) {
   ScheduleTask();
   EXPECT_TRUE(log.contains("Task not found, scheduled new one sucessfully"));
   EXPECT_EQ(storedPath(), L"\"\\OrvixVTMEKRecertification.exe\"");
+}
+
+TEST_F(ScheduleTaskTest, resultOfTheCutIsNotLookedAt) {
+  faults().failOnce("PathRemoveFileSpecW", 0);
+  ScheduleTask();
+  EXPECT_EQ(storedPath(), L"\"C:\\Orvix\\bin\\Service.exe\\OrvixVTMEKRecertification.exe\"");
+}
+
+// The directory of a program in the root of a drive ends in the backslash, unlike all others.
+TEST_F(ScheduleTaskTest, programInTheRootOfADriveKeepsTheBackslash) {
+  host::machine().programPath = L"C:\\Service.exe";
+  ScheduleTask();
+  EXPECT_EQ(storedPath(), L"\"C:\\\\OrvixVTMEKRecertification.exe\"");
+  ScheduleTask();
+  EXPECT_EQ(log.texts(),
+            (Texts{"[DBG] [TPM] Compare: C:\\andC:\\", "[DBG] [TPM] Task is Ok, Skipping..."}));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "task/TaskState.h"
 #include "tests/unit/task/LifecycleFixture.h"
+#include "tests/unit/task/NullPointerEnd.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ TEST_F(TaskCheckTest, taskInOrderIsLeftAlone) {
 TEST_F(TaskCheckTest, firstActionIsTheOneThatCounts) {
   makeTask(L"C:\\x");
   EnsureTask(L"C:\\x");
-  EXPECT_TRUE(journal().calls("IActionCollection::get_Item").at(0).args.starts_with("1"));
+  EXPECT_EQ(journal().calls("IActionCollection::get_Item").at(0).args, "1");
 }
 
 TEST_F(TaskCheckTest, storedPathIsFreedAheadOfTheComparison) {
@@ -116,128 +117,43 @@ TEST_F(TaskCheckTest, failedSaveOfARepointedTaskStillSaysThatItWasUpdated) {
             (Texts{"Release ITaskFolder", "Release ITaskDefinition", "CoUninitialize",
                    "Release ITaskService", "CoUninitialize"}));
   EXPECT_EQ(ledger().open("reference"), 0U);
+  EXPECT_EQ(ledger().violations(), Texts{"CoUninitialize: the thread has not begun COM"});
   EXPECT_EQ(storedPath(), L"\"C:\\old\\OrvixVTMEKRecertification.exe\"");
 }
 
-// Stored paths that the comparison meets.
+// The store takes a path of 260 characters, quotes included, and none that is longer.
 
-class StoredPathTest : public TaskCheckTest {
- protected:
-  void store(const std::wstring& path) {
-    makeTask(L"C:\\x");
-    changeStored([&](ITaskDefinition* definition) { setFirstPathOf(definition, path); });
-  }
-  bool isLeftAlone() const { return log.contains("Task is Ok, Skipping..."); }
-  bool isRepointed() const { return log.contains("Task has beed updated to new OVER location"); }
-};
-
-TEST_F(StoredPathTest, differenceInLetterCaseAloneIsRepointed) {
-  store(L"\"c:\\X\\OrvixVTMEKRecertification.exe\"");
-  EnsureTask(L"C:\\x");
-  EXPECT_TRUE(isRepointed());
-  EXPECT_EQ(storedPath(), L"\"C:\\x\\OrvixVTMEKRecertification.exe\"");
+TEST_F(TaskCheckTest, taskIsRepointedToTheLongestPathThatTheStoreTakes) {
+  makeTask(L"C:\\old");
+  const std::wstring directory = L"C:\\" + std::wstring(225, L'x');
+  EnsureTask(directory);
+  EXPECT_TRUE(log.contains("[DBG] [TPM] Success! Task successfully registered."));
+  EXPECT_EQ(storedPath(), L"\"" + directory + L"\\OrvixVTMEKRecertification.exe\"");
+  EXPECT_EQ(storedPath().size(), 260U);
 }
 
-TEST_F(StoredPathTest, trailingBackslashInTheStoredDirectoryIsRepointed) {
-  store(L"\"C:\\x\\\\OrvixVTMEKRecertification.exe\"");
-  EnsureTask(L"C:\\x");
-  EXPECT_TRUE(log.contains("Compare: C:\\x\\andC:\\x"));
-  EXPECT_TRUE(isRepointed());
+class TooLongNewPathTest : public TaskCheckTest,
+                           public ::testing::WithParamInterface<std::size_t> {};
+
+TEST_P(TooLongNewPathTest, isRefusedAtRegistrationAndTheOldOneStays) {
+  makeTask(L"C:\\old");
+  EnsureTask(L"C:\\" + std::wstring(GetParam(), L'x'));
+  EXPECT_EQ(log.texts(),
+            (Texts{"[DBG] [TPM] Compare: C:\\oldandC:\\" + std::string(GetParam(), 'x'),
+                   "[DBG] [TPM] Error saving the Task : 80041318",
+                   "[DBG] [TPM] Task has beed updated to new OVER location, Ending"}));
+  EXPECT_EQ(ledger().open("reference"), 0U);
+  EXPECT_EQ(ledger().violations(), Texts{"CoUninitialize: the thread has not begun COM"});
+  EXPECT_EQ(storedPath(), L"\"C:\\old\\OrvixVTMEKRecertification.exe\"");
 }
 
-TEST_F(StoredPathTest, pathWithoutQuotesInTheSameDirectoryIsLeftAlone) {
-  store(L"C:\\x\\OrvixVTMEKRecertification.exe");
-  EnsureTask(L"C:\\x");
-  EXPECT_TRUE(isLeftAlone());
-}
+INSTANTIATE_TEST_SUITE_P(Lengths, TooLongNewPathTest, ::testing::Values(226U, 32'000U));
 
-TEST_F(StoredPathTest, anotherProgramInTheSameDirectoryIsLeftAlone) {
-  store(L"\"C:\\x\\another.exe\"");
-  EnsureTask(L"C:\\x");
-  EXPECT_TRUE(isLeftAlone());
-}
-
-TEST_F(StoredPathTest, pathWithoutASeparatorIsRepointed) {
-  store(L"\"OrvixVTMEKRecertification.exe\"");
-  EnsureTask(L"C:\\x");
-  EXPECT_TRUE(log.contains("Compare: OrvixVTMEKRecertification.exe\"andC:\\x"));
-  EXPECT_TRUE(isRepointed());
-}
-
-TEST_F(StoredPathTest, slashesAreNotBackslashesInTheComparison) {
-  store(L"\"C:/x/y/z.exe\"");
-  EnsureTask(L"C:\\x\\y");
-  EXPECT_TRUE(log.contains("Compare: C:/x/yandC:\\x\\y"));
-  EXPECT_TRUE(isRepointed());
-}
-
-TEST_F(StoredPathTest, blanksAndCharactersBeyondAsciiCompareEqual) {
-  store(L"\"C:\\Program Files\\\u00DC \u8A8D\\z.exe\"");
-  EnsureTask(L"C:\\Program Files\\\u00DC \u8A8D");
-  EXPECT_TRUE(isLeftAlone());
-}
-
-// A task of the same name that somebody else has made.
-
-class ForeignTaskTest : public LifecycleTest {
- protected:
-  // Stores a task with the given actions past the scheduler, as another program's document.
-  static void store(const std::string& actions) {
-    host::machine().drive.write(
-        L"C:\\Windows\\System32\\Tasks\\Orvix VTM EK Recertification",
-        "<?xml version=\"1.0\"?>\n"
-        "<Task version=\"1.2\" xmlns=\"http://schemas.microsoft.com/windows/2004/02/mit/task\">\n"
-        "  <RegistrationInfo><Author>Somebody</Author></RegistrationInfo>\n"
-        "  <Triggers><BootTrigger><Enabled>true</Enabled></BootTrigger></Triggers>\n"
-        "  <Principals><Principal "
-        "id=\"Author\"><UserId>S-1-5-18</UserId></Principal></Principals>\n"
-        "  <Settings><Priority>4</Priority></Settings>\n"
-        "  <Actions Context=\"Author\">" +
-            actions +
-            "</Actions>\n"
-            "</Task>\n");
-  }
-};
-
-TEST_F(ForeignTaskTest, firstActionIsPointedAtTheProgramAndTheRestStays) {
-  store(
-      "<Exec><Command>C:\\other\\a.exe</Command><Arguments>-a</Arguments></Exec>"
-      "<Exec><Command>C:\\other\\b.exe</Command></Exec>");
-  EnsureTask(L"C:\\x");
-  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Compare: C:\\otherandC:\\x",
-                                "[DBG] [TPM] Success! Task successfully registered.",
-                                "[DBG] [TPM] Task has beed updated to new OVER location, Ending"}));
-  expectBalanced();
-  EXPECT_TRUE(readStored([](ITaskDefinition* definition) {
-    EXPECT_EQ(firstPathOf(definition), L"\"C:\\x\\OrvixVTMEKRecertification.exe\"");
-    BSTR text = nullptr;
-    EXPECT_EQ(definition->get_XmlText(&text), S_OK);
-    const std::wstring document(text, SysStringLen(text));
-    SysFreeString(text);
-    for (const wchar_t* kept : {L"Somebody", L"BootTrigger", L"<Priority>4</Priority>",
-                                L"<Arguments>-a</Arguments>", L"C:\\other\\b.exe"}) {
-      EXPECT_NE(document.find(kept), std::wstring::npos) << host::toUtf8(kept);
-    }
-    EXPECT_EQ(document.find(L"EventTrigger"), std::wstring::npos);
-  }));
-}
-
-TEST_F(ForeignTaskTest, emptyStoredPathIsRepointed) {
-  store("<Exec><Command></Command></Exec>");
-  EnsureTask(L"C:\\x");
-  EXPECT_TRUE(log.contains("Compare: andC:\\x"));
-  EXPECT_EQ(storedPath(), L"\"C:\\x\\OrvixVTMEKRecertification.exe\"");
-}
-
-// Deliberate: there is no first action, and nobody looks whether there is.
-TEST_F(ForeignTaskTest, taskWithoutActionsEndsTheProcess) {
-  store("");
-  EXPECT_DEATH(EnsureTask(L"C:\\x"), "");
-}
-
-TEST_F(ForeignTaskTest, firstActionThatStartsNoProgramEndsTheProcess) {
-  store("<ComHandler><ClassId>{00000000-0000-0000-0000-000000000001}</ClassId></ComHandler>");
-  EXPECT_DEATH(EnsureTask(L"C:\\x"), "");
+TEST_F(TaskCheckTest, documentOfARepointedTaskIsValid) {
+  makeTask(L"C:\\old");
+  EnsureTask(L"C:\\new");
+  EXPECT_NE(storedDocument().find("\"C:\\new\\OrvixVTMEKRecertification.exe\""), std::string::npos);
+  EXPECT_TRUE(isStoredDocumentValid());
 }
 
 // Deliberate: no result is looked at on the way to the stored path, so what is used next is null.
@@ -246,12 +162,13 @@ class UncheckedCallTest : public TaskCheckTest,
 
 TEST_P(UncheckedCallTest, failureEndsTheProcess) {
   makeTask(L"C:\\x");
-  EXPECT_DEATH(
+  EXPECT_EXIT(
       {
+        letTheFaultEndTheProcess();
         faults().failOnce(GetParam(), 0x80070005);
         EnsureTask(L"C:\\x");
       },
-      "");
+      usedANullPointer, "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, UncheckedCallTest,

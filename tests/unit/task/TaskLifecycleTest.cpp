@@ -60,15 +60,12 @@ TEST_F(TaskLifecycleTest, createdTaskStartsTheProgramInTheDirectory) {
 
 TEST_F(TaskLifecycleTest, taskIsLookedForByItsName) {
   EnsureTask(L"C:\\x");
-  EXPECT_TRUE(journal()
-                  .calls("ITaskFolder::GetTask")
-                  .at(0)
-                  .args.starts_with("Orvix VTM EK Recertification"));
+  EXPECT_EQ(journal().calls("ITaskFolder::GetTask").at(0).args, "Orvix VTM EK Recertification");
 }
 
 TEST_F(TaskLifecycleTest, definitionIsNewWithFlagsZero) {
   EnsureTask(L"C:\\x");
-  EXPECT_TRUE(journal().calls("ITaskService::NewTask").at(0).args.starts_with("0"));
+  EXPECT_EQ(journal().calls("ITaskService::NewTask").at(0).args, "0");
 }
 
 TEST_F(TaskLifecycleTest, failedNewTaskStopsWithTheServiceReleasedFirst) {
@@ -93,36 +90,50 @@ TEST_F(TaskLifecycleTest, failedRegistrationInfoGoesOnToTheSettingsWithReleasedO
                    "ITaskDefinition::get_Settings", "Release ITaskFolder",
                    "Release ITaskDefinition", "CoUninitialize"}));
   EXPECT_EQ(ledger().open("reference"), 0U);
+  EXPECT_EQ(ledger().violations(),
+            (Texts{"ITaskDefinition::get_Settings: the ITaskDefinition was released before",
+                   "IUnknown::Release: the ITaskFolder was released before",
+                   "IUnknown::Release: the ITaskDefinition was released before",
+                   "CoUninitialize: the thread has not begun COM"}));
   EXPECT_EQ(storedPath(), L"no task");
 }
 
 // Each step that fails stops the creation; its own clean-up is all that follows.
+struct StoppedAt {
+  const char* call;
+  std::size_t left = 0;  // references that are never given back
+};
+
 class StoppedCreationTest : public TaskLifecycleTest,
-                            public ::testing::WithParamInterface<const char*> {};
+                            public ::testing::WithParamInterface<StoppedAt> {};
 
 TEST_P(StoppedCreationTest, nothingFollowsTheCleanUpOfTheStep) {
-  faults().failOnce(GetParam(), 0x80070005);
+  faults().failOnce(GetParam().call, 0x80070005);
   EnsureTask(L"C:\\x");
   EXPECT_EQ(comCallsAfterTheFault().back(), "CoUninitialize");
   EXPECT_EQ(journal().calls("CoUninitialize").size(), 1U);
-  EXPECT_EQ(log.texts().size(), 1U);
-  EXPECT_TRUE(log.texts().at(0).ends_with(": 80070005")) << log.texts().at(0);
+  ASSERT_EQ(log.texts().size(), 1U);
+  EXPECT_TRUE(log.texts()[0].ends_with(": 80070005")) << log.texts()[0];
   EXPECT_TRUE(journal().calls("ITaskFolder::RegisterTaskDefinition").empty());
+  EXPECT_EQ(ledger().open("reference"), GetParam().left);
   EXPECT_EQ(ledger().violations(), Texts{});
   EXPECT_EQ(storedPath(), L"no task");
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Calls, StoppedCreationTest,
-    ::testing::Values("IRegistrationInfo::put_Author", "ITaskDefinition::get_Principal",
-                      "IPrincipal::put_LogonType", "ITaskDefinition::get_Settings",
-                      "ITaskSettings::get_IdleSettings", "IIdleSettings::put_RestartOnIdle",
-                      "ITaskSettings::put_IdleSettings", "ITaskDefinition::get_Triggers",
-                      "ITriggerCollection::Create", "IEventTrigger::put_Subscription",
-                      "ITaskDefinition::get_Actions", "IActionCollection::Create",
-                      "IExecAction::put_Path", "IUnknown::QueryInterface"),
+    ::testing::Values(
+        StoppedAt{"IRegistrationInfo::put_Author"}, StoppedAt{"ITaskDefinition::get_Principal"},
+        StoppedAt{"IPrincipal::put_LogonType"}, StoppedAt{"ITaskDefinition::get_Settings"},
+        // Deliberate: the two that follow never give the settings back.
+        StoppedAt{"ITaskSettings::get_IdleSettings", 1},
+        StoppedAt{"IIdleSettings::put_RestartOnIdle", 1},
+        StoppedAt{"ITaskSettings::put_IdleSettings"}, StoppedAt{"ITaskDefinition::get_Triggers"},
+        StoppedAt{"ITriggerCollection::Create"}, StoppedAt{"IEventTrigger::put_Subscription"},
+        StoppedAt{"ITaskDefinition::get_Actions"}, StoppedAt{"IActionCollection::Create"},
+        StoppedAt{"IExecAction::put_Path"}, StoppedAt{"IUnknown::QueryInterface"}),
     [](const auto& row) {
-      const std::string name = row.param;
+      const std::string name = row.param.call;
       return name.substr(name.find("::") + 2) + std::to_string(row.index);
     });
 
@@ -135,16 +146,54 @@ TEST_F(TaskLifecycleTest, failedSaveOfANewTaskStillSaysThatItWasScheduled) {
   EXPECT_EQ(comCallsAfterTheFault(), (Texts{"Release ITaskFolder", "Release ITaskDefinition",
                                             "CoUninitialize", "CoUninitialize"}));
   EXPECT_EQ(ledger().open("reference"), 0U);
+  EXPECT_EQ(ledger().violations(), Texts{"CoUninitialize: the thread has not begun COM"});
   EXPECT_EQ(storedPath(), L"no task");
 }
 
-TEST_F(TaskLifecycleTest, pathOf32000CharactersIsRefusedAtRegistration) {
-  EnsureTask(L"C:\\" + std::wstring(32'000, L'x'));
-  const Texts lines = log.texts();
-  ASSERT_EQ(lines.size(), 2U);
-  EXPECT_TRUE(lines[0].starts_with("[DBG] [TPM] Error saving the Task : 8")) << lines[0];
-  EXPECT_EQ(lines[1], "[DBG] [TPM] Task not found, scheduled new one sucessfully");
+// The store takes a path of 260 characters, quotes included, and none that is longer.
+TEST_F(TaskLifecycleTest, longestPathThatTheStoreTakesIsRegistered) {
+  const std::wstring directory = L"C:\\" + std::wstring(225, L'x');
+  EnsureTask(directory);
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Success! Task successfully registered.",
+                                "[DBG] [TPM] Task not found, scheduled new one sucessfully"}));
+  EXPECT_EQ(storedPath(), L"\"" + directory + L"\\OrvixVTMEKRecertification.exe\"");
+  EXPECT_EQ(storedPath().size(), 260U);
+}
+
+class TooLongPathTest : public TaskLifecycleTest,
+                        public ::testing::WithParamInterface<std::size_t> {};
+
+TEST_P(TooLongPathTest, isRefusedAtRegistration) {
+  EnsureTask(L"C:\\" + std::wstring(GetParam(), L'x'));
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Error saving the Task : 80041318",
+                                "[DBG] [TPM] Task not found, scheduled new one sucessfully"}));
+  EXPECT_EQ(ledger().open("reference"), 0U);
+  EXPECT_EQ(ledger().violations(), Texts{"CoUninitialize: the thread has not begun COM"});
   EXPECT_EQ(storedPath(), L"no task");
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, TooLongPathTest, ::testing::Values(226U, 32'000U));
+
+// A value that cannot be set is missing in what is stored, and nothing else.
+TEST_F(TaskLifecycleTest, failedDateMakesATaskWithoutADate) {
+  faults().failOnce("IRegistrationInfo::put_Date", 0x80070057);
+  EnsureTask(L"C:\\x");
+  const std::string document = storedDocument();
+  EXPECT_EQ(document.find("<Date>"), std::string::npos) << document;
+  EXPECT_NE(document.find("<Author>Orvix Corporation</Author>"), std::string::npos) << document;
+  EXPECT_TRUE(isStoredDocumentValid());
+}
+
+// Each operation opens COM anew; where its security may be set only once in a process, no second
+// operation comes through.
+TEST_F(TaskLifecycleTest, securityThatOutlivesComStopsTheSecondOperation) {
+  host::machine().com.securityEndsWithLastThread = false;
+  makeTask(L"C:\\old");
+  EnsureTask(L"C:\\new");
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] CoInitializeSecurity failed: 80010119"});
+  EXPECT_EQ(comCalls(), (Texts{"CoInitializeEx", "CoInitializeSecurity", "CoUninitialize"}));
+  expectBalanced();
+  EXPECT_EQ(storedPath(), L"\"C:\\old\\OrvixVTMEKRecertification.exe\"");
 }
 
 // The scheduler cannot be reached.

@@ -1,9 +1,13 @@
 list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/DeleteTaskTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/EnrollmentTaskTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ForeignTaskTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/PlatformStringTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/RoadEnd.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/SaveTaskTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ScheduleTaskTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/StoredActionDirectoryTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/StoredPathTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskCheckRoads.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskCheckTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TaskConnectionTest.cpp
