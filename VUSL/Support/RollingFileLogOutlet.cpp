@@ -6,6 +6,7 @@
 #include <cwchar>
 
 #include "VUSL/Support/BaseException.h"
+#include "VUSL/Support/CriticalSection.h"
 #include "VUSL/Support/ScopedLock.h"
 #include "platform/win32.h"
 
@@ -13,6 +14,10 @@ namespace {
 
 constexpr const char* kDefaultTimeFormat = "%Y%m%d%H%M%S";
 constexpr DWORD kReadWriteAppend = GENERIC_READ | GENERIC_WRITE | FILE_APPEND_DATA;
+
+// The lock of all outlets. It stands before the program's entry, like the other locks of the
+// process: one that cannot be made ends the process there, where nothing catches.
+vusl::CriticalSection sharedSection;
 
 int DayOfYear(const SYSTEMTIME& time) {
   const std::chrono::year year(time.wYear);
@@ -25,10 +30,7 @@ int DayOfYear(const SYSTEMTIME& time) {
 RollingFileLogOutlet::RollingFileLogOutlet(const std::string& path)
     : currentSize(vusl::File::getSize(vusl::Widen(path))),
       file(vusl::Widen(path)),
-      logFileName(vusl::Widen(path)) {
-  // The lock is made with the first outlet, so that it outlives every outlet.
-  sharedLock();
-}
+      logFileName(vusl::Widen(path)) {}
 
 void RollingFileLogOutlet::reopen() {
   if (level == LogLevel::kNone) return;
@@ -36,7 +38,7 @@ void RollingFileLogOutlet::reopen() {
 }
 
 void RollingFileLogOutlet::Dump(const vusl::string_t& message) {
-  const vusl::ScopedLock lock(sharedLock());
+  const vusl::ScopedLock lock(sharedSection);
   const std::string text = vusl::Narrow(message) + "\r\n";
   const auto lengthBytes = static_cast<uint32_t>(text.size());
   try {
@@ -106,9 +108,4 @@ void RollingFileLogOutlet::timeStamp(std::string& out, const std::string& format
   const vusl::string_t chosen = vusl::Widen(format.empty() ? kDefaultTimeFormat : format);
   const size_t length = std::wcsftime(buffer.data(), buffer.size(), chosen.c_str(), &parts);
   out = vusl::Narrow(vusl::string_t(buffer.data(), length));
-}
-
-vusl::CriticalSection& RollingFileLogOutlet::sharedLock() {
-  static vusl::CriticalSection section;
-  return section;
 }

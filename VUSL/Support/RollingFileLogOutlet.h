@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 
-#include "VUSL/Support/CriticalSection.h"
 #include "VUSL/Support/LogStatusListener.h"
 #include "VUSL/Support/OutletBase.h"
 #include "VUSL/SupportCore/File.h"
@@ -55,8 +54,6 @@ class RollingFileLogOutlet : public OutletBase<RollingFileLogOutlet> {
   vusl::string_t logFileName;
 
  private:
-  static vusl::CriticalSection& sharedLock();
-
   void rollIfFull(uint32_t lengthBytes);
   void reportFailure(const vusl::string_t& text);
 };
