@@ -1,6 +1,7 @@
 #include "VUSL/SupportCore/File.h"
 
 #include <cstring>
+#include <exception>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
@@ -27,7 +28,7 @@ File::~File() {
   try {
     // Only this class's own part of the object is left by now.
     File::close();
-  } catch (const Exception& e) {
+  } catch (const std::exception& e) {
     LogItem("~File").error() << "Unexpected error occured: " << e.what();
   }
 }
@@ -72,8 +73,10 @@ void File::open(DWORD access, DWORD moveMethod) {
     throw Exception() << "Error when opening file " << Narrow(name) << " Last error: " << error;
   }
   if (SetFilePointer(handle, 0, nullptr, moveMethod) == INVALID_SET_FILE_POINTER) {
-    const DWORD error = GetLastError();
-    throw Exception() << "Error when moving to end of file " << Narrow(name) << error;
+    // The end of a file of 4 GiB less one byte looks like a failure, and there is no error then.
+    if (const DWORD error = GetLastError(); error != ERROR_SUCCESS) {
+      throw Exception() << "Error when moving to end of file " << Narrow(name) << error;
+    }
   }
 }
 

@@ -1,5 +1,7 @@
 #include "VUSL/SupportCore/File.h"
 
+#include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -7,6 +9,7 @@
 #include <vector>
 
 #include "VUSL/Support/AssertException.h"
+#include "VUSL/Support/Exception.h"
 #include "VUSL/SupportCore/Buffer.h"
 #include "tests/support/MachineTest.h"
 #include "tests/unit/runtime/Thrown.h"
@@ -132,6 +135,7 @@ TEST_F(FileTest, writeOfNothingOpensTheFileAndWritesNothing) {
 TEST_F(FileTest, writeOfNullIsAnAssertion) {
   File file(kPath);
   EXPECT_EQ(thrownBy<AssertException>([&] { file.write(nullptr, 1); }), "Invalid data passed");
+  EXPECT_EQ(thrownBy<AssertException>([&] { file.write(nullptr, 0); }), "Invalid data passed");
   EXPECT_FALSE(file.isOpen());
 }
 
@@ -201,7 +205,81 @@ TEST_F(FileTest, readOfNothingCreatesAMissingFile) {
   EXPECT_EQ(content(), "");
 }
 
+// Beyond 4 GiB. The files are holes: they take no room.
+
+class LargeFileTest : public FileTest {
+ protected:
+  static constexpr std::uintmax_t k4GiB = 4'294'967'296U;
+
+  static void grow(std::uintmax_t sizeBytes) {
+    const auto path = host::machine().drive.locate(kPath);
+    ASSERT_TRUE(path.has_value());
+    std::filesystem::resize_file(*path, sizeBytes);
+  }
+};
+
+// Deliberate: the size is its low 32 bits everywhere.
+TEST_F(LargeFileTest, readAllTakesAsManyBytesAsTheLow32BitsOfTheSize) {
+  put("abcdefghij");
+  grow(k4GiB + 7);
+  Buffer buffer;
+  File(kPath).readAll(buffer);
+  ASSERT_EQ(buffer.size(), 7U);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer.data()), 7), "abcdefg");
+}
+
+TEST_F(LargeFileTest, exactly4GiBCountsAsEmpty) {
+  put("abc");
+  grow(k4GiB);
+  Buffer buffer;
+  File(kPath).readAll(buffer);
+  EXPECT_EQ(buffer.data(), nullptr);
+}
+
+TEST_F(LargeFileTest, writeCannotMoveToAnEndBeyond4GiB) {
+  put("abc");
+  grow(k4GiB + 7);
+  File file(kPath);
+  EXPECT_EQ(thrownBy<Exception>([&] { file.write("x", 1); }),
+            "Error when moving to end of file C:\\data\\a.txt87");
+}
+
+// The platform's answer is that of a failure there, and it is none.
+TEST_F(LargeFileTest, writeAppendsToAFileOf4GiBLessOneByte) {
+  put("abc");
+  grow(k4GiB - 1);
+  SetLastError(87);
+  File file(kPath);
+  file.write("x", 1);
+  EXPECT_EQ(std::filesystem::file_size(*host::machine().drive.locate(kPath)), k4GiB);
+}
+
+TEST_F(LargeFileTest, readMovesToTheStartAlsoBeyond4GiB) {
+  put("abc");
+  grow(k4GiB + 7);
+  File file(kPath);
+  char data[4] = {};
+  file.read(data, 3);
+  EXPECT_STREQ(data, "abc");
+}
+
 // Closing, deleting, renaming.
+
+TEST_F(FileTest, tenThousandFilesLeaveNoHandle) {
+  for (int i = 0; i < 10'000; ++i) {
+    File file(kPath);
+    file.open(0x80000000, 0);
+    if (i % 2 == 0) file.close();
+  }
+  EXPECT_TRUE(ledger().stillOpen().empty());
+  EXPECT_EQ(journal().count("CloseHandle"), 10'000U);
+}
+
+TEST_F(FileTest, nameEndsAtItsFirstZeroCharacter) {
+  File file(std::wstring(kPath) + std::wstring(L"\0.more", 6));
+  file.write("a", 1);
+  EXPECT_EQ(content(), "a");
+}
 
 TEST_F(FileTest, closeClosesOnce) {
   File file(kPath);
