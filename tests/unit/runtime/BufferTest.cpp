@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <new>
 #include <type_traits>
 
 #include "VUSL/Support/AssertException.h"
@@ -46,6 +47,35 @@ TEST(BufferTest, secondAllocThrowsAndTheFirstBlockStaysValid) {
             "Alloc may be called only on not initialized Buffer");
   EXPECT_EQ(buffer.size(), 4U);
   EXPECT_EQ(std::memcmp(buffer.data(), "abcd", 4), 0);
+}
+
+TEST(BufferTest, blockOfNoBytesIsABlockAllTheSame) {
+  Buffer buffer;
+  buffer.Alloc(0);
+  EXPECT_NE(buffer.data(), nullptr);
+  EXPECT_EQ(buffer.size(), 0U);
+  EXPECT_EQ(thrownBy<AssertException>([&] { buffer.Alloc(1); }),
+            "Alloc may be called only on not initialized Buffer");
+}
+
+TEST(BufferTest, blockThatCannotBeHadLeavesTheBufferEmptyWithTheSizeAskedFor) {
+  Buffer buffer;
+  {
+    const FailingAllocation failing(4'294'967'295U);
+    EXPECT_THROW(buffer.Alloc(4'294'967'295U), std::bad_alloc);
+  }
+  EXPECT_EQ(buffer.data(), nullptr);
+  EXPECT_EQ(buffer.size(), 4'294'967'295U);
+  buffer.Alloc(1);
+  EXPECT_EQ(buffer.size(), 1U);
+}
+
+TEST(BufferTest, freeTwiceDoesNothingMore) {
+  Buffer buffer;
+  buffer.Alloc(4);
+  buffer.Free();
+  buffer.Free();
+  EXPECT_EQ(buffer.data(), nullptr);
 }
 
 TEST(BufferTest, freeEmptiesTheBufferAndKeepsTheSize) {

@@ -98,6 +98,43 @@ TEST_F(BufferWriterTest, nullSourceOfNoBytesSucceeds) {
   EXPECT_EQ(log.texts(), Texts{});
 }
 
+TEST_F(BufferWriterTest, largestSizeDoesNotWrapAround) {
+  BufferWriter writer(buffer);
+  writer.writeRaw("a", 1);
+  EXPECT_EQ(thrownBy<vusl::BufferWriterException>([&] { writer.writeRaw("b", 4'294'967'295U); }),
+            "VUSL\\SupportCore\\Buffer:26:Unable to write data (space required:4294967295, space "
+            "available:7)");
+  EXPECT_EQ(content(), "a.......");
+}
+
+TEST_F(BufferWriterTest, positionNearTheLargestCapacityDoesNotWrapAround) {
+  BufferWriter writer(buffer.data(), 4'294'967'295U);
+  writer.setCurrentPos(4'294'967'294U);
+  EXPECT_EQ(thrownBy<vusl::BufferWriterException>([&] { writer.writeRaw("ab", 2); }),
+            "VUSL\\SupportCore\\Buffer:26:Unable to write data (space required:2, space "
+            "available:1)");
+}
+
+TEST_F(BufferWriterTest, emptyBufferTakesNothingButNothing) {
+  Buffer empty;
+  BufferWriter writer(empty);
+  writer.writeRaw("", 0);
+  EXPECT_EQ(thrownBy<vusl::BufferWriterException>([&] { writer.writeRaw("a", 1); }),
+            "VUSL\\SupportCore\\Buffer:26:Unable to write data (space required:1, space "
+            "available:0)");
+}
+
+// A freed buffer keeps its size, and so there seems to be room.
+TEST_F(BufferWriterTest, freedBufferIsLoggedAndThrowsAPlainException) {
+  LogRecorder log;
+  buffer.Free();
+  BufferWriter writer(buffer);
+  EXPECT_EQ(thrownBy<std::exception>([&] { writer.writeRaw("a", 1); }),
+            std::string(std::exception().what()));
+  EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] writeRaw memcpy_s failed"});
+  EXPECT_EQ(writer.currentPos(), 0U);
+}
+
 TEST_F(BufferWriterTest, writesIntoABlockOfAnother) {
   char block[4] = {'.', '.', '.', '.'};
   BufferWriter(block, 4).writeRaw("ab", 2);

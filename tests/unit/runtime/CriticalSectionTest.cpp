@@ -64,7 +64,26 @@ TEST_F(CriticalSectionTest, isRecursiveOnItsOwner) {
   EXPECT_EQ(section.Lock(0), WaitResult::kDone);
   EXPECT_EQ(section.Lock(0), WaitResult::kDone);
   section.Unlock();
+  std::int64_t enteredAtMs = -1;
+  host::TestThread other([&] {
+    section.Lock(0);
+    enteredAtMs = clockMs();
+    section.Unlock();
+  });
+  Sleep(1000);
   section.Unlock();
+  other.join();
+  EXPECT_GE(enteredAtMs, 1000);
+}
+
+TEST_F(CriticalSectionTest, tenThousandLeaveNoSection) {
+  for (int i = 0; i < 10'000; ++i) {
+    CriticalSection section;
+    section.Lock(0);
+    section.Unlock();
+  }
+  EXPECT_TRUE(ledger().stillOpen().empty());
+  EXPECT_EQ(journal().count("DeleteCriticalSection"), 10'000U);
 }
 
 }  // namespace

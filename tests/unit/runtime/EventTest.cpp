@@ -88,6 +88,31 @@ TEST_F(EventTest, destructorReleasesAThreadThatStillWaits) {
   EXPECT_EQ(result, WaitResult::kDone);
 }
 
+TEST_F(EventTest, failedCloseIsNotLookedAt) {
+  LogRecorder log;
+  {
+    const Event event;
+    faults().failOnce("CloseHandle", 6);
+  }
+  EXPECT_EQ(log.texts(), std::vector<std::string>{});
+}
+
+TEST_F(EventTest, tryOfAnEventThatIsNotSignalledIsATimeout) {
+  Event event;
+  EXPECT_EQ(event.Lock(0), WaitResult::kTimeout);
+  EXPECT_EQ(clockMs(), 0);
+}
+
+TEST_F(EventTest, tenThousandLeaveNoHandle) {
+  for (int i = 0; i < 10'000; ++i) {
+    Event event;
+    event.signal();
+    event.Lock(0);
+  }
+  EXPECT_TRUE(ledger().stillOpen().empty());
+  EXPECT_EQ(journal().count("CloseHandle"), 10'000U);
+}
+
 TEST_F(EventTest, destructorLogsAFailedSignalAndClosesAllTheSame) {
   LogRecorder log;
   std::string address;

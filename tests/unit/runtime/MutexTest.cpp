@@ -2,8 +2,10 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "VUSL/Support/Exception.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/MachineTest.h"
 #include "tests/unit/runtime/Thrown.h"
 
@@ -99,18 +101,54 @@ TEST_F(MutexTest, isRecursiveOnItsOwner) {
 
 // Deliberate: the abandoned mutex is owned afterwards and reported as an error all the same.
 TEST_F(MutexTest, lockOfAnAbandonedMutexIsAnErrorAlthoughItIsThenOwned) {
+  LogRecorder log;
   Mutex mutex;
   host::TestThread dying([&] { mutex.Lock(0); });
   dying.join();
   EXPECT_EQ(mutex.Lock(vusl::kInfiniteMs), WaitResult::kError);
   EXPECT_EQ(journal().calls("WaitForSingleObject").back().result, "128");
   EXPECT_EQ(mutex.Unlock(), WaitResult::kDone);
+  EXPECT_EQ(log.texts(), std::vector<std::string>{});
 }
 
-TEST_F(MutexTest, failedWaitIsAnError) {
+TEST_F(MutexTest, failedWaitIsAnErrorAndIsNotLogged) {
+  LogRecorder log;
   Mutex mutex;
   faults().failOnce("WaitForSingleObject", 6);
   EXPECT_EQ(mutex.Lock(0), WaitResult::kError);
+  EXPECT_EQ(log.texts(), std::vector<std::string>{});
+}
+
+TEST_F(MutexTest, failedReleaseIsAnErrorAndTheMutexStaysOwned) {
+  Mutex mutex;
+  mutex.Lock(0);
+  faults().failOnce("ReleaseMutex", 6);
+  EXPECT_EQ(mutex.Unlock(), WaitResult::kError);
+  EXPECT_EQ(mutex.Unlock(), WaitResult::kDone);
+}
+
+TEST_F(MutexTest, unlockOfAFreeMutexIsAnError) {
+  Mutex mutex;
+  EXPECT_EQ(mutex.Unlock(), WaitResult::kError);
+}
+
+TEST_F(MutexTest, failedCloseIsNotLookedAt) {
+  LogRecorder log;
+  {
+    const Mutex mutex;
+    faults().failOnce("CloseHandle", 6);
+  }
+  EXPECT_EQ(log.texts(), std::vector<std::string>{});
+}
+
+TEST_F(MutexTest, tenThousandLeaveNoHandle) {
+  for (int i = 0; i < 10'000; ++i) {
+    Mutex mutex;
+    mutex.Lock(0);
+    mutex.Unlock();
+  }
+  EXPECT_TRUE(ledger().stillOpen().empty());
+  EXPECT_EQ(journal().count("CloseHandle"), 10'000U);
 }
 
 TEST_F(MutexTest, unlockByAThreadThatIsNotTheOwnerIsAnError) {

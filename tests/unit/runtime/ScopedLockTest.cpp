@@ -10,6 +10,7 @@
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/LockedException.h"
 #include "VUSL/Support/Mutex.h"
+#include "VUSL/Support/Thread.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/MachineTest.h"
 #include "tests/unit/runtime/PointerText.h"
@@ -90,6 +91,44 @@ TEST_F(ScopedLockTest, onAnEventThatIsNeverSignalledBlocksForEver) {
   event.signal();
   waiter.join();
   EXPECT_TRUE(passed);
+}
+
+TEST_F(ScopedLockTest, onASignalledEventPassesAndLeavesItSignalled) {
+  vusl::Event event;
+  event.signal();
+  { const ScopedLock lock(event); }
+  EXPECT_EQ(event.Lock(0), WaitResult::kDone);
+}
+
+class Idling : public vusl::Thread {
+ public:
+  Idling() : Thread("idling") {}
+  void Run() override { Sleep(5000); }
+};
+
+TEST_F(ScopedLockTest, onAThreadWaitsForItsEnd) {
+  Idling thread;
+  thread.Start();
+  const ScopedLock lock(thread);
+  EXPECT_GE(clockMs(), 5000);
+}
+
+TEST_F(ScopedLockTest, onACriticalSectionEntersAndLeavesIt) {
+  vusl::CriticalSection section;
+  { const ScopedLock lock(section); }
+  EXPECT_EQ(journal().namesOf({"EnterCriticalSection", "LeaveCriticalSection"}),
+            (std::vector<std::string>{"EnterCriticalSection", "LeaveCriticalSection"}));
+}
+
+TEST_F(ScopedLockTest, failedReleaseIsLoggedAndTheProgramGoesOn) {
+  LogRecorder log;
+  vusl::Mutex mutex;
+  {
+    const ScopedLock lock(mutex);
+    faults().failOnce("ReleaseMutex", 6);
+  }
+  EXPECT_TRUE(log.contains("] ScopedLock dtor: Unlock failed for: "));
+  mutex.Unlock();
 }
 
 TEST_F(ScopedLockTest, holdsAMutexForTheLengthOfTheScope) {

@@ -270,6 +270,84 @@ TEST_F(ThreadTest, waitWhoseLockTimesOutLogsTheTimeoutInDecimal) {
                    "4294967295(ms)"}));
 }
 
+// Each platform call refused once.
+
+TEST_F(ThreadTest, refusedStartedEventThrowsOutOfTheConstructorAndLogsNothing) {
+  LogRecorder log;
+  faults().failOnce("CreateEventW", 8);
+  EXPECT_EQ(thrownBy<Exception>([] { const Worker worker("w"); }),
+            "Event::Event:Create event failed 8");
+  EXPECT_EQ(log.texts(), Texts{});
+}
+
+TEST_F(ThreadTest, refusedResetsAreNotLookedAt) {
+  bool ran = false;
+  faults().failFrom("ResetEvent", 6);
+  Worker worker("w", [&] { ran = true; });
+  worker.Start();
+  worker.Wait();
+  EXPECT_TRUE(ran);
+  EXPECT_EQ(journal().calls("ResetEvent").size(), 2U);
+}
+
+TEST_F(ThreadTest, refusedCloseIsNotLookedAt) {
+  LogRecorder log;
+  {
+    Worker worker("w");
+    worker.Start();
+    worker.Wait();
+    log.clear();
+    faults().failOnce("CloseHandle", 6);
+  }
+  EXPECT_EQ(log.withoutAddresses(), Texts{"[DBG] [TPM] [0x] Thread w deleted"});
+}
+
+TEST_F(ThreadTest, refusedLastSignalIsLoggedBehindTheDeletion) {
+  LogRecorder log;
+  {
+    const Worker worker("w");
+    log.clear();
+    faults().failOnce("SetEvent", 6);
+  }
+  ASSERT_EQ(log.texts().size(), 2U);
+  EXPECT_EQ(log.withoutAddresses()[0], "[DBG] [TPM] [0x] Thread w deleted");
+  EXPECT_EQ(log.texts()[1].find("[ERR] [TPM] ~Event Unexpected error occured: "
+                                "Event::signal:SetEvent failed, err: 6 for:0x"),
+            0U);
+}
+
+TEST_F(ThreadTest, startAfterARefusedOneSucceeds) {
+  bool ran = false;
+  Worker worker("w", [&] { ran = true; });
+  faults().failOnce("CreateThread", 8);
+  EXPECT_ANY_THROW(worker.Start());
+  worker.Start();
+  worker.Wait();
+  EXPECT_TRUE(ran);
+}
+
+TEST_F(ThreadTest, tenThousandNeverStartedLeaveNoHandle) {
+  for (int i = 0; i < 10'000; ++i) {
+    const Worker worker("w");
+  }
+  EXPECT_TRUE(ledger().stillOpen().empty());
+}
+
+TEST_F(ThreadTest, thousandStartedLeaveNoHandle) {
+  for (int i = 0; i < 1'000; ++i) {
+    Worker worker("w");
+    worker.Start();
+    worker.Wait();
+  }
+  EXPECT_TRUE(ledger().stillOpen().empty());
+}
+
+TEST_F(ThreadTest, nameIsCutAtNineBytesAlsoBehindAZeroCharacter) {
+  LogRecorder log;
+  const Worker worker(std::string("ab\0cdefghij", 11));
+  EXPECT_EQ(log.withoutAddresses(), Texts{"[DBG] [TPM] [0x] Thread ab"});
+}
+
 TEST_F(ThreadTest, destructorClosesTheThreadsHandle) {
   {
     Worker worker("w");

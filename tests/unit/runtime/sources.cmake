@@ -9,6 +9,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/EnvironmentPathTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EventTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FailingAllocation.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/FieldOrderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FileFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FileTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LoadConfigTest.cpp
