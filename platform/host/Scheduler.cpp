@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <thread>
 
+#include "platform/host/Races.h"
+
 namespace host {
 namespace {
 
@@ -100,6 +102,7 @@ Thread& Scheduler::current() {
 
 Scheduler::Guard::Guard() {
   if (guardDepth++ == 0 && instance().mode_ == Mode::kReal) {
+    races::lookAway();
     instance().lock_.lock();
   }
 }
@@ -107,6 +110,7 @@ Scheduler::Guard::Guard() {
 Scheduler::Guard::~Guard() {
   if (--guardDepth == 0 && instance().mode_ == Mode::kReal) {
     instance().lock_.unlock();
+    races::lookAgain();
   }
 }
 
@@ -279,6 +283,7 @@ void Scheduler::run(Thread& thread, const std::function<void()>& body) {
   body();
   if (mode_ == Mode::kReal) {
     Guard guard;
+    races::publish(&thread);
     thread.state = Thread::State::kDone;
     changed();
     return;

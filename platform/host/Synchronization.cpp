@@ -6,6 +6,7 @@
 #include "platform/host/Call.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Objects.h"
+#include "platform/host/Races.h"
 
 namespace host {
 namespace {
@@ -24,15 +25,26 @@ int firstSignalled(const Waited& objects, bool all, const Thread& waiter) {
   return found == objects.end() ? -1 : static_cast<int>(found - objects.begin());
 }
 
+// What a signal passes on goes by the object itself; what a thread passes on at its end, by the
+// thread.
+const void* publisherOf(const std::shared_ptr<KernelObject>& object) {
+  const auto* thread = dynamic_cast<const ThreadObject*>(object.get());
+  return thread == nullptr || thread->thread == nullptr ? static_cast<const void*>(object.get())
+                                                        : thread->thread;
+}
+
 DWORD consume(const Waited& objects, bool all, int index, Thread& waiter) {
   bool abandoned = false;
   if (all) {
     for (const auto& object : objects) {
       abandoned = object->consume(waiter) || abandoned;
+      races::receive(publisherOf(object));
     }
   } else {
     // Only the object that ended the wait is changed.
-    abandoned = objects[static_cast<std::size_t>(index)]->consume(waiter);
+    const auto& object = objects[static_cast<std::size_t>(index)];
+    abandoned = object->consume(waiter);
+    races::receive(publisherOf(object));
   }
   return (abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + static_cast<DWORD>(index);
 }
@@ -91,6 +103,9 @@ BOOL changeEvent(Call& call, const char* name, HANDLE handle, bool isSet) {
     const auto event = HandleTable::instance().find<EventObject>(handle, name);
     if (event == nullptr) {
       return call.fails(ERROR_INVALID_HANDLE, FALSE);
+    }
+    if (isSet) {
+      races::publish(event.get());
     }
     event->isSet = isSet;
     Scheduler::instance().changed();
@@ -217,6 +232,7 @@ BOOL ReleaseMutex(HANDLE handle) {
       return call.fails(ERROR_NOT_OWNER, FALSE);
     }
     if (--mutex->depth == 0) {
+      host::races::publish(mutex.get());
       mutex->owner = nullptr;
     }
     host::Scheduler::instance().changed();

@@ -9,6 +9,7 @@
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Objects.h"
+#include "platform/host/Races.h"
 
 extern "C" void host_client_sleep(std::uint32_t milliseconds);
 extern "C" void host_client_answered(const char* entry, std::int32_t status);
@@ -93,6 +94,7 @@ void EnterCriticalSection(LPCRITICAL_SECTION section) {
     }
     state->owner = self;
     ++state->depth;
+    host::races::receive(state);
   }
   host::Scheduler::instance().yield("EnterCriticalSection");
 }
@@ -110,6 +112,7 @@ void LeaveCriticalSection(LPCRITICAL_SECTION section) {
       return;
     }
     if (--state->depth == 0) {
+      host::races::publish(state);
       state->owner = nullptr;
       host::Scheduler::instance().changed();
     }

@@ -304,17 +304,21 @@ test_run_hands_arguments_and_folder_to_the_tool() {
 
 # --- test ---------------------------------------------------------------------------------------
 
-test_test_adds_up_both_builds() {
+test_test_adds_up_all_builds() {
   dev test
   expect_status 0
-  expect_last_line '4 passed, 0 failed'
-  expect_in err 'step 1 of 5: build, native'
-  expect_in err 'step 5 of 5: build, Windows'
+  expect_last_line '6 passed, 0 failed'
+  expect_in err 'step 1 of 7: build, native'
+  expect_in err 'step 7 of 7: build, Windows'
   local row
   for row in 'build, native' 'tests, native' 'build, sanitizers' 'tests, sanitizers' \
-    'build, Windows'; do
+    'build, threads' 'tests, threads' 'build, Windows'; do
     grep -Eq "^$row +ok +[0-9]+ min [0-9]{2} s\$" "$place/out" || give_up "no row: $row"
   done
+  expect_in calls "cmake --build $place/checkout/build/thread-sanitize --parallel"
+  grep -q -- '--target thread_tests$' "$place/calls" || give_up 'more was built than is needed'
+  grep -q '^ctest .*/build/thread-sanitize -L threads ' "$place/calls" ||
+    give_up 'other tests were run than those of the threads'
 }
 
 test_test_tells_failed_tests() {
@@ -328,7 +332,7 @@ exit 8
 END
   dev test
   expect_status 1
-  expect_last_line '4 passed, 2 failed'
+  expect_last_line '6 passed, 3 failed'
   expect_in err 'what the test said'
   expect_not_in err 'A.two'
   grep -Eq '^tests, native +FAILED' "$place/out" || give_up 'no row for the failed step'
@@ -338,7 +342,7 @@ test_test_counts_a_failed_build_and_goes_on() {
   printf '%s\n' "$place/checkout/build/debug" "$place/checkout/build/windows" >"$place/broken"
   dev test
   expect_status 1
-  expect_last_line '2 passed, 2 failed'
+  expect_last_line '4 passed, 2 failed'
   grep -Eq '^tests, native +skipped' "$place/out" || give_up 'the tests were not skipped'
   grep -Eq '^tests, sanitizers +ok' "$place/out" || give_up 'the other steps did not run'
 }
@@ -347,7 +351,7 @@ test_test_fails_without_a_count() {
   stub ctest <<<'echo "No tests were found!!!"; exit 8'
   dev test
   expect_status 1
-  expect_last_line '0 passed, 2 failed'
+  expect_last_line '0 passed, 3 failed'
 }
 
 test_continuous_integration_runs_the_same_tests() {
@@ -357,7 +361,7 @@ test_continuous_integration_runs_the_same_tests() {
   (cd -- "$place/elsewhere" && env -i PATH="$place/bin" TMPDIR="$place" CI=true \
     bash "$place/checkout/.ci/run" >"$place/out" 2>"$place/err" </dev/null) || status=$?
   expect_status 0
-  expect_last_line '4 passed, 0 failed'
+  expect_last_line '6 passed, 0 failed'
 }
 
 # --- the other verbs ----------------------------------------------------------------------------

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "platform/host/Call.h"
+#include "platform/host/Machine.h"
+
+// The base of tests whose threads really run side by side: in real time, for the thread sanitizer.
+class FreeRunTest : public ::testing::Test {
+ protected:
+  FreeRunTest() {
+    host::resetMachine(host::Scheduler::Mode::kReal);
+    host::Journal::instance().keepEntries(false);
+  }
+};
+
+// A thread made and awaited with the platform's own calls, so that nothing but what the platform
+// promises orders it with others. Awaited at the latest when it goes out of scope.
+class PlatformThread {
+ public:
+  explicit PlatformThread(std::function<void()> work)
+      : body_(std::move(work)), handle_(CreateThread(nullptr, 0, enter, this, 0, nullptr)) {}
+  ~PlatformThread() {
+    join();
+    CloseHandle(handle_);
+  }
+  PlatformThread(const PlatformThread&) = delete;
+  PlatformThread& operator=(const PlatformThread&) = delete;
+
+  void join() { WaitForSingleObject(handle_, INFINITE); }
+
+ private:
+  static DWORD WINAPI enter(LPVOID self) {
+    static_cast<PlatformThread*>(self)->body_();
+    return 0;
+  }
+
+  std::function<void()> body_;
+  HANDLE handle_;
+};
+
+// Runs `work` on so many threads at once, each told its number, and waits for all of them.
+inline void runTogether(int threads, const std::function<void(int)>& work) {
+  std::vector<std::unique_ptr<PlatformThread>> all;
+  for (int number = 0; number < threads; ++number) {
+    all.push_back(std::make_unique<PlatformThread>([&work, number] { work(number); }));
+  }
+}
