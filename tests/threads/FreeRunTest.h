@@ -11,12 +11,10 @@
 #include "platform/host/Machine.h"
 
 // The base of tests whose threads really run side by side: in real time, for the thread sanitizer.
+// Each test is a process of its own, so the machine is a fresh one.
 class FreeRunTest : public ::testing::Test {
  protected:
-  FreeRunTest() {
-    host::resetMachine(host::Scheduler::Mode::kReal);
-    host::Journal::instance().keepEntries(false);
-  }
+  FreeRunTest() { host::Journal::instance().keepEntries(false); }
 };
 
 // A thread made and awaited with the platform's own calls, so that nothing but what the platform

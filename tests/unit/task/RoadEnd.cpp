@@ -72,7 +72,6 @@ RoadEnd afterAllFail(const Place& place) {
   if (step.afterIfAllFail.empty()) return end;
   end.trace = textsOf(*place.road, 0, deciding.index + 1);
   end.trace.insert(end.trace.end(), step.afterIfAllFail.begin(), step.afterIfAllFail.end());
-  end.violations = step.violationsIfAllFail;
   return end;
 }
 

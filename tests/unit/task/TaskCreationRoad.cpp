@@ -30,9 +30,6 @@ std::vector<Step> finding() {
 Step failedInfo() {
   const std::string first = line("Cannot get identification pointer: 80070005");
   const std::string ask = "ITaskDefinition::get_Settings";
-  const Texts again = {"IUnknown::Release: the ITaskFolder was released before",
-                       "IUnknown::Release: the ITaskDefinition was released before",
-                       "CoUninitialize: the thread has not begun COM"};
   const auto second = [](const std::string& result) {
     return Texts{line("Cannot get settings pointer: " + result)} + kCleanUp;
   };
@@ -40,9 +37,11 @@ Step failedInfo() {
                Failure::kStops,
                Texts{first} + kCleanUp + Texts{ask} + second("80010108"),
                {},
-               Texts{ask + ": the ITaskDefinition was released before"} + again};
+               {ask + ": the ITaskDefinition was released before",
+                "IUnknown::Release: the ITaskFolder was released before",
+                "IUnknown::Release: the ITaskDefinition was released before",
+                "CoUninitialize: the thread has not begun COM"}};
   step.afterIfAllFail = Texts{first} + kCleanUp + Texts{ask} + second("80070005");
-  step.violationsIfAllFail = again;
   return step;
 }
 

@@ -30,9 +30,8 @@ struct Step {
   bool losesThePath = false;
   // Where the road goes on: the scheduler refuses to store what comes of it, with this result.
   std::string refusal = {};
-  // When all calls behind fail as well and something else follows than if they do not.
+  // When all calls behind fail as well and another trace follows than if they do not.
   Texts afterIfAllFail = {};
-  Texts violationsIfAllFail = {};
 
   // The call's own name, as faults know it.
   std::string call() const { return text.substr(0, text.find(' ')); }
