@@ -35,7 +35,8 @@ TEST(SeamTest, ReadsAProductToCheck) {
 // text.
 TEST(SeamTest, LogSetupOpensTheDebugOutletOnBothSidesOfItsThreshold) {
   std::string steps;
-  for (const std::string& line : product().at("VUSL/Support/LogSetup.cpp").code) {
+  const std::vector<std::string> code = product().at("VUSL/Support/LogSetup.cpp").code;
+  for (const std::string& line : code) {
     steps += line.find("debugOutlet.reopen()") != std::string::npos ? "open " : "";
     steps += line.find("OutletBase<DebugLogOutlet>::level =") != std::string::npos ? "level " : "";
     steps += line.find("sink.attach(&debugOutlet") != std::string::npos ? "attach " : "";

@@ -245,24 +245,6 @@ TEST_F(RollingOutletEdgeTest, keepsALackOfMemoryToItself) {
   EXPECT_EQ(content(L"x.log"), "a\r\n");
 }
 
-// In a process of its own, in which no outlet has been made.
-TEST(RollingOutletLockDeathTest, tellsThatTheSharedLockCouldNotBeMade) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        host::resetMachine();
-        host::Faults::instance().failOnce("InitializeCriticalSectionAndSpinCount", 8);
-        try {
-          const RollingFileLogOutlet outlet("x.log");
-        } catch (const Exception& failure) {
-          std::fputs(failure.what(), stderr);
-        }
-        std::_Exit(0);
-      },
-      testing::ExitedWithCode(0),
-      "^CriticalSection:InitializeCriticalSectionAndSpinCount failed with error: 8$");
-}
-
 TEST_F(RollingOutletEdgeTest, hasAnEmptyStampWhereTheTimeDoesNotFit) {
   std::string stamp = "old";
   OpenDateOutlet::timeStamp(stamp, std::string(64, 'x'));
