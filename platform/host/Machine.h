@@ -108,8 +108,6 @@ struct Machine {
   // How long a program that a task started counts as running, on the machine's clock: how long the
   // real child takes is nobody's promise.
   Nanoseconds taskProgramRuns = 1'000 * kNanosecondsPerMillisecond;
-  // Until when the last instance of a task runs.
-  std::map<std::wstring, Nanoseconds, IgnoringCase> taskInstances;
   // What the Task Scheduler started, in order.
   std::vector<TaskStart> tasksStarted;
   // An event comes into a log: each enabled task whose subscription selects it is started, unless

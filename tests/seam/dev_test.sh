@@ -338,6 +338,20 @@ END
   grep -Eq '^tests, native +FAILED' "$place/out" || give_up 'no row for the failed step'
 }
 
+test_test_counts_the_tests_of_a_part() {
+  stub ctest <<'END'
+log="$2/Testing/Temporary"
+mkdir -p "$log"
+printf 'ran 9 tests, each in a process of its own: 9 passed, 0 failed\n' >"$log/LastTest.log"
+printf 'ran 8 tests, each in a process of its own: 5 passed, 3 failed\n' >>"$log/LastTest.log"
+printf '\n67%% tests passed, 1 tests failed out of 3\n'
+exit 8
+END
+  dev test
+  expect_status 1
+  expect_last_line '45 passed, 9 failed'
+}
+
 test_test_counts_a_failed_build_and_goes_on() {
   printf '%s\n' "$place/checkout/build/debug" "$place/checkout/build/windows" >"$place/broken"
   dev test

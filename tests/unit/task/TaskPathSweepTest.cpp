@@ -9,7 +9,7 @@
 
 #include "task/ComError.h"
 #include "tests/unit/task/LifecycleFixture.h"
-#include "tests/unit/task/NullPointerEnd.h"
+#include "tests/support/NullPointerEnd.h"
 #include "tests/unit/task/RoadEnd.h"
 #include "tests/unit/task/TaskTrace.h"
 
