@@ -61,6 +61,8 @@ HMODULE ResourceLoader::loadLibrary(const vusl::string_t& name) {
   if (known != loadedLibraries.end()) return known->second;
 
   loadedLibraries[name] = LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+  // A library that is missing has an entry too, so that it is not tried again; no entry at all
+  // would be a fault of ours.
   const auto loaded = loadedLibraries.find(name);
   if (loaded == loadedLibraries.end()) throw AssertException("Invalid loadedLibrariesIterator");
   return loaded->second;

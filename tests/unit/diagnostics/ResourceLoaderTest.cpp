@@ -106,6 +106,12 @@ TEST_F(ResourceLoaderTest, takesTheLanguageOfThePrimaryWhateverTheSublanguage) {
   EXPECT_EQ(languageOf(0x0415), 5);
 }
 
+TEST_F(ResourceLoaderTest, takesTheLowTenBitsForThePrimaryLanguage) {
+  EXPECT_EQ(languageOf(0x0107), 0);
+  EXPECT_EQ(languageOf(0x0207), 0);
+  EXPECT_EQ(languageOf(0xFC07), 4);
+}
+
 TEST_F(ResourceLoaderTest, takesTheOverrideWhenItIsSet) {
   ResourceLoader::languageOverrideSet = true;
   ResourceLoader::languageOverride = 4;
@@ -229,6 +235,13 @@ TEST_F(ResourceLoaderTest, throwsWhenThereAreNoLists) {
             "Error during loading resource library. Could not find mapping for default language");
 }
 
+TEST_F(ResourceLoaderTest, throwsWithoutAnEnglishListAlsoWhereTheLanguageHasOne) {
+  ResourceLoader::resourceLibraries[4] = {L"de-DE.dll"};
+  loader.holders = {L"de-DE.dll"};
+  EXPECT_EQ(thrownBy<ResourceMissingException>([&] { load(4); }),
+            "Error during loading resource library. Could not find mapping for default language");
+}
+
 TEST_F(ResourceLoaderTest, takesTheCurrentLanguageWhereNoneIsGiven) {
   ResourceLoader::initialiseLibraries();
   host::machine().userLanguage = 0x0407;
@@ -309,6 +322,29 @@ TEST_F(ResourceLoaderTest, findsAStringOfTheProgramItselfWhenToldTo) {
   ResourceLoader real;
   real.loadString(kId, buffer, 4, 64);
   EXPECT_STREQ(buffer, L"own");
+}
+
+TEST_F(ResourceLoaderTest, doesNotAskTheProgramItselfForWhatALibraryHas) {
+  ResourceLoader::initialiseLibraries();
+  ResourceLoader::useOwnModule = true;
+  host::machine().stringTables[host::machine().programPath][kId] = L"own";
+  install(L"VUSL_en-US.dll", u"support");
+  ResourceLoader real;
+  real.loadString(kId, buffer, 4, 64);
+  EXPECT_STREQ(buffer, L"support");
+  EXPECT_TRUE(journal().calls("GetModuleHandleW").empty());
+}
+
+TEST_F(ResourceLoaderTest, loadsTheLibrariesOfAListThroughTheSlotForOne) {
+  struct Told : ResourceLoader {
+    HMODULE loadLibrary(const vusl::string_t& name) override {
+      asked.push_back(name);
+      return nullptr;
+    }
+    Names asked;
+  } told;
+  told.loadFromLibraries({L"a.dll", L"b.dll"}, kId, buffer, 64);
+  EXPECT_EQ(told.asked, (Names{L"a.dll", L"b.dll"}));
 }
 
 }  // namespace

@@ -88,6 +88,14 @@ TEST_F(SysExceptionTest, resetsTheBaseNameOfTheLanguageLibraries) {
   EXPECT_EQ(ResourceLoader::libraryBaseName, L"");
 }
 
+TEST_F(SysExceptionTest, resetsTheBaseNameBeforeItFillsTheLanguageLibraries) {
+  ResourceLoader::libraryBaseName = L"X";
+  SysException exception = withLastError(5);
+  exception.errorText();
+  EXPECT_EQ(ResourceLoader::resourceLibraries[0],
+            (std::vector<std::wstring>{L"en-US.dll", L"VUSL_en-US.dll"}));
+}
+
 TEST_F(SysExceptionTest, fillsTheLanguageLibrariesOnce) {
   SysException exception = withLastError(5);
   exception.errorText();
@@ -189,6 +197,15 @@ TEST_F(SysExceptionTest, hasNoLeadingZerosInTheHexadecimalError) {
   SetLastError(0xABC);
   SysException exception("X");
   EXPECT_EQ(exception.errorText(), "X:Unknown error 0xabc");
+}
+
+TEST_F(SysExceptionTest, readsTheResourceIntoABufferOf2048Characters) {
+  installLibrary(L"en-US.dll", u"Unknown error ");
+  SysException exception = withLastError(kUnknownError);
+  exception.errorText();
+  const auto calls = journal().calls("LoadStringW");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_NE(calls[0].args.find(", 101, 2048"), std::string::npos) << calls[0].args;
 }
 
 TEST_F(SysExceptionTest, takesTheResourceInTheUsersLanguageInItsNarrowForm) {

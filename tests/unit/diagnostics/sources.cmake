@@ -4,6 +4,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/DebugLogOutletTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EtwEventTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EtwLogOutletTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ExceptionFieldsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/GetSystemErrorTextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LanguageLibrariesTest.cpp

@@ -1,5 +1,6 @@
 #include "service/TPMEnrollmentProcessException.h"
 
+#include "tests/unit/runtime/Thrown.h"
 #include "tests/unit/service/ServiceFixture.h"
 
 namespace {
@@ -41,6 +42,17 @@ TEST_F(TPMEnrollmentProcessExceptionTest, copyHasTextAndCodeOfItsOriginal) {
   const TPMEnrollmentProcessException copy = original;
   EXPECT_STREQ(copy.what(), "Last error code: 5 : Access is denied.");
   EXPECT_EQ(copy.errorCode, 5U);
+}
+
+TEST_F(TPMEnrollmentProcessExceptionTest, textHasAQuestionMarkForWhatHasNoNarrowForm) {
+  host::machine().errorTexts[5] = L"Odmowa dost\u0119pu.\r\n";
+  EXPECT_STREQ(TPMEnrollmentProcessException("", 5).what(), "Last error code: 5 : Odmowa dost?pu.");
+}
+
+TEST_F(TPMEnrollmentProcessExceptionTest, throwsItselfWhenStreamedInTheThrow) {
+  EXPECT_EQ(thrownBy<TPMEnrollmentProcessException>(
+                [] { throw TPMEnrollmentProcessException("A::b", 5) << "x"; }),
+            "Last error code: 5 : Access is denied.x");
 }
 
 TEST_F(TPMEnrollmentProcessExceptionTest, streamedValuesFollowTheText) {
