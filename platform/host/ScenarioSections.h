@@ -35,6 +35,9 @@ inline constexpr std::string_view kExpectedSection = "expected";
 
 std::span<const Section> sections();
 
+// Of [machine].
+std::span<const Key> machineKeys();
+
 // Of [trace <session>]: its keys, and what its head begins.
 std::span<const Key> traceKeys();
 Reason openTrace(std::string_view argument, Scenario& scenario);
