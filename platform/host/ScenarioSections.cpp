@@ -113,6 +113,7 @@ constexpr std::array kScenarioKeys = {
     Key{"unchanged", true, false, readUnchanged},
     Key{"not there", true, false, readNotThere},
 };
+
 // [stack]
 
 Reason readDirectory(Value value, Value /*name*/, Scenario& scenario) {

@@ -1,17 +1,12 @@
-// [machine]: what the machine is like.
+// What a scenario says of its computer: the keys of [machine].
 
-#include "platform/host/ScenarioSections.h"
-
-#include <algorithm>
 #include <array>
 
-#include "platform/host/Imbalances.h"
+#include "platform/host/ScenarioSections.h"
 #include "platform/host/Text.h"
 
 namespace host::scenario {
 namespace {
-
-constexpr std::string_view kNone = "none";
 
 using Value = std::string_view;
 
@@ -69,7 +64,7 @@ Reason readPrivileges(Value value, Value /*name*/, Scenario& scenario) {
     return "there must be all, none or a list of privileges";
   }
   std::vector<std::wstring> names;
-  if (value != kNone) {
+  if (value != "none") {
     for (const Value word : wordsOf(value)) {
       if (Reason reason = readPrivilege(word, names)) {
         return reason;
