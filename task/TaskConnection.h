@@ -3,8 +3,8 @@
 #include "platform/win32.h"
 
 // The way to the Task Scheduler. The three steps run in this order on the service's thread. Each
-// that fails writes a DEBUG line with the result, gives back what the steps before it took, and
-// closes COM; then nothing is left for its caller to release. All may throw ComError.
+// that fails writes a DEBUG line with the result and gives back what it and the steps before it
+// took, the opening of COM included; nothing is left for its caller to release.
 
 // Opens COM for the process, for any thread, with calls that are encrypted and that let the
 // scheduler act as the caller. Returns whether COM is open.
@@ -14,5 +14,6 @@ bool InitializeCom();
 // current user. Returns it, or null.
 ITaskService* ConnectTaskService();
 
-// Opens the folder "\" of `service` into `s_rootFolder`. Returns it, or null.
+// Opens the folder "\" of `service` into `s_rootFolder`. Returns it, or null. Throws ComError if
+// its name cannot be allocated; then nothing is released, and COM stays open.
 ITaskFolder* GetRootFolder(ITaskService*& service);

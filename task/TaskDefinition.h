@@ -19,7 +19,7 @@
 bool PutRegistrationInfo();
 
 // When the task may run, for how long, and what happens when it cannot. If the idle settings cannot
-// be had or set, the reference to the settings is never given back.
+// be had or refuse the last of their values, the reference to the settings is never given back.
 bool PutTaskSettings();
 
 // The task starts on either of two events of the TPM's provider in the System log.

@@ -95,6 +95,9 @@ void ComObject::keepForEver(std::unique_ptr<ComObject> object) {
 }
 
 HRESULT MethodCall::answers(HRESULT result) {
+  if (SUCCEEDED(result) && verdict_ > S_OK) {
+    result = verdict_;
+  }
   returns(hexText(static_cast<DWORD>(result)).c_str());
   return result;
 }

@@ -94,17 +94,16 @@ class MethodCall : public StatusCall {
   HRESULT verdict() const { return verdict_; }
   bool isRefused() const { return FAILED(verdict_); }
 
-  // Answers with a result, which the journal keeps in hexadecimal.
+  // Answers with a result, which the journal keeps in hexadecimal. A call that is told to answer
+  // with a number that is no failure does its work and answers with that in place of a success.
   HRESULT answers(HRESULT result);
   HRESULT refuses() { return answers(verdict_); }
 
  private:
   // A call that is told to fail fails as it is told; that the object was gone is noted by then.
   HRESULT verdictOn(bool isAlive) const {
-    if (faulted()) {
-      return static_cast<HRESULT>(fault());
-    }
-    return isAlive ? S_OK : kObjectGone;
+    const HRESULT told = faulted() ? static_cast<HRESULT>(fault()) : S_OK;
+    return FAILED(told) || isAlive ? told : kObjectGone;
   }
 
   HRESULT verdict_;

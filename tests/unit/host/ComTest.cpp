@@ -285,6 +285,31 @@ TEST_F(ReferenceTest, AMethodAnswersWithTheErrorThatItIsTold) {
   EXPECT_EQ(journal().calls("ITaskService::NewTask")[0].result, "0x8007000e");
 }
 
+// As Windows does now and then: a registration that stored the task may answer 0x0004131B.
+TEST_F(ReferenceTest, AMethodThatIsToldANumberThatIsNoFailureDoesItsWorkAndAnswersWithIt) {
+  faults().failOnce("ITaskService::NewTask", 0x0004131B);
+  ITaskDefinition* task = nullptr;
+  EXPECT_EQ(code(service->NewTask(0, &task)), 0x0004131BU);
+  EXPECT_EQ(journal().calls("ITaskService::NewTask")[0].result, "0x4131b");
+  ASSERT_NE(task, nullptr);
+  task->Release();
+}
+
+TEST_F(ReferenceTest, ANumberThatIsNoFailureHidesNoFailure) {
+  faults().failOnce("ITaskService::NewTask", 1);
+  faults().failOnce("ITaskService::GetFolder", 1);
+  ITaskDefinition* task = nullptr;
+  EXPECT_EQ(code(service->NewTask(1, &task)), 0x80070057U);
+  ITaskService* const gone = service.get();
+  service.release()->Release();
+  ITaskFolder* folder = nullptr;
+  EXPECT_EQ(code(gone->GetFolder(TestString(L"\\"), &folder)), 0x80010108U);
+  EXPECT_EQ(folder, nullptr);
+  EXPECT_EQ(
+      ledger().violations(),
+      std::vector<std::string>{"ITaskService::GetFolder: the ITaskService was released before"});
+}
+
 TEST_F(ReferenceTest, AStringThatWasFreedIsNoArgument) {
   const BSTR text = SysAllocString(L"x");
   SysFreeString(text);

@@ -172,6 +172,25 @@ TEST_P(WholeRoadTest, isWalkedAsItsTableSays) {
   EXPECT_EQ(storedPath(), road.after);
 }
 
+// Only a negative result is a failure: 0x0004131B is what the scheduler says when it has stored a
+// task but could not start one of its triggers.
+TEST_P(WholeRoadTest, isWalkedTheSameIfEveryMethodAnswersWithAnotherSuccess) {
+  const Road& road = *GetParam();
+  prepare(road);
+  std::size_t told = 0;
+  for (const Step& step : road.steps) {
+    if (step.call().find("::") == std::string::npos) continue;
+    faults().failFrom(step.call(), 0x0004131B);
+    ++told;
+  }
+  EXPECT_GE(told, 3U);
+  EXPECT_EQ(thrownBy(road), 0U);
+  faults().clear();
+  EXPECT_EQ(trace.texts(), roads::textsOf(road, 0, road.steps.size()));
+  expectBalanced();
+  EXPECT_EQ(storedPath(), road.after);
+}
+
 INSTANTIATE_TEST_SUITE_P(Roads, WholeRoadTest,
                          ::testing::Values(&roads::creation(), &roads::inOrder(),
                                            &roads::repointing(), &roads::deletion()),
