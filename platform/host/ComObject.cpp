@@ -95,8 +95,10 @@ void ComObject::keepForEver(std::unique_ptr<ComObject> object) {
 }
 
 HRESULT MethodCall::answers(HRESULT result) {
-  returns(hexText(static_cast<DWORD>(result)).c_str());
-  return result;
+  // A call that is told a result that is no failure does its work and answers so in place of S_OK.
+  const HRESULT answer = result == S_OK && SUCCEEDED(verdict_) ? verdict_ : result;
+  returns(hexText(static_cast<DWORD>(answer)).c_str());
+  return answer;
 }
 
 }  // namespace host
