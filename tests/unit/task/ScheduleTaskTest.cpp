@@ -5,6 +5,16 @@ namespace {
 class ScheduleTaskTest : public LifecycleTest {
  protected:
   ScheduleTaskTest() { host::machine().programPath = L"C:\\Orvix\\bin\\Service.exe"; }
+
+  // Leaves what looks like a path in the memory that the next call takes for its variables.
+  [[gnu::noinline]] static void soilTheStack() {
+    volatile wchar_t soil[2048];
+    bool isSeparator = false;
+    for (volatile wchar_t& place : soil) {
+      place = isSeparator ? L'\\' : L'x';
+      isSeparator = !isSeparator;
+    }
+  }
 };
 
 TEST_F(ScheduleTaskTest, taskPointsAtTheDirectoryOfTheRunningProgram) {
@@ -80,9 +90,10 @@ TEST_F(ScheduleTaskTest, errorThatASuccessLeavesStopsTheOperation) {
   EXPECT_EQ(comCalls(), Texts{});
 }
 
-// Deliberate: the last error alone decides.
+// Deliberate: the last error alone decides. The place for the path was cleared, so it is empty.
 TEST_F(ScheduleTaskTest, resultOfTheCallIsNotLookedAt) {
   faults().failOnce("GetModuleFileNameW", 0);
+  soilTheStack();
   ScheduleTask();
   EXPECT_TRUE(log.contains("Task not found, scheduled new one sucessfully"));
   EXPECT_EQ(storedPath(), L"\"\\OrvixVTMEKRecertification.exe\"");

@@ -63,22 +63,26 @@ TEST_P(UnequalPathTest, isRepointed) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, UnequalPathTest,
-    ::testing::Values(Row{"LetterCaseAlone", L"\"c:\\X" + kProgram + L"\"", "c:\\XandC:\\x"},
-                      Row{"TrailingBackslash", L"\"C:\\x\\" + kProgram + L"\"", "C:\\x\\andC:\\x"},
-                      Row{"WithoutASeparator", L"OrvixVTMEKRecertification.exe",
-                          "OrvixVTMEKRecertification.exeandC:\\x"},
-                      Row{"QuotedWithoutASeparator", L"\"OrvixVTMEKRecertification.exe\"",
-                          "OrvixVTMEKRecertification.exe\"andC:\\x"},
-                      // The directory without a program after it loses its own last part.
-                      Row{"DirectoryAlone", L"\"C:\\x\"", "C:andC:\\x"},
-                      Row{"SlashesAreNotBackslashes", L"\"C:/x/y/z.exe\"", "C:/x/yandC:\\x\\y",
-                          L"C:\\x\\y"},
-                      Row{"TwoLeadingQuotes", L"\"\"C:\\x\\y.exe\"", "\"C:\\xandC:\\x"},
-                      Row{"QuoteInside", L"C:\\\"x\"\\y.exe", "C:\\\"x\"andC:\\x"},
-                      Row{"OneQuote", L"\"", "andC:\\x"},
-                      Row{"BlankAheadOfTheQuote", L" \"C:\\x\\y.exe\"", " \"C:\\xandC:\\x"},
-                      Row{"BlankBehindTheDirectory", L"\"C:\\x \\y.exe\"", "C:\\x andC:\\x"},
-                      Row{"BeyondAscii", L"\"C:\\\u00DC\\y.exe\"", "C:\\?andC:\\x"}),
+    ::testing::Values(
+        Row{"LetterCaseAlone", L"\"c:\\X" + kProgram + L"\"", "c:\\XandC:\\x"},
+        Row{"TrailingBackslash", L"\"C:\\x\\" + kProgram + L"\"", "C:\\x\\andC:\\x"},
+        Row{"WithoutASeparator", L"OrvixVTMEKRecertification.exe",
+            "OrvixVTMEKRecertification.exeandC:\\x"},
+        Row{"QuotedWithoutASeparator", L"\"OrvixVTMEKRecertification.exe\"",
+            "OrvixVTMEKRecertification.exe\"andC:\\x"},
+        // The directory without a program after it loses its own last part.
+        Row{"DirectoryAlone", L"\"C:\\x\"", "C:andC:\\x"},
+        Row{"SlashesAreNotBackslashes", L"\"C:/x/y/z.exe\"", "C:/x/yandC:\\x\\y", L"C:\\x\\y"},
+        Row{"TwoLeadingQuotes", L"\"\"C:\\x\\y.exe\"", "\"C:\\xandC:\\x"},
+        Row{"QuoteInside", L"C:\\\"x\"\\y.exe", "C:\\\"x\"andC:\\x"},
+        Row{"OneQuote", L"\"", "andC:\\x"},
+        Row{"BlankAheadOfTheQuote", L" \"C:\\x\\y.exe\"", " \"C:\\xandC:\\x"},
+        Row{"BlankBehindTheDirectory", L"\"C:\\x \\y.exe\"", "C:\\x andC:\\x"},
+        Row{"BeyondAscii", L"\"C:\\\u00DC\\y.exe\"", "C:\\?andC:\\x"},
+        Row{"NewDirectoryOfAnyCharacters", L"\"C:\\x\\y.exe\"", "C:\\xandC:\\R&D 'x' ?",
+            L"C:\\R&D 'x' \u8A8D"},
+        // Alike in the log's line, and different all the same.
+        Row{"OneCharacterBeyondAscii", L"\"C:\\\u00DC\\y.exe\"", "C:\\?andC:\\?", L"C:\\\u00FC"}),
     [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

@@ -24,6 +24,16 @@ TEST_F(TaskCheckTest, taskInOrderIsLeftAlone) {
   expectBalanced();
 }
 
+// Only a negative result is a failure.
+TEST_F(TaskCheckTest, successOfAnotherKindLeadsToTheCheckAsWell) {
+  makeTask(L"C:\\x");
+  faults().failOnce("ITaskFolder::GetTask", 1);
+  EnsureTask(L"C:\\x");
+  EXPECT_EQ(log.texts(),
+            (Texts{"[DBG] [TPM] Compare: C:\\xandC:\\x", "[DBG] [TPM] Task is Ok, Skipping..."}));
+  expectBalanced();
+}
+
 TEST_F(TaskCheckTest, firstActionIsTheOneThatCounts) {
   makeTask(L"C:\\x");
   EnsureTask(L"C:\\x");

@@ -58,6 +58,16 @@ TEST_F(TaskLifecycleTest, createdTaskStartsTheProgramInTheDirectory) {
   EXPECT_EQ(storedPath(), L"\"C:\\x\\OrvixVTMEKRecertification.exe\"");
 }
 
+// What the document escapes, and what it cannot hold in one byte.
+TEST_F(TaskLifecycleTest, directoryOfAnyCharactersIsStoredAndFoundInOrder) {
+  const std::wstring directory = L"C:\\R&D 'x' \u00DC \u8A8D";
+  EnsureTask(directory);
+  EXPECT_EQ(storedPath(), L"\"" + directory + L"\\OrvixVTMEKRecertification.exe\"");
+  EnsureTask(directory);
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Compare: C:\\R&D 'x' ? ?andC:\\R&D 'x' ? ?",
+                                "[DBG] [TPM] Task is Ok, Skipping..."}));
+}
+
 TEST_F(TaskLifecycleTest, taskIsLookedForByItsName) {
   EnsureTask(L"C:\\x");
   EXPECT_EQ(journal().calls("ITaskFolder::GetTask").at(0).args, "Orvix VTM EK Recertification");
@@ -134,6 +144,36 @@ INSTANTIATE_TEST_SUITE_P(
         StoppedAt{"IExecAction::put_Path"}, StoppedAt{"IUnknown::QueryInterface"}),
     [](const auto& row) {
       const std::string name = row.param.call;
+      return name.substr(name.find("::") + 2) + std::to_string(row.index);
+    });
+
+// Only a negative result is a failure.
+class OtherSuccessTest : public TaskLifecycleTest,
+                         public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(OtherSuccessTest, doesNotStopTheCreation) {
+  faults().failOnce(GetParam(), 1);
+  EnsureTask(L"C:\\x");
+  EXPECT_EQ(journal().calls(GetParam()).at(0).result, "0x1");
+  EXPECT_EQ(log.texts(), (Texts{"[DBG] [TPM] Success! Task successfully registered.",
+                                "[DBG] [TPM] Task not found, scheduled new one sucessfully"}));
+  expectBalanced();
+  EXPECT_EQ(storedPath(), L"\"C:\\x\\OrvixVTMEKRecertification.exe\"");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Calls, OtherSuccessTest,
+    ::testing::Values("ITaskService::Connect", "ITaskService::GetFolder", "ITaskService::NewTask",
+                      "ITaskDefinition::get_RegistrationInfo", "IRegistrationInfo::put_Author",
+                      "ITaskDefinition::get_Principal", "IPrincipal::put_LogonType",
+                      "ITaskDefinition::get_Settings", "ITaskSettings::get_IdleSettings",
+                      "IIdleSettings::put_RestartOnIdle", "ITaskSettings::put_IdleSettings",
+                      "ITaskDefinition::get_Triggers", "ITriggerCollection::Create",
+                      "IUnknown::QueryInterface", "IEventTrigger::put_Subscription",
+                      "ITaskDefinition::get_Actions", "IActionCollection::Create",
+                      "IExecAction::put_Path", "ITaskFolder::RegisterTaskDefinition"),
+    [](const auto& row) {
+      const std::string name = row.param;
       return name.substr(name.find("::") + 2) + std::to_string(row.index);
     });
 
