@@ -14,7 +14,7 @@ std::string progressStateText(std::uint32_t state);
 // the step as the latest one, also when it is unknown.
 //
 // Called on any thread of the library; a process-wide mutex serialises the line and the store.
-// Throws vusl::LockedException when the mutex cannot be taken.
+// Throws `Exception` when the mutex cannot be taken.
 void onProgress(std::uint32_t state);
 
 // The latest step, 0 before any report. Takes no lock: the value may be that from just before or

@@ -4,6 +4,16 @@
 
 namespace vusl {
 
+namespace {
+
+// One of the two mutexes that the process holds from before its entry to its end; the other guards
+// the progress state. Deliberate: nothing takes this one. It stands all the same: whoever lists the
+// process's handles finds two, and a platform that refuses either ends the process before it has
+// reported anything.
+const Mutex processMutex;
+
+}  // namespace
+
 Mutex::Mutex() : handle(CreateMutexW(nullptr, FALSE, nullptr)) {
   if (handle == nullptr) {
     const DWORD error = GetLastError();

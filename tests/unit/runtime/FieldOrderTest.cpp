@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "VUSL/Support/CriticalSection.h"
 #include "VUSL/Support/Event.h"
@@ -11,6 +12,7 @@
 #include "VUSL/Support/Thread.h"
 #include "VUSL/SupportCore/BufferWriter.h"
 #include "VUSL/SupportCore/File.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/MachineTest.h"
 
 // Where the fields of the runtime's objects lie, as the native build lays them out: each object's
@@ -93,6 +95,39 @@ TEST_F(FieldOrderTest, threadHasItsSevenFieldsInOrder) {
   EXPECT_EQ(std::string(fieldAt<const char*>(thread, 56), 6), "layout");
   EXPECT_THROW(failing.Wait(), std::runtime_error);
   EXPECT_EQ(fieldAt<void*>(thread, 48), nullptr);
+}
+
+// What only a hand in the object's memory can show.
+
+class Renaming : public vusl::Thread {
+ public:
+  Renaming() : Thread("before") {}
+  void Run() override {
+    std::memcpy(fieldAt<char*>(*static_cast<vusl::Thread*>(this), 56), "behind", 6);
+  }
+};
+
+TEST_F(FieldOrderTest, threadsClosingLineHasTheNameAsItWasWhenTheThreadBegan) {
+  LogRecorder log;
+  Renaming thread;
+  vusl::Thread::theThreadFunc(static_cast<vusl::Thread*>(&thread));
+  EXPECT_TRUE(log.contains("Thread completed. Name: before, ptr: 0x"));
+}
+
+class Handled : public vusl::Thread {
+ public:
+  explicit Handled(HANDLE handle) : Thread("handled") {
+    auto* const bytes = reinterpret_cast<unsigned char*>(static_cast<vusl::Thread*>(this));
+    std::memcpy(bytes + 8, &handle, sizeof(handle));
+  }
+  void Run() override {}
+};
+
+TEST_F(FieldOrderTest, threadDoesNotCloseAHandleThatTheMachineCallsInvalid) {
+  { const Handled thread(INVALID_HANDLE_VALUE); }
+  // The one handle closed is that of the started event.
+  EXPECT_EQ(journal().namesOf({"SetEvent", "CloseHandle"}),
+            (std::vector<std::string>{"SetEvent", "CloseHandle"}));
 }
 
 TEST_F(FieldOrderTest, fileHasNameAndHandle) {

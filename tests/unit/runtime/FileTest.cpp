@@ -180,6 +180,14 @@ TEST_F(FileTest, readOfTheWholeSizeIsAllowedAndOfMoreIsAnAssertion) {
   EXPECT_STREQ(data, "abc");
 }
 
+TEST_F(FileTest, readOfMoreThanTheFileHoldsLeavesAnOpenFileOpen) {
+  File file(kPath);
+  file.write("abc", 3);
+  char data[4];
+  EXPECT_EQ(thrownBy<AssertException>([&] { file.read(data, 4); }), "Invalid size passed");
+  EXPECT_TRUE(file.isOpen());
+}
+
 TEST_F(FileTest, readOfNullIsAnAssertion) {
   File file(kPath);
   EXPECT_EQ(thrownBy<AssertException>([&] { file.read(nullptr, 0); }), "Invalid data passed");

@@ -89,6 +89,7 @@ TEST_F(ThreadTest, startResetsTheEventAgainCreatesTheThreadAndNamesIt) {
   EXPECT_EQ(journal().namesOf({"CreateEventW", "ResetEvent", "CreateThread", "RaiseException"}),
             (Texts{"CreateEventW", "ResetEvent", "ResetEvent", "CreateThread", "RaiseException"}));
   EXPECT_EQ(journal().calls("CreateThread").at(0).args, "null, 0, 0");
+  EXPECT_EQ(journal().calls("ResetEvent").at(1).args, journal().calls("CreateEventW").at(0).result);
 }
 
 TEST_F(ThreadTest, failedStartThrowsWithErrorAndAddressAndTheThreadIsNotNamed) {
