@@ -25,8 +25,9 @@ class LogSetup {
   // level word that counts if the configuration has none. `configFile`: the file in the
   // configuration directory of the installation. A file that is missing or broken is not a failure.
   // Throws `Exception` if the directory cannot be found, if settings are published already and if
-  // the size of the log file cannot be read; a pointer to an `Exception` if the trace provider
-  // cannot be registered. No outlet is attached then.
+  // the size of the log file cannot be read; `AssertException` if the configuration vanishes while
+  // it is read; a pointer to an `Exception` if the trace provider cannot be registered. No outlet
+  // is attached then.
   LogSetup(const std::string& logFile, const std::string& defaultLevel,
            const std::string& configFile);
 

@@ -65,6 +65,7 @@ void LogSink::log(const vusl::string_t& message, int level) {
 }
 
 void LogSink::log(const vusl::string_t& message, int level, int32_t channel) {
+  // Deliberate: stamped also if nobody takes the message. Only outlets know their thresholds.
   SYSTEMTIME now{};
   GetLocalTime(&now);
   const DWORD thread = GetCurrentThreadId();

@@ -47,6 +47,8 @@ void ReadKey(const vusl::string_t& path, uint64_t& key) {
   const BOOL hasTimes = GetFileTime(file, &created, &accessed, &written);
   CloseHandle(file);
   if (hasTimes == 0) return;
+  // Deliberate: the time of the last access must be a sound one too, though the files are sorted by
+  // that of the last writing. Where one is not, the other is not trusted with a deletion.
   SYSTEMTIME universal{};
   SYSTEMTIME local{};
   if (FileTimeToSystemTime(&accessed, &universal) == 0) return;
@@ -72,7 +74,8 @@ PathsByTime SortByTime(const std::vector<vusl::string_t>& names, const vusl::str
   return paths;
 }
 
-// Deletes the first `number` files and returns what failed, each entry followed by one blank.
+// Deletes the first `number` files and returns what failed, each entry followed by one blank. One
+// that failed counts: nothing newer is deleted in its place.
 vusl::string_t DeleteOldest(const PathsByTime& paths, int64_t number) {
   vusl::string_t failures;
   for (const auto& [time, path] : paths) {
@@ -83,6 +86,7 @@ vusl::string_t DeleteOldest(const PathsByTime& paths, int64_t number) {
     } catch (const BaseException& failure) {
       failures += path + L" reason: " + vusl::Widen(failure.what()) + L" ";
     } catch (...) {
+      // Deliberate, with its spelling: readers of the log search for it.
       failures += path + L" reason: uknown ";
     }
   }

@@ -65,6 +65,8 @@ void RollingFileLogOutlet::rollIfFull(uint32_t lengthBytes) {
     currentSize = 0;
   } catch (const BaseException& failure) {
     vusl::File live(logFileName);
+    // Deliberate: the reason has no line end. It stands at the head of the line that should have
+    // been the first of the new file.
     const std::string reason = failure.what();
     const auto reasonBytes = static_cast<uint32_t>(reason.size());
     currentSize = live.getSize() + reasonBytes;

@@ -44,6 +44,19 @@ TEST(SeamTest, LogSetupOpensTheDebugOutletOnBothSidesOfItsThreshold) {
   EXPECT_EQ(steps, "open level open attach ");
 }
 
+// The limits are read and not used, which shows nowhere, so the reads are looked for in the text.
+TEST(SeamTest, LogSetupReadsItsThreeSettingsBeforeItEmptiesTheSink) {
+  std::string steps;
+  const std::vector<std::string> code = product().at("VUSL/Support/LogSetup.cpp").code;
+  for (const std::string& line : code) {
+    steps += line.find("getString(settings::kLogLevel,") != std::string::npos ? "level " : "";
+    steps += line.find("getInt(settings::kMaxFileSize,") != std::string::npos ? "size " : "";
+    steps += line.find("getInt(settings::kMaxArchiveNumber,") != std::string::npos ? "number " : "";
+    steps += line.find("sink.detachAll()") != std::string::npos ? "empty " : "";
+  }
+  EXPECT_EQ(steps, "level size number empty ");
+}
+
 TEST(SeamTest, RoomsIncludeOnlyTheRoomsBelowThem) {
   expectNone(seam::forbiddenArrows(product()));
 }

@@ -6,6 +6,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "VUSL/Support/DebugLogOutlet.h"
@@ -190,6 +191,10 @@ TEST_F(LogItemTest, tagsALineWithAddressAndMethod) {
   const auto* object = reinterpret_cast<const void*>(uintptr_t{0x1F4A3C0});
   LogItem().info() << LogTag(object, "Run") << "Service is going to continue." << 16;
   EXPECT_EQ(log.texts(), Texts{"[INF] [TPM] [0x1f4a3c0] [Run] Service is going to continue.16"});
+}
+
+TEST_F(LogItemTest, hasAVirtualDestructor) {
+  EXPECT_TRUE(std::has_virtual_destructor_v<LogItem>);
 }
 
 TEST_F(LogItemTest, vanishesWhileNoOutletIsAttached) {

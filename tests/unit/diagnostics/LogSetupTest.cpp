@@ -264,6 +264,12 @@ TEST_F(LogSetupTest, writesNoLogFile) {
   EXPECT_TRUE(journal().calls("WriteFile").empty());
 }
 
+TEST_F(LogSetupTest, leavesTheThresholdOfTheFileOutletAlone) {
+  configure("LogLevel = \"FATAL\"\n");
+  build();
+  EXPECT_EQ(RollingDateFileLogOutlet::level, 1);
+}
+
 TEST_F(LogSetupTest, readsThePresentSizeOfTheLogFileByItsBareNameFirst) {
   build();
   const auto searches = journal().calls("FindFirstFileW");

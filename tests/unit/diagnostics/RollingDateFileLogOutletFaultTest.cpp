@@ -110,6 +110,8 @@ TEST_F(RollingDateFileLogOutletFaultTest, putsTheReasonIntoTheNewFileWhenAnArchi
             "Unable to remove file(s): C:\\logs\\x.log.old reason: Error when deleting file: "
             "C:\\logs\\x.log.oldLast error: 5 b\r\n");
   EXPECT_EQ(content(kFirstArchive), "a\r\n");
+  // Nothing newer goes in its place.
+  EXPECT_EQ(content(L"x.log.new"), "new");
 }
 
 TEST_F(RollingDateFileLogOutletFaultTest, hasFixedWordsForADeletionThatBreaksWithAnythingElse) {

@@ -86,6 +86,25 @@ TEST_F(RollingDateFileLogOutletTest, mayDeleteTheFileJustRenamedWithTheLimitOne)
   EXPECT_EQ(content(L"x.log.20260102030405"), std::nullopt);
 }
 
+TEST_F(RollingDateFileLogOutletTest, deletesEveryFileWithNoArchives) {
+  outlet.setMaxArchiveNumber(0);
+  write(L"x.log.1", "old");
+  write(L"x.log", "live");
+  rollLiveFile();
+  EXPECT_EQ(content(L"x.log.1"), std::nullopt);
+  EXPECT_EQ(content(L"x.log.20260102030405"), std::nullopt);
+}
+
+// 2147483648 is generic read, 1 the sharing of reads, 3 takes existing files only.
+TEST_F(RollingDateFileLogOutletTest, opensEachFileForReadingWhereOthersOnlyRead) {
+  write(L"x.log", "live");
+  rollLiveFile();
+  const auto calls = journal().calls("CreateFileW");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(calls[0].args.substr(0, calls[0].args.rfind(", 0, ")),
+            "C:\\logs\\x.log.20260102030405, 2147483648, 1, null, 3");
+}
+
 TEST_F(RollingDateFileLogOutletTest, passesOverFoldersAndOtherFiles) {
   outlet.setMaxArchiveNumber(2);
   host::machine().drive.createFolder(L"C:\\logs\\x.log.folder");

@@ -161,6 +161,24 @@ TEST_F(RollingFileLogOutletTest, stopsTheShiftAtAGap) {
   EXPECT_EQ(content(L"x.log.5"), "5");
 }
 
+TEST_F(RollingFileLogOutletTest, rollsEachArchiveThroughTheSlot) {
+  write(L"x.log", "live");
+  write(L"x.log.0", "0");
+  struct Recording : RollingFileLogOutlet {
+    using RollingFileLogOutlet::RollingFileLogOutlet;
+    void roll(const vusl::string_t& path, unsigned int index) override {
+      rolled.emplace_back(path, index);
+      RollingFileLogOutlet::roll(path, index);
+    }
+    std::vector<std::pair<std::wstring, unsigned int>> rolled;
+  } outlet(kPath);
+  outlet.setMaxFileSize(4);
+  outlet.Dump(L"a");
+  EXPECT_EQ(outlet.rolled,
+            (std::vector<std::pair<std::wstring, unsigned int>>{
+                {L"C:\\logs\\x.log", 0}, {L"C:\\logs\\x.log.0", 1}, {L"C:\\logs\\x.log.1", 2}}));
+}
+
 TEST_F(RollingFileLogOutletTest, rollsNothingWhenThereIsNoFile) {
   write(L"x.log.0", "0");
   OpenOutlet outlet(kPath);
@@ -239,6 +257,24 @@ TEST_F(RollingFileLogOutletTest, tellsTheListenerOfAnyOtherExceptionInFixedWords
   ASSERT_EQ(listener.heard.size(), 3U);
   EXPECT_EQ(listener.heard[2].first, L"Could not write to log file.");
   EXPECT_EQ(listener.heard[2].second, 1U);
+}
+
+TEST_F(RollingFileLogOutletTest, tellsTheListenerOfItsOwnExceptionAsOfAFailureToWrite) {
+  struct Throwing : Listener {
+    void OnStatus(const vusl::string_t& text, uint32_t flag) override {
+      Listener::OnStatus(text, flag);
+      if (flag == kRecovery) throw Exception() << "no ear";
+    }
+  } listener;
+  OpenOutlet outlet(kPath);
+  outlet.setListener(&listener);
+  faults().failOnce("WriteFile", 112);
+  outlet.Dump(L"a");
+  outlet.Dump(L"b");
+  ASSERT_EQ(listener.heard.size(), 3U);
+  EXPECT_EQ(listener.heard[2].first, L"Error when writing to log file: no ear");
+  EXPECT_EQ(listener.heard[2].second, 1U);
+  EXPECT_EQ(content(L"x.log"), "b\r\n");
 }
 
 TEST_F(RollingFileLogOutletTest, stampsTheLocalTimeInTheDefaultFormat) {

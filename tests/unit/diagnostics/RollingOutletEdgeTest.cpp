@@ -69,6 +69,45 @@ TEST_F(RollingOutletEdgeTest, hasOneThresholdForBothWaysOfRolling) {
   EXPECT_EQ(content(L"x.log"), "[ERR] text\r\n");
 }
 
+TEST_F(RollingOutletEdgeTest, countsWhatTheFileHoldsWhenItCouldNotBeMoved) {
+  OpenDateOutlet outlet(kPath);
+  outlet.setMaxFileSize(3);
+  outlet.Dump(L"a");
+  faults().failOnce("MoveFileW", 5);
+  outlet.Dump(L"b");
+  EXPECT_EQ(content(L"x.log"),
+            "a\r\nError when renaming file from C:\\logs\\x.log to "
+            "C:\\logs\\x.log.20260102030405Last error: 5b\r\n");
+  EXPECT_EQ(outlet.currentSize, 94U);
+}
+
+TEST_F(RollingOutletEdgeTest, countsWhatTheNewFileHoldsWhenTheOldOnesCouldNotBeDeleted) {
+  OpenDateOutlet outlet(kPath);
+  outlet.setMaxFileSize(3);
+  outlet.setMaxArchiveNumber(1);
+  outlet.Dump(L"a");
+  faults().failOnce("DeleteFileW", 5);
+  outlet.Dump(L"b");
+  EXPECT_EQ(content(L"x.log"),
+            "Unable to remove file(s): C:\\logs\\x.log.20260102030405 reason: Error when deleting "
+            "file: C:\\logs\\x.log.20260102030405Last error: 5 b\r\n");
+  EXPECT_EQ(outlet.currentSize, 134U);
+}
+
+// There is nothing to move aside, and that fails by date. By number it does not.
+TEST_F(RollingOutletEdgeTest, putsAReasonBeforeAFirstLineThatIsLongerThanTheLimit) {
+  RollingDateFileLogOutlet byDate(kPath);
+  byDate.setMaxFileSize(3);
+  byDate.Dump(L"long");
+  EXPECT_EQ(content(L"x.log"),
+            "Error when renaming file from C:\\logs\\x.log to "
+            "C:\\logs\\x.log.20260102030405Last error: 2long\r\n");
+  RollingFileLogOutlet byNumber("C:\\logs\\y.log");
+  byNumber.setMaxFileSize(3);
+  byNumber.Dump(L"long");
+  EXPECT_EQ(content(L"y.log"), "long\r\n");
+}
+
 TEST_F(RollingOutletEdgeTest, opensOnceHoweverOftenItIsReopened) {
   RollingFileLogOutlet outlet(kPath);
   outlet.reopen();

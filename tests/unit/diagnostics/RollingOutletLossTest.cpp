@@ -90,6 +90,25 @@ TEST_F(RollingOutletLossTest, overwritesTheStartOfAFileAboveFourGiB) {
   EXPECT_EQ(std::string(bytes, sizeof(bytes)), "b\r\nrt of the file");
 }
 
+TEST_F(RollingOutletLossTest, overwritesTheStartOfAFileWhoseEndIsRefusedOnce) {
+  write(L"x.log", "start of the file");
+  RollingFileLogOutlet outlet(kPath);
+  faults().failOnce("SetFilePointer", 87);
+  outlet.Dump(L"a");
+  outlet.Dump(L"b");
+  EXPECT_EQ(content(L"x.log"), "b\r\nrt of the file");
+}
+
+TEST_F(RollingOutletLossTest, losesTheLastNumberedArchiveAtEachRoll) {
+  RollingFileLogOutlet outlet(kPath);
+  outlet.setMaxFileSize(3);
+  outlet.setMaxArchiveNumber(1);
+  for (const wchar_t* line : {L"1", L"2", L"3"}) outlet.Dump(line);
+  EXPECT_EQ(content(L"x.log"), "3\r\n");
+  EXPECT_EQ(content(L"x.log.0"), "2\r\n");
+  EXPECT_EQ(content(L"x.log.1"), std::nullopt);
+}
+
 TEST_F(RollingOutletLossTest, losesTheArchivesThatArePruned) {
   RollingDateFileLogOutlet outlet(kPath);
   outlet.setMaxFileSize(3);
