@@ -342,8 +342,8 @@ test_test_counts_the_tests_of_a_part() {
   stub ctest <<'END'
 log="$2/Testing/Temporary"
 mkdir -p "$log"
-printf 'ran 9 tests, each in a process of its own: 9 passed, 0 failed\n' >"$log/LastTest.log"
-printf 'ran 8 tests, each in a process of its own: 5 passed, 3 failed\n' >>"$log/LastTest.log"
+printf 'ran 9 tests in processes of their own: 9 passed, 0 failed\n' >"$log/LastTest.log"
+printf 'ran 8 tests in processes of their own: 5 passed, 3 failed\n' >>"$log/LastTest.log"
 printf '\n67%% tests passed, 1 tests failed out of 3\n'
 exit 8
 END

@@ -1,7 +1,9 @@
 // The entry of test programs whose tests each need a process of their own, because the product
 // keeps state for the whole process. With `--part=I/N` the program forks before each I-th of N
-// tests and runs it in the child: much cheaper than a start of the program for each, above all
-// under the sanitizers. Without it, it is an ordinary test program.
+// tests and runs it in the child: much cheaper than a start of the program for each. With
+// `--together` it does so for each I-th of N suites, because the sanitizers make even a fork dear,
+// and runs the tests of a suite that failed one by one: what counts is what they say. Without
+// `--part` it is an ordinary test program.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,12 +23,25 @@
 namespace {
 
 constexpr std::string_view kPartFlag = "--part=";
+constexpr std::string_view kTogetherFlag = "--together";
 constexpr unsigned kTestTimeoutSeconds = 120;
+constexpr unsigned kSuiteTimeoutSeconds = 600;
 constexpr int kMisused = 2;
 
 struct Part {
   std::size_t number = 0;  // from 1
   std::size_t count = 0;   // 0: not asked for
+  bool together = false;
+};
+
+struct Suite {
+  std::string name;
+  std::vector<std::string> tests;  // with the suite's name in front
+};
+
+struct Tally {
+  std::size_t ran = 0;
+  std::size_t failed = 0;
 };
 
 bool readNumber(std::string_view text, std::size_t& number) {
@@ -52,31 +67,35 @@ Part partFrom(std::string_view text) {
 // process, and runs a single test then.
 Part partOf(int argc, char** argv) {
   Part part;
+  bool together = false;
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument.starts_with("--gtest_internal_run_death_test")) return {};
     if (argument.starts_with(kPartFlag)) part = partFrom(argument.substr(kPartFlag.size()));
+    together = together || argument == kTogetherFlag;
   }
+  part.together = together;
   return part;
 }
 
-std::vector<std::string> allTests() {
-  std::vector<std::string> names;
-  const testing::UnitTest& tests = *testing::UnitTest::GetInstance();
-  for (int i = 0; i < tests.total_test_suite_count(); ++i) {
-    const testing::TestSuite& suite = *tests.GetTestSuite(i);
+std::vector<Suite> allSuites() {
+  std::vector<Suite> suites;
+  const testing::UnitTest& program = *testing::UnitTest::GetInstance();
+  for (int i = 0; i < program.total_test_suite_count(); ++i) {
+    const testing::TestSuite& suite = *program.GetTestSuite(i);
+    suites.push_back({suite.name(), {}});
     for (int j = 0; j < suite.total_test_count(); ++j) {
-      names.push_back(std::string(suite.name()) + "." + suite.GetTestInfo(j)->name());
+      suites.back().tests.push_back(std::string(suite.name()) + "." + suite.GetTestInfo(j)->name());
     }
   }
-  return names;
+  return suites;
 }
 
-[[noreturn]] void runInChild(const std::string& name, int output) {
+[[noreturn]] void runInChild(const std::string& filter, unsigned timeoutSeconds, int output) {
   dup2(output, STDOUT_FILENO);
   dup2(output, STDERR_FILENO);
-  alarm(kTestTimeoutSeconds);
-  GTEST_FLAG_SET(filter, name);
+  alarm(timeoutSeconds);
+  GTEST_FLAG_SET(filter, filter);
   std::exit(RUN_ALL_TESTS());
 }
 
@@ -98,37 +117,65 @@ std::string endOf(int status) {
   std::exit(EXIT_FAILURE);
 }
 
-// True if the test passed. What it printed is shown only if it did not.
-bool passes(const std::string& name) {
-  std::FILE* const output = std::tmpfile();
-  if (output == nullptr) giveUp("a file for a test's output");
+// Runs what the filter names in a process of its own; the status with which that ended.
+int statusOf(const std::string& filter, unsigned timeoutSeconds, std::FILE* output) {
   std::fflush(nullptr);
   const pid_t child = fork();
   if (child < 0) giveUp("a process for a test");
-  if (child == 0) runInChild(name, fileno(output));
+  if (child == 0) runInChild(filter, timeoutSeconds, fileno(output));
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
     if (errno != EINTR) giveUp("waiting for a test");
   }
+  return status;
+}
+
+std::FILE* fileForOutput() {
+  std::FILE* const output = std::tmpfile();
+  if (output == nullptr) giveUp("a file for a test's output");
+  return output;
+}
+
+// What a test printed is shown only if it failed.
+void runTest(const std::string& name, Tally& tally) {
+  std::FILE* const output = fileForOutput();
+  const int status = statusOf(name, kTestTimeoutSeconds, output);
+  ++tally.ran;
   if (status != 0) {
+    ++tally.failed;
     showOutput(fileno(output));
     std::printf("FAILED: %s (%s)\n", name.c_str(), endOf(status).c_str());
   }
   std::fclose(output);
-  return status == 0;
+}
+
+void runSuiteTogether(const Suite& suite, Tally& tally) {
+  std::FILE* const output = fileForOutput();
+  const int status = statusOf(suite.name + ".*", kSuiteTimeoutSeconds, output);
+  std::fclose(output);
+  if (status == 0) {
+    tally.ran += suite.tests.size();
+    return;
+  }
+  for (const std::string& test : suite.tests) runTest(test, tally);
 }
 
 int runPart(const Part& part) {
-  const std::vector<std::string> names = allTests();
-  std::size_t ran = 0;
-  std::size_t failed = 0;
-  for (std::size_t i = part.number - 1; i < names.size(); i += part.count) {
-    ++ran;
-    if (!passes(names[i])) ++failed;
+  Tally tally;
+  std::size_t index = 0;
+  const auto isOurs = [&] { return index++ % part.count == part.number - 1; };
+  for (const Suite& suite : allSuites()) {
+    if (part.together) {
+      if (isOurs()) runSuiteTogether(suite, tally);
+      continue;
+    }
+    for (const std::string& test : suite.tests) {
+      if (isOurs()) runTest(test, tally);
+    }
   }
-  std::printf("ran %zu tests, each in a process of its own: %zu passed, %zu failed\n", ran,
-              ran - failed, failed);
-  return ran > 0 && failed == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+  std::printf("ran %zu tests in processes of their own: %zu passed, %zu failed\n", tally.ran,
+              tally.ran - tally.failed, tally.failed);
+  return tally.ran > 0 && tally.failed == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace
