@@ -112,6 +112,8 @@ void EtwLogOutlet::registerProvider(TraceProvider* newProvider) {
 void EtwLogOutlet::Log(const vusl::string_t&, const vusl::string_t&, const vusl::string_t& message,
                        int itemLevel) {
   if (itemLevel < level) return;
+  // Deliberate: made before it is known whether a session wants it. A session that comes or goes
+  // then changes what is written and hardly what a line costs its thread.
   const vusl::string_t text = message + L"\r\n";
   const EventRow* const row = FindRow(itemLevel);
   if (row == nullptr) return;

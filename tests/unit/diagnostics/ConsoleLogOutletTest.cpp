@@ -6,6 +6,7 @@
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "tests/unit/runtime/SlotOrder.h"
 
@@ -27,10 +28,10 @@ class ConsoleLogOutletTest : public ::testing::Test {
       return broken ? 0 : std::wstringbuf::xsputn(text, count);
     }
     int sync() override {
-      ++flushes;
+      flushed.push_back(str());
       return 0;
     }
-    int flushes = 0;
+    std::vector<std::wstring> flushed;  // what stood there at each flush
     bool broken = false;
   };
 
@@ -56,10 +57,11 @@ TEST_F(ConsoleLogOutletTest, writesStampAndTagWhereThePrefixIsWanted) {
   EXPECT_EQ(console.str(), L"stamp tag: [INF] [TPM] Started.\n");
 }
 
-TEST_F(ConsoleLogOutletTest, flushesEachLine) {
+TEST_F(ConsoleLogOutletTest, flushesEachLineWithItsEnd) {
   ConsoleLogOutlet outlet(false);
   outlet.Dump(L"a");
-  EXPECT_EQ(console.flushes, 1);
+  outlet.Dump(L"b");
+  EXPECT_EQ(console.flushed, (std::vector<std::wstring>{L"a\n", L"a\nb\n"}));
 }
 
 TEST_F(ConsoleLogOutletTest, neverShowsTheTagNorColours) {
