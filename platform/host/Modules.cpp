@@ -262,7 +262,9 @@ FARPROC GetProcAddress(HMODULE handle, LPCSTR name) {
   if (address == nullptr) {
     return call.fails<FARPROC>(ERROR_PROC_NOT_FOUND, nullptr);
   }
-  return call.returns(reinterpret_cast<FARPROC>(address));
+  // Where the system put the library is not the same in two runs, so the journal has no address.
+  call.returns("an address");
+  return reinterpret_cast<FARPROC>(address);
 }
 
 BOOL FreeLibrary(HMODULE handle) {
