@@ -5,7 +5,6 @@
 // model of Windows in platform/host, which declares the same names with the same shapes.
 
 #ifdef _WIN32
-
 // The order matters: cfgmgr32.h and its like expect windows.h first.
 #include <windows.h>
 
@@ -22,6 +21,7 @@
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <wchar.h>
 
 #ifdef __MINGW32__

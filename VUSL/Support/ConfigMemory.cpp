@@ -1,10 +1,11 @@
 #include "VUSL/Support/ConfigMemory.h"
 
 #include <algorithm>
+#include <charconv>
 #include <exception>
-#include <locale>
 #include <source_location>
-#include <sstream>
+#include <string>
+#include <system_error>
 
 #include "VUSL/Support/Exception.h"
 
@@ -24,6 +25,10 @@ const std::string* find(const std::map<std::string, std::string>& settings,
   return found == settings.end() ? nullptr : &found->second;
 }
 
+bool isWhiteSpace(char character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
 template <typename T>
 bool answerDefault(T* value, const T* defaultValue) {
   if (defaultValue == nullptr) {
@@ -38,12 +43,19 @@ bool isAllowed(const T& value, const std::list<T>* allowed) {
   return allowed == nullptr || std::find(allowed->begin(), allowed->end(), value) != allowed->end();
 }
 
+// The outcome is that of extracting one number from a stream of the text: white space ahead is
+// skipped, one sign is taken, and what follows the digits is ignored.
 template <typename T>
 bool convert(const std::string& text, T* number) {
-  std::istringstream stream(text);
-  stream.imbue(std::locale::classic());
-  stream >> *number;
-  return !stream.fail();
+  const char* const end = text.data() + text.size();
+  const char* first = std::find_if_not(text.data(), end, isWhiteSpace);
+  if (first != end && *first == '+') {
+    ++first;
+    if (first != end && *first == '-') {
+      return false;
+    }
+  }
+  return std::from_chars(first, end, *number).ec == std::errc();
 }
 
 template <typename T>

@@ -1,24 +1,30 @@
 #include "VUSL/Support/ConfigMgmt.h"
 
+#include <cstdio>
 #include <istream>
 #include <map>
 #include <sstream>
+#include <string_view>
 
+#include "VUSL/Support/AssertException.h"
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/LogItem.h"
 #include "VUSL/Support/LogTag.h"
 #include "VUSL/Support/MissingFileError.h"
 #include "VUSL/Support/Text.h"
 #include "VUSL/SupportCore/File.h"
+#include "platform/win32.h"
 
 namespace {
 
 constexpr char kWhiteSpace[] = "\t\n\r ";
+constexpr char kNewSuffix[] = ".new";
+constexpr char kBackupSuffix[] = ".bak";
 constexpr std::size_t kShownOfBadLine = 20;
 
-std::string trimmed(const std::string& text) {
+std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kWhiteSpace);
-  if (first == std::string::npos) {
+  if (first == std::string_view::npos) {
     return {};
   }
   return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
@@ -27,42 +33,59 @@ std::string trimmed(const std::string& text) {
 // A quote ends the value even if the value did not begin with one. That is deliberate: files
 // written by hand rely on what stands behind the closing quote, or behind a lone one, not being
 // read.
-std::string decodedValue(const std::string& text) {
-  std::string value = trimmed(text);
+std::string_view decodedValue(std::string_view text) {
+  std::string_view value = trimmed(text);
   if (value.starts_with('"')) {
-    value.erase(0, 1);
+    value.remove_prefix(1);
   }
   return value.substr(0, value.find('"'));
 }
 
 using SettingMap = std::map<std::string, std::string>;
 
-// Reads the settings of a file's text, and lists them in the order of the file in `report`.
+// Reads the settings of a file's text, and lists them in the order of the file in `report`, which
+// is null if nobody wants them.
 SettingMap parse(std::istream& content, std::string* report) {
   SettingMap parsed;
   std::string rawLine;
   while (content.good()) {
     std::getline(content, rawLine);
-    const std::string line = trimmed(rawLine);
+    const std::string_view line = trimmed(rawLine);
     if (line.empty() || line.starts_with('#')) {
       continue;
     }
     const std::size_t equals = line.find('=');
-    if (equals == std::string::npos) {
+    if (equals == std::string_view::npos) {
       throw Exception() << "Check config file. Error while parsing line beginning with: "
-                        << line.substr(0, kShownOfBadLine);
+                        << std::string(line.substr(0, kShownOfBadLine));
     }
-    const std::string key = trimmed(line.substr(0, equals));
+    const std::string_view key = trimmed(line.substr(0, equals));
     if (key.empty()) {
       continue;
     }
-    const std::string value = decodedValue(line.substr(equals + 1));
-    if (!parsed.emplace(key, value).second) {
-      throw Exception() << "Check config file. Key already exist: " << key;
+    const auto [setting, isNew] = parsed.emplace(key, decodedValue(line.substr(equals + 1)));
+    if (!isNew) {
+      throw Exception() << "Check config file. Key already exist: " << setting->first;
     }
-    *report += "  " + key + "=" + value + "\n";
+    if (report != nullptr) {
+      report->append("  ").append(key).append("=").append(setting->second).append("\n");
+    }
   }
   return parsed;
+}
+
+bool exists(const std::string& path) {
+  struct _stat64i32 status {};
+  return _stat64i32(path.c_str(), &status) == 0;
+}
+
+// A file object only ever appends, and a save that failed may have left its file behind.
+void writeAfresh(vusl::File& file, const std::string& content) {
+  if (file.exists()) {
+    file.remove();
+  }
+  file.write(content.data(), static_cast<unsigned int>(content.size()));
+  file.close();
 }
 
 }  // namespace
@@ -90,10 +113,108 @@ void ConfigMgmt::reloadSettings() {
   file.readAll(content);
 
   std::string report = "ConfigMgmt::reloadSettings:\n";
-  settings = parse(content, &report);
+  settings = parse(content, silent ? nullptr : &report);
   if (!silent) {
     LogItem("reloadSettings").info() << report;
   }
+}
+
+// The reader refuses a file with a line that is no setting or with a key twice; the writer carries
+// the one over and drops the other. That is deliberate: a save keeps what a person wrote and never
+// complains about it.
+std::string ConfigMgmt::updatedContent(std::istream& content) {
+  SettingMap pending = settings;
+  std::string updated;
+  std::string rawLine;
+  while (content.good() && std::getline(content, rawLine)) {
+    const std::string_view line = trimmed(rawLine);
+    const std::size_t equals = line.find('=');
+    if (line.starts_with('#') || equals == std::string_view::npos) {
+      updated.append(line).append("\n");
+      continue;
+    }
+    const auto setting = pending.find(std::string(trimmed(line.substr(0, equals))));
+    if (equals == 0 || setting == pending.end()) {
+      continue;
+    }
+    if (!silent) {
+      LogItem() << LogAddress(this) << "Updated line: " << setting->first << "=" << setting->second;
+    }
+    updated += formatSettingLine(setting->first, setting->second);
+    pending.erase(setting);
+  }
+  for (const auto& [key, value] : pending) {
+    if (!silent) {
+      LogItem() << LogAddress(this) << "New line: " << key << "=" << value;
+    }
+    updated += formatSettingLine(key, value);
+  }
+  return updated;
+}
+
+bool ConfigMgmt::saveSettings() {
+  if (configFileName.empty()) {
+    throw AssertException("configFileName must not be empty");
+  }
+  const std::string newName = configFileName + kNewSuffix;
+  vusl::File configFile(vusl::Widen(configFileName));
+  vusl::File newFile(vusl::Widen(newName));
+  try {
+    std::stringstream content;
+    configFile.readAll(content);
+    writeAfresh(newFile, updatedContent(content));
+  } catch (const AssertException& e) {
+    // The exchange is tried all the same. That is deliberate: a missing file is reported by the
+    // renaming, after the old backup has gone.
+    LogItem().error() << LogAddress(this)
+                      << "Error occured when trying open old config file: " << e.what();
+  } catch (const Exception& e) {
+    LogItem().error() << LogAddress(this)
+                      << "Error occured when trying to update config file: " << e.what();
+    discardNewFile(newFile, newName);
+    configFile.close();
+    return false;
+  } catch (...) {
+    LogItem().error() << LogAddress(this)
+                      << "Internal error occured when trying to update config file.";
+    discardNewFile(newFile, newName);
+    configFile.close();
+    return false;
+  }
+  return exchangeFiles(newName);
+}
+
+// What was closed already stays: it may be whole, and the next save replaces it.
+void ConfigMgmt::discardNewFile(vusl::File& newFile, const std::string& newName) const {
+  if (!newFile.isOpen()) {
+    return;
+  }
+  newFile.close();
+  if (exists(newName) && std::remove(newName.c_str()) != 0) {
+    LogItem().error() << LogAddress(this)
+                      << "Error occured when trying to remove temporary config file: " << newName;
+  }
+}
+
+// Nothing is rolled back: whatever fails, the old content is whole under one of the names.
+bool ConfigMgmt::exchangeFiles(const std::string& newName) const {
+  const std::string backupName = configFileName + kBackupSuffix;
+  if (exists(backupName) && std::remove(backupName.c_str()) != 0) {
+    LogItem().error() << LogAddress(this)
+                      << "Error occured when trying to remove old backup config file: "
+                      << backupName;
+    return false;
+  }
+  return renameFile(configFileName, backupName) && renameFile(newName, configFileName);
+}
+
+bool ConfigMgmt::renameFile(const std::string& from, const std::string& to) const {
+  if (std::rename(from.c_str(), to.c_str()) == 0) {
+    return true;
+  }
+  LogItem().error() << LogAddress(this) << "Error occured when trying to rename file: " << from
+                    << " to: " << to;
+  return false;
 }
 
 std::string ConfigMgmt::formatSettingLine(std::string key, std::string value) {

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <iosfwd>
 #include <string>
 
 #include "VUSL/Support/ConfigMemory.h"
+
+namespace vusl {
+class File;
+}
 
 // The settings of one text file, `key = "value"` a line. It belongs to the thread that made it,
 // and so does the file while it is being read. Assigning copies settings, file name and silence,
@@ -22,10 +27,28 @@ class ConfigMgmt : public ConfigMemory {
   // holds a key twice; the store is then empty.
   void reloadSettings() override;
 
+  // Writes the settings to the file, which must exist. Comments, blank lines and lines without "="
+  // stay, trimmed; each setting keeps its place in the written form, and new ones go to the end in
+  // key order. Lines whose key this store does not hold, and lines without a key, are dropped.
+  //
+  // The text is written to <file>.new; then <file>.bak is removed, the file becomes <file>.bak and
+  // <file>.new the file. Returns whether all of it succeeded; failures are logged and nothing is
+  // rolled back. Without a file it returns false and has cost the old backup. Nothing is flushed.
+  // A value with a quote is written as it is, and so is read back only up to that quote.
+  // Throws `AssertException` if the store has no file name, and `Exception` if a file that failed
+  // before cannot be closed either.
+  bool saveSettings() override;
+
   // Returns the line, line end included, that stands for a setting in a file written by us.
   virtual std::string formatSettingLine(std::string key, std::string value);
 
  private:
+  // Returns the text that a file with `content` gets. Logs each setting unless silent.
+  std::string updatedContent(std::istream& content);
+  void discardNewFile(vusl::File& newFile, const std::string& newName) const;
+  bool exchangeFiles(const std::string& newName) const;
+  bool renameFile(const std::string& from, const std::string& to) const;
+
   bool silent = true;
   std::string configFileName;
 };

@@ -3,8 +3,12 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/BufferWriterTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CmdLineProcTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CmdLineValueTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigBytesTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigConversionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigMemoryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigMgmtTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigPowerCutTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigSaveTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CriticalSectionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EnvironmentPathTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EventTest.cpp
