@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <locale>
 #include <string>
+#include <vector>
 
 #include "VUSL/Support/CmdLineExc.h"
-#include "VUSL/Support/Exception.h"
+#include "VUSL/Support/CmdLinePrompt.h"
 #include "VUSL/Support/InvalidInputError.h"
 
 namespace vusl {
@@ -22,18 +23,29 @@ constexpr int32_t kUnknownParameter = 325;
 constexpr wchar_t kUsageRequest[] = L"?";
 constexpr char kGroupNameSeparator[] = ", ";
 
+const std::ctype<wchar_t>& characters() {
+  // Looked up once: the look-up takes longer than a short argument.
+  static const std::ctype<wchar_t>& facet =
+      std::use_facet<std::ctype<wchar_t>>(std::locale::classic());
+  return facet;
+}
+
 string_t lowered(string_t text) {
-  const std::locale& locale = std::locale::classic();
-  for (wchar_t& character : text) {
-    character = std::tolower(character, locale);
-  }
+  characters().tolower(text.data(), text.data() + text.size());
   return text;
+}
+
+// The same as `lowered(text) == loweredText`, without a text in between.
+bool isEqualLowered(const string_t& text, const string_t& loweredText) {
+  const std::ctype<wchar_t>& facet = characters();
+  const auto isSame = [&](wchar_t one, wchar_t lower) { return facet.tolower(one) == lower; };
+  return std::equal(text.begin(), text.end(), loweredText.begin(), loweredText.end(), isSame);
 }
 
 // An empty alias is none, so an empty name matches nothing.
 bool isNamed(const CmdLineParameter& parameter, const string_t& loweredName) {
-  return !loweredName.empty() &&
-         (lowered(parameter.name) == loweredName || lowered(parameter.alias) == loweredName);
+  return !loweredName.empty() && (isEqualLowered(parameter.name, loweredName) ||
+                                  isEqualLowered(parameter.alias, loweredName));
 }
 
 bool isPrompting(const CmdLineParameter& parameter) {
@@ -48,8 +60,10 @@ struct CmdLineProc::ParseState {
   int argc;
   const wchar_t* const* argv;
   int i = 1;
-  std::list<CmdLineParameter> seen;
-  std::list<DeferredPrompt> prompts;
+  // Each record once, however often it is given: a line of many arguments stays cheap.
+  std::vector<const CmdLineParameter*> seen;
+  // The names, in lower case, whose records are to be asked for.
+  std::vector<string_t> prompts;
 };
 
 CmdLineProc::CmdLineProc(const string_t& prefixCharacters, std::ostream& output,
@@ -72,7 +86,7 @@ void CmdLineProc::parseCommandLine(int argc, const wchar_t* const* argv) {
   }
   requireRequired();
   refuseConflicts();
-  runDeferredPrompts(state.prompts);
+  runDeferredPrompts(state);
 }
 
 void CmdLineProc::parseArgument(ParseState& state) {
@@ -112,14 +126,15 @@ void CmdLineProc::checkCompanions(const ParseState& state, const string_t& name,
   // deliberate: a list says what may come after its parameter, and checking both ways would refuse
   // orders that are allowed.
   const string_t candidate = lowered(parameter.name);
-  for (const CmdLineParameter& earlier : state.seen) {
-    if (earlier.companions.empty() || isNamed(earlier, candidate)) {
+  const auto isCandidate = [&](const string_t& companion) {
+    return isEqualLowered(companion, candidate);
+  };
+  for (const CmdLineParameter* earlier : state.seen) {
+    const std::list<string_t>& allowed = earlier->companions;
+    if (allowed.empty() || isNamed(*earlier, candidate)) {
       continue;
     }
-    const auto isCandidate = [&](const string_t& companion) {
-      return lowered(companion) == candidate;
-    };
-    if (std::none_of(earlier.companions.begin(), earlier.companions.end(), isCandidate)) {
+    if (std::none_of(allowed.begin(), allowed.end(), isCandidate)) {
       throw InvalidInputError(kNotAllowedHere) << Narrow(name) << firstPrefix();
     }
   }
@@ -127,17 +142,20 @@ void CmdLineProc::checkCompanions(const ParseState& state, const string_t& name,
 
 void CmdLineProc::applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter) {
   if (isPrompting(parameter)) {
-    const auto isRepeated = [&](const CmdLineParameter& earlier) {
-      return lowered(earlier.name) == lowered(parameter.name) && isPrompting(earlier);
+    const string_t own = lowered(parameter.name);
+    const auto isRepeated = [&](const CmdLineParameter* earlier) {
+      return isEqualLowered(earlier->name, own) && isPrompting(*earlier);
     };
     if (std::any_of(state.seen.begin(), state.seen.end(), isRepeated)) {
       return;
     }
-    state.prompts.push_back({name, state.i});
+    state.prompts.push_back(name);
   } else {
     takeValue(state, parameter);
   }
-  state.seen.push_back(parameter);
+  if (std::find(state.seen.begin(), state.seen.end(), &parameter) == state.seen.end()) {
+    state.seen.push_back(&parameter);
+  }
 }
 
 void CmdLineProc::takeValue(ParseState& state, CmdLineParameter& parameter) const {
@@ -168,8 +186,10 @@ void CmdLineProc::refuseConflicts() const {
       continue;
     }
     std::string names;
+    const char* separator = "";
     for (const CmdLineParameter& member : group.members) {
-      names += (names.empty() ? "" : kGroupNameSeparator) + Narrow(member.name);
+      names += separator + Narrow(member.name);
+      separator = kGroupNameSeparator;
     }
     throw InvalidInputError(kGroupConflict) << names;
   }
@@ -190,27 +210,22 @@ bool CmdLineProc::isGroupConflicting(const CmdLineGroup& group) const {
   return given > 1;
 }
 
-void CmdLineProc::runDeferredPrompts(const std::list<DeferredPrompt>& prompts) {
-  for (const DeferredPrompt& prompt : prompts) {
+void CmdLineProc::runDeferredPrompts(const ParseState& state) {
+  for (const string_t& name : state.prompts) {
     for (CmdLineParameter& parameter : parameters) {
-      if (isNamed(parameter, prompt.argument)) {
+      if (isNamed(parameter, name)) {
         askForValue(parameter);
       }
     }
   }
 }
 
-void CmdLineProc::askForValue(CmdLineParameter& /*parameter*/) {
-  // The console is not asked yet. A refusal, because an empty value would pass for an answer.
-  throw Exception("CmdLineProc::askForValue") << "Not supported.";
-}
-
 bool CmdLineProc::beginsWithPrefix(const string_t& argument) const {
   return !argument.empty() && prefix.find(argument.front()) != string_t::npos;
 }
 
-char CmdLineProc::firstPrefix() const {
-  return *Narrow(prefix.substr(0, 1)).c_str();
+std::string CmdLineProc::firstPrefix() const {
+  return Narrow(prefix.substr(0, 1));
 }
 
 string_t CmdLineProc::usageSynopsis() const {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <iosfwd>
 #include <list>
+#include <string>
 
 #include "VUSL/Support/CmdLineGroup.h"
 #include "VUSL/Support/CmdLineParameter.h"
@@ -16,7 +16,8 @@ namespace vusl {
 class CmdLineProc {
  public:
   // `prefix`: each of its characters marks an argument as a parameter.
-  // `out,in`: where prompts go and their answers come from; they must outlive this object.
+  // `out,in`: the program's output and input, kept and not used by parsing: each record brings the
+  //     streams on which its value is asked for, the standard ones unless its owner sets others.
   CmdLineProc(const string_t& prefix, std::ostream& out, std::istream& in);
   virtual ~CmdLineProc() = default;
 
@@ -34,21 +35,19 @@ class CmdLineProc {
   // Marks the records that the arguments name and takes their values.
   // `argc,argv`: the arguments; the first, the program's name, is skipped.
   // Throws `InvalidInputError` with the id of what is wrong, and `CmdLineExc` with the usage
-  // synopsis when the usage is asked for.
+  // synopsis when the usage is asked for. Values are asked for only when the whole line is valid;
+  // then also `ResourceMissingException` for a prompt without a text.
   void parseCommandLine(int argc, const wchar_t* const* argv);
 
   // Returns whether more than one member of the group was given.
   bool isGroupConflicting(const CmdLineGroup& group) const;
 
  private:
-  struct DeferredPrompt {
-    string_t argument;
-    int position;
-  };
   struct ParseState;
 
   bool beginsWithPrefix(const string_t& argument) const;
-  char firstPrefix() const;
+  // Empty for an empty prefix.
+  std::string firstPrefix() const;
   string_t usageSynopsis() const;
   void parseArgument(ParseState& state);
   void applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter);
@@ -57,8 +56,7 @@ class CmdLineProc {
   void takeValue(ParseState& state, CmdLineParameter& parameter) const;
   void requireRequired() const;
   void refuseConflicts() const;
-  void runDeferredPrompts(const std::list<DeferredPrompt>& prompts);
-  void askForValue(CmdLineParameter& parameter);
+  void runDeferredPrompts(const ParseState& state);
 
   string_t prefix;
   std::list<CmdLineParameter> parameters;

@@ -1,5 +1,6 @@
 target_sources(product PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/CmdLineParameter.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/CmdLinePrompt.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/CmdLineProc.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/ConfigMemory.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/ConfigMgmt.cpp

@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "VUSL/Support/CmdLineProc.h"
-#include "VUSL/Support/Exception.h"
 #include "VUSL/Support/InvalidInputError.h"
-#include "tests/unit/runtime/Thrown.h"
 
 // Values, required parameters, companions and groups of the command line.
 
@@ -244,12 +242,6 @@ TEST_F(CmdLineValueTest, promptTakesNoArgumentAndComesOnlyAfterTheLineIsFoundVal
   EXPECT_EQ(pin.index, 1);
   EXPECT_EQ(pin.value, L"");
   EXPECT_EQ(output.str(), "");
-}
-
-TEST_F(CmdLineValueTest, promptOfAValidLineIsRefusedRatherThanLeftUnanswered) {
-  add(L"pin", CmdLineParameterKind::PromptConfirmed);
-  EXPECT_EQ(thrownBy<Exception>([&] { errorOf({L"-pin"}); }),
-            "CmdLineProc::askForValue:Not supported.");
 }
 
 }  // namespace
