@@ -192,7 +192,11 @@ TEST_F(SchedulerTest, InRealTimeASignalFromAnotherThreadEndsAWait) {
 TEST_F(SchedulerTest, InRealTimeAWaitForEverIsKnownAndDescribed) {
   host::resetMachine(host::Scheduler::Mode::kReal);
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, L"Late");
-  host::TestThread waiter([event] { WaitForSingleObject(event, INFINITE); });
+  const HANDLE end = CreateEventW(nullptr, TRUE, FALSE, L"End");
+  host::TestThread waiter([event, end] {
+    WaitForSingleObject(event, INFINITE);
+    WaitForSingleObject(end, 20'000);
+  });
   host::Scheduler& scheduler = host::Scheduler::instance();
   const auto begin = std::chrono::steady_clock::now();
   while (!scheduler.everyoneElseWaitsForEver() &&
@@ -203,8 +207,10 @@ TEST_F(SchedulerTest, InRealTimeAWaitForEverIsKnownAndDescribed) {
   EXPECT_NE(scheduler.describeThreads().find("waits for event Late for ever"), std::string::npos);
   SetEvent(event);
   EXPECT_FALSE(scheduler.everyoneElseWaitsForEver());
+  SetEvent(end);
   waiter.join();
   EXPECT_EQ(scheduler.describeThreads().find("waits for"), std::string::npos);
+  CloseHandle(end);
   CloseHandle(event);
   host::resetMachine();
 }
