@@ -22,7 +22,8 @@ void setConsoleEcho(bool shown) {
   const HANDLE console = GetStdHandle(STD_INPUT_HANDLE);
   DWORD mode = 0;
   if (console == INVALID_HANDLE_VALUE || !GetConsoleMode(console, &mode)) return;
-  SetConsoleMode(console, shown ? mode | ENABLE_ECHO_INPUT : mode & ~ENABLE_ECHO_INPUT);
+  SetConsoleMode(console,
+                 shown ? mode | DWORD{ENABLE_ECHO_INPUT} : mode & ~DWORD{ENABLE_ECHO_INPUT});
 }
 
 // Hides the input for as long as it lives: a console that stayed mute would outlive the program.

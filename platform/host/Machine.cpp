@@ -1,11 +1,13 @@
 #include "platform/host/Machine.h"
 
 #include <chrono>
+#include <utility>
+#include <vector>
 
 #include "platform/host/Call.h"
 #include "platform/host/DriveLimits.h"
 #include "platform/host/Ledger.h"
-#include "platform/host/TaskRuns.h"
+#include "platform/host/Resets.h"
 
 namespace host {
 namespace {
@@ -18,6 +20,11 @@ using std::chrono::sys_days;
 constexpr sys_days kEpoch = std::chrono::year{1601} / std::chrono::January / std::chrono::day{1};
 
 constexpr std::int64_t kMsPerMinute = 60'000;
+
+std::vector<std::function<void()>>& resets() {
+  static auto* const all = new std::vector<std::function<void()>>;
+  return *all;
+}
 
 std::int64_t nowMs() {
   return Scheduler::instance().now() / kNanosecondsPerMillisecond;
@@ -115,9 +122,15 @@ Machine& machine() {
   return *theMachine;
 }
 
+void atReset(std::function<void()> forget) {
+  resets().push_back(std::move(forget));
+}
+
 void resetMachine(Scheduler::Mode mode, std::uint64_t seed) {
   if (Scheduler::isKnown()) {
-    TaskRuns::instance().clear();
+    for (const auto& forget : resets()) {
+      forget();
+    }
     Scheduler::instance().restart(mode, seed);
   } else {
     Scheduler::instance().start(mode, seed);

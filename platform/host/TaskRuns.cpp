@@ -5,6 +5,7 @@
 
 #include "platform/host/Machine.h"
 #include "platform/host/ProcessObject.h"
+#include "platform/host/Resets.h"
 
 namespace host {
 namespace {
@@ -16,7 +17,11 @@ void noteOf(const std::wstring& task, const std::string& what) {
 }  // namespace
 
 TaskRuns& TaskRuns::instance() {
-  static auto* const runs = new TaskRuns;
+  static TaskRuns* const runs = [] {
+    auto* made = new TaskRuns;
+    atReset([made] { made->clear(); });
+    return made;
+  }();
   return *runs;
 }
 
