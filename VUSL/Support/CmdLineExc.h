@@ -6,7 +6,7 @@
 
 namespace vusl {
 
-// The command line as a whole is wrong.
+// The usage is asked for in place of anything else; the parameter is its synopsis.
 class CmdLineExc : public ResourceExceptionStream<CmdLineExc, ResourceException> {
  public:
   static constexpr int32_t kResourceId = 259;

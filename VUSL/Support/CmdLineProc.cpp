@@ -42,10 +42,10 @@ bool isEqualLowered(const string_t& text, const string_t& loweredText) {
   return std::equal(text.begin(), text.end(), loweredText.begin(), loweredText.end(), isSame);
 }
 
-// An empty alias is none, so an empty name matches nothing.
+// An empty alias is none: a prefix alone must not name every record that has no alias.
 bool isNamed(const CmdLineParameter& parameter, const string_t& loweredName) {
-  return !loweredName.empty() && (isEqualLowered(parameter.name, loweredName) ||
-                                  isEqualLowered(parameter.alias, loweredName));
+  return isEqualLowered(parameter.name, loweredName) ||
+         (!parameter.alias.empty() && isEqualLowered(parameter.alias, loweredName));
 }
 
 bool isPrompting(const CmdLineParameter& parameter) {
@@ -55,12 +55,21 @@ bool isPrompting(const CmdLineParameter& parameter) {
 
 }  // namespace
 
+// What one parse knows of a record. Each question is answered once, however often the record is
+// given: a long line costs its arguments times the records, and no more.
+struct CmdLineProc::RecordState {
+  // How many of those seen, from the first on, allow the record. What they allow does not change.
+  size_t allowedBy = 0;
+  // Whether it is among those seen, or left out for good.
+  bool noted = false;
+};
+
 // How far one parse has got.
 struct CmdLineProc::ParseState {
   int argc;
   const wchar_t* const* argv;
   int i = 1;
-  // Each record once, however often it is given: a line of many arguments stays cheap.
+  std::vector<RecordState> records;  // One for each of `parameters`, in their order.
   std::vector<const CmdLineParameter*> seen;
   // The names, in lower case, whose records are to be asked for.
   std::vector<string_t> prompts;
@@ -80,7 +89,8 @@ CmdLineParameter& CmdLineProc::addParameter(CmdLineGroup& group, const string_t&
 }
 
 void CmdLineProc::parseCommandLine(int argc, const wchar_t* const* argv) {
-  ParseState state{argc, argv, 1, {}, {}};
+  ParseState state{argc, argv, 1, {}, {}, {}};
+  state.records.resize(parameters.size());
   while (state.i < state.argc) {
     parseArgument(state);
   }
@@ -100,20 +110,22 @@ void CmdLineProc::parseArgument(ParseState& state) {
   }
 
   bool matched = false;
+  auto record = state.records.begin();
   for (CmdLineParameter& parameter : parameters) {
+    RecordState& known = *record++;
     if (!isNamed(parameter, name)) {
       continue;
     }
-    checkCompanions(state, name, parameter);
-    // A second record of the same name gets the position behind the first one's name. That is
-    // deliberate: only the first match is where the name stands, and what counts is that both are
-    // seen.
+    checkCompanions(state, name, parameter, known);
+    // A second record that the same argument names gets the position behind the name, or behind
+    // the value that the first one took. That is deliberate: it takes its own value from there, and
+    // what counts is that both are seen.
     parameter.index = state.i;
     if (!matched) {
       ++state.i;
     }
     matched = true;
-    applyMatch(state, name, parameter);
+    applyMatch(state, name, parameter, known);
   }
   if (!matched) {
     throw InvalidInputError(kUnknownParameter) << Narrow(name) << firstPrefix();
@@ -121,17 +133,21 @@ void CmdLineProc::parseArgument(ParseState& state) {
 }
 
 void CmdLineProc::checkCompanions(const ParseState& state, const string_t& name,
-                                  const CmdLineParameter& parameter) const {
+                                  const CmdLineParameter& parameter, RecordState& known) const {
   // Only the lists of parameters seen earlier count, not the one of this parameter. That is
   // deliberate: a list says what may come after its parameter, and checking both ways would refuse
   // orders that are allowed.
+  if (known.allowedBy == state.seen.size()) {
+    return;
+  }
   const string_t candidate = lowered(parameter.name);
   const auto isCandidate = [&](const string_t& companion) {
     return isEqualLowered(companion, candidate);
   };
-  for (const CmdLineParameter* earlier : state.seen) {
-    const std::list<string_t>& allowed = earlier->companions;
-    if (allowed.empty() || isNamed(*earlier, candidate)) {
+  for (; known.allowedBy < state.seen.size(); ++known.allowedBy) {
+    const CmdLineParameter& earlier = *state.seen[known.allowedBy];
+    const std::list<string_t>& allowed = earlier.companions;
+    if (allowed.empty() || isNamed(earlier, candidate)) {
       continue;
     }
     if (std::none_of(allowed.begin(), allowed.end(), isCandidate)) {
@@ -140,22 +156,27 @@ void CmdLineProc::checkCompanions(const ParseState& state, const string_t& name,
   }
 }
 
-void CmdLineProc::applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter) {
+void CmdLineProc::applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter,
+                             RecordState& known) const {
+  if (!isPrompting(parameter)) {
+    takeValue(state, parameter);
+  }
+  if (known.noted) {
+    return;
+  }
+  known.noted = true;
   if (isPrompting(parameter)) {
     const string_t own = lowered(parameter.name);
-    const auto isRepeated = [&](const CmdLineParameter* earlier) {
-      return isEqualLowered(earlier->name, own) && isPrompting(*earlier);
+    const auto isAskedFor = [&](const CmdLineParameter* earlier) {
+      return isPrompting(*earlier) && isEqualLowered(earlier->name, own);
     };
-    if (std::any_of(state.seen.begin(), state.seen.end(), isRepeated)) {
+    // A name is asked for once, under the argument that was the first to name it.
+    if (std::any_of(state.seen.begin(), state.seen.end(), isAskedFor)) {
       return;
     }
     state.prompts.push_back(name);
-  } else {
-    takeValue(state, parameter);
   }
-  if (std::find(state.seen.begin(), state.seen.end(), &parameter) == state.seen.end()) {
-    state.seen.push_back(&parameter);
-  }
+  state.seen.push_back(&parameter);
 }
 
 void CmdLineProc::takeValue(ParseState& state, CmdLineParameter& parameter) const {

@@ -11,6 +11,7 @@
 namespace vusl {
 
 // A declarative parser of command lines: register parameters, parse once, look at the records.
+// Names are compared without regard to the case of the letters A to Z; values stay as they are.
 // It is used on the main thread before there is any other. It catches nothing; after a failure the
 // records stay as far as they got.
 class CmdLineProc {
@@ -39,10 +40,13 @@ class CmdLineProc {
   // then also `ResourceMissingException` for a prompt without a text.
   void parseCommandLine(int argc, const wchar_t* const* argv);
 
-  // Returns whether more than one member of the group was given.
+  // Returns whether more than one member of the group was given. A member is looked up by its name,
+  // with regard to case, and the first record found stands for it: a parameter given twice is no
+  // conflict.
   bool isGroupConflicting(const CmdLineGroup& group) const;
 
  private:
+  struct RecordState;
   struct ParseState;
 
   bool beginsWithPrefix(const string_t& argument) const;
@@ -50,9 +54,10 @@ class CmdLineProc {
   std::string firstPrefix() const;
   string_t usageSynopsis() const;
   void parseArgument(ParseState& state);
-  void applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter);
+  void applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter,
+                  RecordState& known) const;
   void checkCompanions(const ParseState& state, const string_t& name,
-                       const CmdLineParameter& parameter) const;
+                       const CmdLineParameter& parameter, RecordState& known) const;
   void takeValue(ParseState& state, CmdLineParameter& parameter) const;
   void requireRequired() const;
   void refuseConflicts() const;

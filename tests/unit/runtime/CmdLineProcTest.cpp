@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "VUSL/Support/CmdLineExc.h"
@@ -88,6 +91,38 @@ TEST_F(CmdLineProcTest, groupKnowsItsOwnerItsNameAndACopyOfEachMember) {
   EXPECT_EQ(group.members.front().index, -1);
 }
 
+TEST_F(CmdLineProcTest, recordAndGroupHoldTheirFieldsInOrder) {
+  const CmdLineParameter record(L"help");
+  const std::vector<const void*> fields = {
+      &record.index, &record.name,     &record.alias, &record.value, &record.required,
+      &record.kind,  &record.promptId, &record.in,    &record.out,   &record.companions};
+  EXPECT_EQ(fields.front(), &record);
+  EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end()));
+  EXPECT_EQ(static_cast<const void*>(&group.owner), &group);
+  EXPECT_LT(static_cast<const void*>(&group.owner), &group.members);
+  EXPECT_LT(static_cast<const void*>(&group.members), &group.name);
+}
+
+template <class Field>
+Field fieldAt(const CmdLineProc& parser, std::size_t offset) {
+  Field field{};
+  std::memcpy(&field, reinterpret_cast<const unsigned char*>(&parser) + offset, sizeof(field));
+  return field;
+}
+
+// As the native build lays them out; a list's first two words lead to its ends, the third counts.
+TEST_F(CmdLineProcTest, parserHoldsItsPrefixItsListsAndItsStreamsInOrder) {
+  static_assert(std::has_virtual_destructor_v<CmdLineProc>);
+  static_assert(sizeof(CmdLineProc) == 104);
+  add(L"one");
+  add(L"two");
+  EXPECT_EQ(std::wstring(fieldAt<const wchar_t*>(parser, 8), 1), L"-");
+  EXPECT_EQ(fieldAt<std::size_t>(parser, 40 + 16), 2U);
+  EXPECT_EQ(fieldAt<std::size_t>(parser, 64 + 16), 1U);
+  EXPECT_EQ(fieldAt<std::ostream*>(parser, 88), &output);
+  EXPECT_EQ(fieldAt<std::istream*>(parser, 96), &input);
+}
+
 // Matching.
 
 TEST_F(CmdLineProcTest, noArgumentsLeaveTheIndexNegative) {
@@ -116,6 +151,27 @@ TEST_F(CmdLineProcTest, aliasCountsAsTheName) {
   help.alias = L"H";
   parse({L"-h"});
   EXPECT_EQ(help.index, 1);
+}
+
+TEST_F(CmdLineProcTest, lettersBeyondZAreNotLowered) {
+  const CmdLineParameter& clef = add(L"\u00DC");
+  EXPECT_EQ(errorOf({L"-\u00FC"}), "325: ?|-");
+  EXPECT_EQ(errorOf({L"-\u00DC"}), "fine");
+  EXPECT_EQ(clef.index, 1);
+}
+
+TEST_F(CmdLineProcTest, noArgumentsAtAllNotEvenTheProgramsNameAreFine) {
+  add(L"help");
+  EXPECT_NO_THROW(parser.parseCommandLine(0, nullptr));
+}
+
+TEST_F(CmdLineProcTest, secondLineIsParsedWithoutMemoryOfTheFirst) {
+  add(L"first").companions = {L"friend"};
+  const CmdLineParameter& stranger = add(L"stranger");
+  group.members.pop_back();
+  EXPECT_EQ(errorOf({L"-first"}), "fine");
+  EXPECT_EQ(errorOf({L"-stranger"}), "fine");
+  EXPECT_EQ(stranger.index, 1);
 }
 
 TEST_F(CmdLineProcTest, programsNameIsSkipped) {
@@ -173,6 +229,15 @@ TEST_F(CmdLineProcTest, errorNamesTheFirstPrefixCharacter) {
   }
 }
 
+// The argument is lowered before it is looked at.
+TEST_F(CmdLineProcTest, letterOfThePrefixIsComparedWithTheArgumentInLowerCase) {
+  CmdLineProc letter(L"x", output, input);
+  const CmdLineParameter& help = letter.addParameter(letter.addGroup(L"commands"), L"help");
+  const wchar_t* const arguments[] = {L"p", L"XHelp"};
+  letter.parseCommandLine(2, arguments);
+  EXPECT_EQ(help.index, 1);
+}
+
 // Errors of names.
 
 TEST_F(CmdLineProcTest, argumentWithoutPrefixIsError225) {
@@ -190,9 +255,24 @@ TEST_F(CmdLineProcTest, prefixAloneIsError325WithAnEmptyName) {
   EXPECT_EQ(errorOf({L"-"}), "325: |-");
 }
 
+// An empty alias is no name, an empty name is one.
+TEST_F(CmdLineProcTest, prefixAloneNamesTheRecordWhoseNameIsEmpty) {
+  const CmdLineParameter& help = add(L"help");
+  const CmdLineParameter& empty = add(L"");
+  EXPECT_EQ(errorOf({L"-", L"-"}), "fine");
+  EXPECT_EQ(empty.index, 2);
+  EXPECT_EQ(help.index, -1);
+}
+
 TEST_F(CmdLineProcTest, unknownNameIsError325) {
   add(L"help");
   EXPECT_EQ(errorOf({L"-nothing"}), "325: nothing|-");
+}
+
+TEST_F(CmdLineProcTest, errorsNameWhatWasGivenInLowerCase) {
+  add(L"help");
+  EXPECT_EQ(errorOf({L"HELP"}), "225: help|-");
+  EXPECT_EQ(errorOf({L"-Nothing"}), "325: nothing|-");
 }
 
 TEST_F(CmdLineProcTest, anyNameIsError325WhenNothingIsRegistered) {
@@ -234,6 +314,17 @@ TEST_F(CmdLineProcTest, synopsisShowsDefaultsAndLeavesTheBracketsOffRequiredOnes
   add(L"level", CmdLineParameterKind::ValueOptional).value = L"3";
   add(L"File", CmdLineParameterKind::ValueRequired).required = true;
   EXPECT_EQ(usageOf({L"-?"}), Texts{"[-level (value)](3) -File (value) "});
+}
+
+TEST_F(CmdLineProcTest, synopsisShowsTheValueAsItStandsByThen) {
+  add(L"level", CmdLineParameterKind::ValueOptional).value = L"3";
+  EXPECT_EQ(usageOf({L"-level", L"Five", L"-?"}), Texts{"[-level (value)](Five) "});
+}
+
+TEST_F(CmdLineProcTest, synopsisLeavesAliasesOut) {
+  CmdLineParameter& help = add(L"Help");
+  help.alias = L"h";
+  EXPECT_EQ(usageOf({L"-?"}), Texts{"[-Help (value)]() "});
 }
 
 TEST_F(CmdLineProcTest, synopsisShowsAValueForASwitchToo) {

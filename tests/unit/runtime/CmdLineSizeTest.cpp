@@ -52,6 +52,39 @@ TEST_F(CmdLineSizeTest, twoHundredThousandTimesTheSameSwitchWithCompanions) {
   EXPECT_EQ(help.index, 200000);
 }
 
+// All that one letter's case can make of a name of nine: each argument names all of them. It would
+// take minutes if each of them were held against all the others for each argument.
+TEST_F(CmdLineSizeTest, thousandsOfArgumentsThatNameHundredsOfRecordsEach) {
+  std::vector<CmdLineParameter*> records;
+  for (unsigned variant = 0; variant < 512; ++variant) {
+    std::wstring name = L"aaaaaaaaa";
+    for (std::size_t i = 0; i < name.size(); ++i) {
+      if ((variant >> i & 1U) != 0) name[i] = L'A';
+    }
+    records.push_back(&add(name, CmdLineParameterKind::NoValue));
+    records.back()->companions = {L"friend"};
+  }
+  EXPECT_EQ(errorOf(std::vector<std::wstring>(5000, L"-AaAaAaAaA")), "fine");
+  EXPECT_EQ(records.front()->index, 5000);
+  EXPECT_EQ(records.back()->index, 5001);
+}
+
+TEST_F(CmdLineSizeTest, tenThousandArgumentsOfAThousandNames) {
+  std::vector<CmdLineParameter*> records;
+  std::vector<std::wstring> arguments;
+  for (int i = 0; i < 1000; ++i) {
+    records.push_back(&add(L"name" + std::to_wstring(i), CmdLineParameterKind::NoValue));
+  }
+  for (int i = 0; i < 10000; ++i) arguments.push_back(L"-NAME" + std::to_wstring(i % 1000));
+  EXPECT_EQ(errorOf(arguments), "fine");
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(records.at(static_cast<size_t>(i))->index, 9001 + i);
+}
+
+TEST_F(CmdLineSizeTest, tenThousandEmptyArgumentsAreOneError225) {
+  add(L"help", CmdLineParameterKind::NoValue);
+  EXPECT_EQ(errorOf(std::vector<std::wstring>(10000)), "225: |-");
+}
+
 TEST_F(CmdLineSizeTest, lastOfTenThousandValuesCounts) {
   const CmdLineParameter& file = add(L"file", CmdLineParameterKind::ValueRequired);
   std::vector<std::wstring> arguments;

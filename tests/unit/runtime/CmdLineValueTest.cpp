@@ -149,6 +149,48 @@ TEST_F(CmdLineValueTest, parameterNamedLikeTheEarlierOnesAliasMayFollow) {
   EXPECT_EQ(other.index, 3);
 }
 
+TEST_F(CmdLineValueTest, companionMayBeGivenByItsAlias) {
+  add(L"first").companions = {L"friend"};
+  CmdLineParameter& companion = add(L"friend");
+  companion.alias = L"f";
+  EXPECT_EQ(errorOf({L"-first", L"-f"}), "fine");
+  EXPECT_EQ(companion.index, 2);
+}
+
+TEST_F(CmdLineValueTest, aliasInAListOfCompanionsAllowsNothing) {
+  add(L"first").companions = {L"f"};
+  add(L"friend").alias = L"f";
+  EXPECT_EQ(errorOf({L"-first", L"-f"}), "225: f|-");
+}
+
+// The first of them has been seen by the time the second is looked at.
+TEST_F(CmdLineValueTest, secondRecordThatTheSameArgumentNamesMayBeRefusedByTheFirst) {
+  CmdLineParameter& first = add(L"first");
+  first.companions = {L"friend"};
+  CmdLineParameter& second = add(L"second");
+  second.alias = L"first";
+  EXPECT_EQ(errorOf({L"-first"}), "225: first|-");
+  EXPECT_EQ(first.index, 1);
+  EXPECT_EQ(second.index, -1);
+}
+
+TEST_F(CmdLineValueTest, parameterThatWasAllowedBeforeIsRefusedByAListThatCameLater) {
+  add(L"first");
+  const CmdLineParameter& companion = add(L"friend");
+  add(L"last").companions = {L"first"};
+  EXPECT_EQ(errorOf({L"-friend", L"-last", L"-friend"}), "225: friend|-");
+  EXPECT_EQ(companion.index, 1);
+}
+
+TEST_F(CmdLineValueTest, repeatedRequiredValueIsTakenEachTime) {
+  const CmdLineParameter& file = add(L"file", CmdLineParameterKind::ValueRequired);
+  EXPECT_EQ(errorOf({L"-file", L"one", L"-file", L"two"}), "fine");
+  EXPECT_EQ(file.index, 3);
+  EXPECT_EQ(file.value, L"two");
+  EXPECT_EQ(errorOf({L"-file", L"one", L"-file"}), "226: file|-");
+  EXPECT_EQ(file.value, L"one");
+}
+
 TEST_F(CmdLineValueTest, everyEarlierListOfCompanionsCounts) {
   add(L"first").companions = {L"second", L"third"};
   add(L"second").companions = {L"first"};
@@ -208,6 +250,22 @@ TEST_F(CmdLineGroupTest, conflictCanBeAskedForAfterParsing) {
 TEST_F(CmdLineGroupTest, membersAreComparedWithRegardToCase) {
   group.members.back().name = L"STOP";
   EXPECT_EQ(errorOf({L"-start", L"-stop"}), "fine");
+}
+
+// One record stands for both members of the name.
+TEST_F(CmdLineGroupTest, nameThatAGroupHoldsTwiceConflictsWithItself) {
+  parser.addParameter(group, L"start");
+  EXPECT_EQ(errorOf({L"-start"}), "239: start, Stop, start");
+}
+
+TEST_F(CmdLineGroupTest, membersWithoutANameAreNeverCounted) {
+  parser.addParameter(group, L"");
+  EXPECT_EQ(errorOf({L"-", L"-start"}), "fine");
+}
+
+TEST_F(CmdLineGroupTest, memberGivenByItsAliasCounts) {
+  stop.alias = L"s";
+  EXPECT_EQ(errorOf({L"-start", L"-s"}), "239: start, Stop");
 }
 
 TEST_F(CmdLineGroupTest, firstConflictingGroupIsTold) {

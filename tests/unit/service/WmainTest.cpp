@@ -122,6 +122,26 @@ TEST_F(WmainTest, argumentWithoutAPrefixPrintsTheUsage) {
   EXPECT_EQ(output.text(), kUsage);
 }
 
+TEST_F(WmainTest, argumentsOfAnyNumberAndSizePrintTheUsage) {
+  const std::vector<std::vector<std::wstring>> commandLines = {
+      {L""},
+      {L"-help", L""},
+      {L"-"},
+      std::vector<std::wstring>(10000, L"-help"),
+      std::vector<std::wstring>(10000),
+      {std::wstring(1U << 20U, L'x')},
+      {L"-" + std::wstring(1U << 20U, L'x')},
+      {L"-gr\u00FC\u00DFe"}};
+  std::wstring expected;
+  for (const std::vector<std::wstring>& arguments : commandLines) {
+    EXPECT_EQ(run(arguments), 0);
+    expected += kUsage;
+    EXPECT_EQ(output.text(), expected);
+  }
+  for (const std::string& line : lines()) EXPECT_EQ(line.find("[ERR]"), std::string::npos) << line;
+  EXPECT_TRUE(journal().calls("StartServiceCtrlDispatcherW").empty());
+}
+
 TEST_F(WmainTest, startedByTheServiceManagerItServesAndPrintsNothing) {
   host::machine().services.startedByManager = true;
   EXPECT_EQ(run({}), 0);
