@@ -182,6 +182,12 @@ TEST_F(CmdLineValueTest, parameterThatWasAllowedBeforeIsRefusedByAListThatCameLa
   EXPECT_EQ(companion.index, 1);
 }
 
+TEST_F(CmdLineValueTest, parameterWithAListOfItsOwnIsRefusedByAnEarlierOne) {
+  add(L"first").companions = {L"friend"};
+  add(L"second").companions = {L"first"};
+  EXPECT_EQ(errorOf({L"-first", L"-second"}), "225: second|-");
+}
+
 TEST_F(CmdLineValueTest, repeatedRequiredValueIsTakenEachTime) {
   const CmdLineParameter& file = add(L"file", CmdLineParameterKind::ValueRequired);
   EXPECT_EQ(errorOf({L"-file", L"one", L"-file", L"two"}), "fine");
@@ -273,6 +279,12 @@ TEST_F(CmdLineGroupTest, firstConflictingGroupIsTold) {
   parser.addParameter(later, L"a");
   parser.addParameter(later, L"b");
   EXPECT_EQ(errorOf({L"-a", L"-b", L"-start", L"-stop"}), "239: start, Stop");
+}
+
+TEST_F(CmdLineGroupTest, memberAtPositionZeroCounts) {
+  start.index = 0;
+  stop.index = 0;
+  EXPECT_TRUE(parser.isGroupConflicting(group));
 }
 
 TEST_F(CmdLineGroupTest, memberIsFoundByTheAliasOfAnEarlierRecord) {
