@@ -1,10 +1,12 @@
 #include "VUSL/Support/ConfigMgmt.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <istream>
 #include <map>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 #include "VUSL/Support/AssertException.h"
 #include "VUSL/Support/Exception.h"
@@ -79,13 +81,18 @@ bool exists(const std::string& path) {
   return _stat64i32(path.c_str(), &status) == 0;
 }
 
-// A file object only ever appends, and a save that failed may have left its file behind.
+// A file object only ever appends, and a save that failed may have left its file behind. That is
+// why the size is held against the text: an old file that was not seen, or a drive that took less
+// than it was given and called it a success, must not take the place of the settings.
 void writeAfresh(vusl::File& file, const std::string& content) {
   if (file.exists()) {
     file.remove();
   }
   file.write(content.data(), static_cast<unsigned int>(content.size()));
   file.close();
+  if (const uint32_t size = file.getSize(); size != content.size()) {
+    throw Exception() << "New file has " << size << " bytes instead of " << content.size();
+  }
 }
 
 }  // namespace
@@ -122,8 +129,8 @@ void ConfigMgmt::reloadSettings() {
 // The reader refuses a file with a line that is no setting or with a key twice; the writer carries
 // the one over and drops the other. That is deliberate: a save keeps what a person wrote and never
 // complains about it.
-std::string ConfigMgmt::updatedContent(std::istream& content) {
-  SettingMap pending = settings;
+std::string ConfigMgmt::updatedContent(std::istream& content,
+                                       std::map<std::string, std::string> pending) {
   std::string updated;
   std::string rawLine;
   while (content.good() && std::getline(content, rawLine)) {
@@ -157,12 +164,13 @@ bool ConfigMgmt::saveSettings() {
     throw AssertException("configFileName must not be empty");
   }
   const std::string newName = configFileName + kNewSuffix;
+  SettingMap pending = settings;
   vusl::File configFile(vusl::Widen(configFileName));
   vusl::File newFile(vusl::Widen(newName));
   try {
     std::stringstream content;
     configFile.readAll(content);
-    writeAfresh(newFile, updatedContent(content));
+    writeAfresh(newFile, updatedContent(content, std::move(pending)));
   } catch (const AssertException& e) {
     // The exchange is tried all the same. That is deliberate: a missing file is reported by the
     // renaming, after the old backup has gone.

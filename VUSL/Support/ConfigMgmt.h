@@ -1,6 +1,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <map>
 #include <string>
 
 #include "VUSL/Support/ConfigMemory.h"
@@ -24,7 +25,8 @@ class ConfigMgmt : public ConfigMemory {
 
   // Replaces the settings by the file's. Throws `MissingFileError` (its parameter is the name) if
   // there is no file, and `Exception` if the file cannot be read, holds a line without "=" or
-  // holds a key twice; the store is then empty.
+  // holds a key twice. Of a file that changes while it is read, `AssertException` if it vanishes
+  // and `std::runtime_error` if it shrinks. Whatever is thrown, the store is then empty.
   void reloadSettings() override;
 
   // Writes the settings to the file, which must exist. Comments, blank lines and lines without "="
@@ -33,10 +35,11 @@ class ConfigMgmt : public ConfigMemory {
   //
   // The text is written to <file>.new; then <file>.bak is removed, the file becomes <file>.bak and
   // <file>.new the file. Returns whether all of it succeeded; failures are logged and nothing is
-  // rolled back. Without a file it returns false and has cost the old backup. Nothing is flushed.
-  // A value with a quote is written as it is, and so is read back only up to that quote.
-  // Throws `AssertException` if the store has no file name, and `Exception` if a file that failed
-  // before cannot be closed either.
+  // rolled back. Without a file it returns false and has cost the old backup. Nothing is flushed,
+  // so a power cut can tear the new file; the old one is then whole in <file>.bak. A value with a
+  // quote is written as it is, and so is read back only up to that quote. Throws `AssertException`
+  // if the store has no file name, and `Exception` if a file that failed before cannot be closed
+  // either.
   bool saveSettings() override;
 
   // Returns the line, line end included, that stands for a setting in a file written by us.
@@ -44,7 +47,8 @@ class ConfigMgmt : public ConfigMemory {
 
  private:
   // Returns the text that a file with `content` gets. Logs each setting unless silent.
-  std::string updatedContent(std::istream& content);
+  // `pending`: the settings that are to stand in it.
+  std::string updatedContent(std::istream& content, std::map<std::string, std::string> pending);
   void discardNewFile(vusl::File& newFile, const std::string& newName) const;
   bool exchangeFiles(const std::string& newName) const;
   bool renameFile(const std::string& from, const std::string& to) const;

@@ -10,5 +10,6 @@
 //
 // `path`: the file's full path, in narrow form; the caller forms it.
 // `silent`: whether the reading itself is left out of the log.
-// Throws `AssertException` if the file vanishes while it is being read.
+// Throws `AssertException` if the file vanishes while it is being read, and `std::runtime_error` if
+// it shrinks meanwhile or does not fit in memory.
 void loadConfig(const std::string& path, bool silent, ConfigMgmt& config);

@@ -8,6 +8,7 @@
 #include "VUSL/Support/ConfigMgmt.h"
 #include "VUSL/Support/Exception.h"
 #include "tests/support/MachineTest.h"
+#include "tests/unit/runtime/FailingAllocation.h"
 #include "tests/unit/runtime/Thrown.h"
 
 namespace {
@@ -110,6 +111,66 @@ TEST_F(ConfigBytesTest, megabyteOfEqualsSignsIsALineWithoutAKey) {
 TEST_F(ConfigBytesTest, megabyteOfLineEndsAndBlanksIsEmpty) {
   EXPECT_EQ(load(std::string(524'288, '\n') + std::string(524'288, ' ')), Pairs{});
 }
+
+std::string repeated(const std::string& text, std::size_t times) {
+  std::string all;
+  for (std::size_t i = 0; i < times; ++i) {
+    all += text;
+  }
+  return all;
+}
+
+std::string shortSettings() {
+  std::string all;
+  for (int i = 0; i < 100'000; ++i) {
+    all += std::to_string(i) + "=\n";
+  }
+  return all;
+}
+
+// How many bytes of memory loading a file asks for, for each byte of the file. All that was asked
+// for counts, so that this bounds what is held at a time and what is copied.
+struct GrowthRow {
+  const char* name;
+  std::string (*content)();
+  std::size_t most;
+  std::size_t mostWhenTraced;
+};
+
+class ConfigGrowthTest : public ConfigBytesTest, public ::testing::WithParamInterface<GrowthRow> {
+ protected:
+  static std::size_t requestedPerByte(bool silent) {
+    const std::string content = GetParam().content();
+    write(content);
+    const CountedAllocation counted;
+    try {
+      const ConfigMgmt store(kName, silent);
+    } catch (const Exception& e) {
+      EXPECT_TRUE(std::string(e.what()).starts_with("Check config file. ")) << e.what();
+    }
+    return counted.bytes() / content.size();
+  }
+};
+
+TEST_P(ConfigGrowthTest, isBelowAFactor) {
+  EXPECT_LT(requestedPerByte(true), GetParam().most);
+  EXPECT_LT(requestedPerByte(false), GetParam().mostWhenTraced);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, ConfigGrowthTest,
+    ::testing::Values(
+        GrowthRow{"lineEnds", [] { return std::string(1'000'000, '\n'); }, 10, 10},
+        GrowthRow{"zeroBytes", [] { return std::string(1'000'000, '\0'); }, 10, 10},
+        GrowthRow{"equalsSigns", [] { return std::string(1'000'000, '='); }, 10, 10},
+        GrowthRow{"linesWithoutAKey", [] { return repeated("=\n", 500'000); }, 10, 10},
+        GrowthRow{"comments", [] { return repeated("# a=1\n", 150'000); }, 10, 10},
+        GrowthRow{"oneKey", [] { return std::string(1'000'000, 'k') + "="; }, 10, 24},
+        GrowthRow{"oneValue", [] { return "k=" + std::string(1'000'000, 'v'); }, 10, 24},
+        // Seven bytes of such a line stand against a node of the map.
+        GrowthRow{"shortSettings", shortSettings, 24, 40},
+        GrowthRow{"repeatedKey", [] { return shortSettings() + "1=\n"; }, 24, 40}),
+    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(ConfigBytesTest, zeroBytesBelongToKeysAndValues) {
   EXPECT_EQ(load(std::string("\0a = b\0c\0\n", 10)),

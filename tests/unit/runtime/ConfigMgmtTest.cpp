@@ -118,6 +118,21 @@ TEST_F(ConfigMgmtTest, byteOrderMarkIsPartOfTheFirstKey) {
                     "1"}}));
 }
 
+TEST_F(ConfigMgmtTest, byteOrderMarkAheadOfACommentMakesItALineWithoutEqualsSign) {
+  write(
+      "\xEF\xBB\xBF"
+      "# x\n");
+  EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),
+            "Check config file. Error while parsing line beginning with: \xEF\xBB\xBF# x");
+}
+
+// The platform counts a folder as nothing to read.
+TEST_F(ConfigMgmtTest, folderUnderTheFilesNameLoadsAsAnEmptyStore) {
+  host::machine().drive.createFolder(kPath);
+  ConfigMgmt store(kName, true);
+  EXPECT_EQ(settingsOf(store), Pairs{});
+}
+
 TEST_F(ConfigMgmtTest, lineHasNoLimit) {
   const std::string value(1'000'000, 'x');
   EXPECT_EQ(load("a=" + value + "\n"), (Pairs{{"a", value}}));
@@ -239,16 +254,50 @@ TEST_F(ConfigMgmtReloadTest, leavesTheStoreEmptyAfterAFailedReading) {
   EXPECT_EQ(afterFailedReloadOf<Exception>("new = 1\n"), Pairs{});
 }
 
-TEST_F(ConfigMgmtReloadTest, afterwardsEveryReadReturnsItsDefaultOrFalse) {
-  write("TCBRepeaterTime = 5\n");
-  ConfigMgmt store(kName, true);
-  write("broken\n");
-  EXPECT_THROW(store.reloadSettings(), Exception);
-  const int32_t defaultValue = 3600;
-  int32_t value = -1;
-  EXPECT_FALSE(store.getInt("TCBRepeaterTime", &value, nullptr, nullptr));
-  EXPECT_TRUE(store.getInt("TCBRepeaterTime", &value, nullptr, &defaultValue));
-  EXPECT_EQ(value, 3600);
+class ConfigMgmtEmptiedTest : public ConfigMgmtReloadTest {
+ protected:
+  ConfigMgmtEmptiedTest() {
+    write("key = 5\n");
+    store = ConfigMgmt(kName, true);
+    write("key = 6\nbroken\n");
+    EXPECT_THROW(store.reloadSettings(), Exception);
+  }
+
+  ConfigMgmt store;
+};
+
+TEST_F(ConfigMgmtEmptiedTest, everyReadReturnsFalseWithoutADefault) {
+  std::string text = "untouched";
+  int32_t number = -1;
+  long longNumber = -1;
+  Pairs matches = {{"earlier", "match"}};
+  EXPECT_FALSE(store.getString("key", &text, nullptr, nullptr));
+  EXPECT_FALSE(store.getInt("key", &number, nullptr, nullptr));
+  EXPECT_FALSE(store.getIntInRange("key", &number, 0, 9, nullptr));
+  EXPECT_FALSE(store.getLong("key", &longNumber, nullptr, nullptr));
+  EXPECT_FALSE(store.getSettingsByPrefix("", &matches));
+  EXPECT_EQ(text, "untouched");
+  EXPECT_EQ(number, -1);
+  EXPECT_EQ(longNumber, -1);
+  EXPECT_EQ(matches, Pairs{});
+}
+
+TEST_F(ConfigMgmtEmptiedTest, everyReadReturnsItsDefault) {
+  const std::string defaultText = "default";
+  const int32_t defaultNumber = 3600;
+  const long defaultLong = 3601;
+  std::string text;
+  int32_t number = -1;
+  int32_t ranged = -1;
+  long longNumber = -1;
+  EXPECT_TRUE(store.getString("key", &text, nullptr, &defaultText));
+  EXPECT_TRUE(store.getInt("key", &number, nullptr, &defaultNumber));
+  EXPECT_TRUE(store.getIntInRange("key", &ranged, 0, 9, &defaultNumber));
+  EXPECT_TRUE(store.getLong("key", &longNumber, nullptr, &defaultLong));
+  EXPECT_EQ(text, "default");
+  EXPECT_EQ(number, 3600);
+  EXPECT_EQ(ranged, 3600);
+  EXPECT_EQ(longNumber, 3601);
 }
 
 // What is logged.
@@ -268,6 +317,23 @@ TEST_F(ConfigMgmtTest, tracedLoadingLogsEntryStartAndTheSettingsInFileOrder) {
                    "[DBG] [TPM] [" + pointerText(&store) +
                        "] Starting reading config file: C:\\conf\\x.conf",
                    "[INF] [TPM] reloadSettings ConfigMgmt::reloadSettings:\n  b=2\n  a=1\n"}));
+}
+
+TEST_F(ConfigMgmtTest, tracedReloadingLogsStartAndSettingsWithoutTheEntry) {
+  write("a = 1\n");
+  ConfigMgmt store(kName, false);
+  LogRecorder log;
+  store.reloadSettings();
+  EXPECT_EQ(log.withoutAddresses(),
+            (Texts{"[DBG] [TPM] [0x] Starting reading config file: C:\\conf\\x.conf",
+                   "[INF] [TPM] reloadSettings ConfigMgmt::reloadSettings:\n  a=1\n"}));
+}
+
+TEST_F(ConfigMgmtTest, tracedLoadingOfAnEmptyFileLogsNoSettings) {
+  write("");
+  LogRecorder log;
+  const ConfigMgmt store(kName, false);
+  EXPECT_EQ(log.texts().back(), "[INF] [TPM] reloadSettings ConfigMgmt::reloadSettings:\n");
 }
 
 TEST_F(ConfigMgmtTest, tracedLoadingThatFailsDoesNotLogTheSettings) {

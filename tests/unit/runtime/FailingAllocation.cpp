@@ -11,6 +11,7 @@ constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 thread_local std::size_t t_smallestFailingSize = kNever;
 thread_local bool t_dirty = false;
 thread_local std::size_t t_requests = 0;
+thread_local std::size_t t_bytes = 0;
 
 }  // namespace
 
@@ -30,15 +31,20 @@ DirtyAllocation::~DirtyAllocation() {
   t_dirty = false;
 }
 
-CountedAllocation::CountedAllocation() : before(t_requests) {}
+CountedAllocation::CountedAllocation() : before(t_requests), bytesBefore(t_bytes) {}
 
 std::size_t CountedAllocation::requests() const {
   return t_requests - before;
 }
 
+std::size_t CountedAllocation::bytes() const {
+  return t_bytes - bytesBefore;
+}
+
 // Replaced as a set, so that what one form takes the matching form gives back.
 void* operator new(std::size_t size) {
   ++t_requests;
+  t_bytes += size;
   if (size >= t_smallestFailingSize) {
     throw std::bad_alloc();
   }

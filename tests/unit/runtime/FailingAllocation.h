@@ -22,12 +22,15 @@ class DirtyAllocation {
   DirtyAllocation& operator=(const DirtyAllocation&) = delete;
 };
 
-// How often `new` was asked for memory, by the thread that made this one, since then.
+// How often `new` was asked for memory, by the thread that made this one, since then, and for how
+// many bytes in all. What was given back meanwhile counts all the same.
 class CountedAllocation {
  public:
   CountedAllocation();
   std::size_t requests() const;
+  std::size_t bytes() const;
 
  private:
   std::size_t before;
+  std::size_t bytesBefore;
 };

@@ -1,5 +1,6 @@
 #include "VUSL/Support/LoadConfig.h"
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -79,6 +80,16 @@ TEST_F(LoadConfigTest, assertionOfTheReadingIsLetOut) {
                                      [] { host::machine().drive.remove(kPath); });
   EXPECT_EQ(thrownBy<AssertException>([&] { loadConfig(kName, true, config); }),
             "File does not exist");
+  EXPECT_EQ(log.texts(), Texts{"[INF] [TPM] Reading config from file: C:\\conf\\x.conf"});
+}
+
+// The same: nobody expects a file that shrinks.
+TEST_F(LoadConfigTest, fileThatShrinksWhileItIsReadIsLetOut) {
+  host::machine().drive.write(kPath, "a = 1\n");
+  host::CallHooks::instance().before("FindFirstFileW", 4,
+                                     [] { host::machine().drive.write(kPath, "a"); });
+  EXPECT_EQ(thrownBy<std::runtime_error>([&] { loadConfig(kName, true, config); }),
+            "Unrecognized type of exception occured");
   EXPECT_EQ(log.texts(), Texts{"[INF] [TPM] Reading config from file: C:\\conf\\x.conf"});
 }
 

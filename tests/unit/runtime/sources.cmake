@@ -11,7 +11,10 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ConfigConversionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigMemoryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigMgmtTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigOutcomesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigPowerCutTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigSaveCallTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigSaveFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigSaveTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CriticalSectionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EnvironmentPathTest.cpp
