@@ -51,6 +51,7 @@ const std::string kDefaultWord = "default";
 const std::list<int32_t> kNumbers = {10, 20};
 const std::list<int32_t> kNoNumbers;
 const int32_t kDefaultNumber = 77;
+const int32_t kSmallDefault = -3;
 const char* const kAbsent = nullptr;
 
 template <class Row>
@@ -183,17 +184,18 @@ TEST_P(GetIntInRangeTest, outcomeBetween5And9) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, GetIntInRangeTest,
-    ::testing::Values(RangeRow{"absentWithDefaultOutsideTheBounds", kAbsent, &kDefaultNumber, true,
-                               77},
-                      RangeRow{"absentWithoutDefault", kAbsent, nullptr, false, -1},
-                      RangeRow{"notANumber", "abc", &kDefaultNumber, false, -1},
-                      RangeRow{"empty", "", &kDefaultNumber, false, -1},
-                      RangeRow{"minimum", "5", &kDefaultNumber, true, 5},
-                      RangeRow{"maximum", "9", &kDefaultNumber, true, 9},
-                      RangeRow{"between", "7", &kDefaultNumber, true, 7},
-                      RangeRow{"belowTheMinimum", "4", &kDefaultNumber, false, -1},
-                      RangeRow{"aboveTheMaximum", "10", &kDefaultNumber, false, -1},
-                      RangeRow{"tooLargeForTheType", "2147483648", &kDefaultNumber, false, -1}),
+    ::testing::Values(
+        RangeRow{"absentWithDefaultAboveTheBounds", kAbsent, &kDefaultNumber, true, 77},
+        RangeRow{"absentWithDefaultBelowTheBounds", kAbsent, &kSmallDefault, true, -3},
+        RangeRow{"absentWithoutDefault", kAbsent, nullptr, false, -1},
+        RangeRow{"notANumber", "abc", &kDefaultNumber, false, -1},
+        RangeRow{"empty", "", &kDefaultNumber, false, -1},
+        RangeRow{"minimum", "5", &kDefaultNumber, true, 5},
+        RangeRow{"maximum", "9", &kDefaultNumber, true, 9},
+        RangeRow{"between", "7", &kDefaultNumber, true, 7},
+        RangeRow{"belowTheMinimum", "4", &kDefaultNumber, false, -1},
+        RangeRow{"aboveTheMaximum", "10", &kDefaultNumber, false, -1},
+        RangeRow{"tooLargeForTheType", "2147483648", &kDefaultNumber, false, -1}),
     rowName<RangeRow>);
 
 TEST(ConfigMemoryTest, keysAreCaseSensitive) {

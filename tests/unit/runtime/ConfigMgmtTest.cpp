@@ -86,15 +86,22 @@ TEST_F(ConfigMgmtTest, blanksInsideQuotesAreKept) {
 }
 
 TEST_F(ConfigMgmtTest, valuesAreDecoded) {
-  EXPECT_EQ(
-      load("a = x\n"
-           "b =\n"
-           "c = \"\"\n"
-           "d = \"x\" y\n"
-           "e = \"open\n"
-           "f = \"\n"
-           "g = x\"\n"),
-      (Pairs{{"a", "x"}, {"b", ""}, {"c", ""}, {"d", "x"}, {"e", "open"}, {"f", ""}, {"g", "x"}}));
+  EXPECT_EQ(load("a = x\n"
+                 "b =\n"
+                 "c = \"\"\n"
+                 "d = \"x\" y\n"
+                 "e = \"open\n"
+                 "f = \"\n"
+                 "g = x\"\n"
+                 "h = \"x\" \"y\"\n"),
+            (Pairs{{"a", "x"},
+                   {"b", ""},
+                   {"c", ""},
+                   {"d", "x"},
+                   {"e", "open"},
+                   {"f", ""},
+                   {"g", "x"},
+                   {"h", "x"}}));
 }
 
 // Deliberate: a quote cuts a value that never began with one.
