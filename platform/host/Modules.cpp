@@ -135,6 +135,13 @@ std::optional<ResourceFile> readResources(const fs::path& file) {
   return ResourceFile::parse({std::istreambuf_iterator<char>(stream), {}});
 }
 
+// A value that no library has had before, so that one that was let go is told apart from another
+// that came after it.
+std::uintptr_t nextModule() {
+  static std::uintptr_t next = kFirstModule;
+  return std::exchange(next, next + kModuleStep);
+}
+
 HMODULE reference(Module& module, const char* maker) {
   Ledger::instance().acquire("module", module.value + module.references, maker);
   ++module.references;
@@ -152,8 +159,7 @@ HMODULE load(Call& call, const char* maker, LPCWSTR name, bool asData) {
   }
   const fs::path nativePath = *machine().drive.locate(path);
   for (Module& module : modules()) {
-    if (module.references > 0 && module.nativePath == nativePath &&
-        (module.native == nullptr) == asData) {
+    if (module.nativePath == nativePath && (module.native == nullptr) == asData) {
       return call.returns(reference(module, maker));
     }
   }
@@ -162,8 +168,7 @@ HMODULE load(Call& call, const char* maker, LPCWSTR name, bool asData) {
   if (native == nullptr && !resources) {
     return call.fails<HMODULE>(ERROR_BAD_EXE_FORMAT, nullptr);
   }
-  modules().push_back({kFirstModule + kModuleStep * modules().size(), path, nativePath, native, 0,
-                       std::move(resources)});
+  modules().push_back({nextModule(), path, nativePath, native, 0, std::move(resources)});
   return call.returns(reference(modules().back(), maker));
 }
 
@@ -275,7 +280,7 @@ BOOL FreeLibrary(HMODULE handle) {
   void* unused = nullptr;
   {
     const host::Scheduler::Guard guard;
-    host::Module* module = host::find(handle, "FreeLibrary");
+    host::Module* const module = host::find(handle, "FreeLibrary");
     if (module == nullptr) {
       return call.fails(ERROR_INVALID_HANDLE, FALSE);
     }
@@ -283,6 +288,7 @@ BOOL FreeLibrary(HMODULE handle) {
     host::Ledger::instance().release("module", module->value + module->references, "FreeLibrary");
     if (module->references == 0) {
       unused = module->native;
+      host::modules().erase(host::modules().begin() + (module - host::modules().data()));
     }
   }
   // The library's own code runs while it leaves.
@@ -304,9 +310,8 @@ HMODULE GetModuleHandleW(LPCWSTR name) {
   const std::wstring wanted = host::withExtension(name);
   for (const host::Module& module : host::modules()) {
     const std::wstring fileName = module.path.substr(module.path.rfind(L'\\') + 1);
-    if (module.references > 0 && module.native != nullptr &&
-        (host::equalIgnoringCase(fileName, wanted) ||
-         host::equalIgnoringCase(module.path, wanted))) {
+    if (module.native != nullptr && (host::equalIgnoringCase(fileName, wanted) ||
+                                     host::equalIgnoringCase(module.path, wanted))) {
       return call.returns(host::handleOf(module.value));
     }
   }

@@ -12,6 +12,7 @@
 #include "platform/host/Races.h"
 
 extern "C" void host_client_sleep(std::uint32_t milliseconds);
+extern "C" void host_client_run(void (*body)(void*), void* argument);
 extern "C" void host_client_answered(const char* entry, std::int32_t status);
 
 namespace host {
@@ -181,10 +182,20 @@ void RaiseException(DWORD code, DWORD flags, DWORD count, const ULONG_PTR* argum
   }
 }
 
-// For the stand-in client library, which is a module of its own: its waits are the machine's too,
-// and the machine keeps its answers for tests.
+// For the stand-in client library, which is a module of its own: its waits and its threads are the
+// machine's too, and the machine keeps its answers for tests.
 void host_client_sleep(std::uint32_t milliseconds) {
   host::sleepFor(milliseconds, "the client library");
+}
+
+void host_client_run(void (*body)(void*), void* argument) {
+  host::Scheduler& scheduler = host::Scheduler::instance();
+  host::Thread& thread =
+      scheduler.spawn("the client library", [body, argument] { body(argument); });
+  const host::Scheduler::Guard guard;
+  scheduler.block(
+      "a thread of the client library", [&] { return scheduler.hasEnded(thread); }, host::kForever);
+  host::races::receive(&thread);
 }
 
 void host_client_answered(const char* entry, std::int32_t status) {

@@ -19,6 +19,10 @@ void sleepFor(std::uint32_t milliseconds);
 // Waits without end.
 [[noreturn]] void sleepForever();
 
+// Runs `body` with `argument` on a thread of this library's own and returns when it has ended. An
+// exception that leaves the body ends the process.
+void runOnOwnThread(void (*body)(void*), void* argument);
+
 // Tells the main program what an entry is about to answer, if it wants to know.
 void reportAnswer(const char* entry, std::int32_t status);
 

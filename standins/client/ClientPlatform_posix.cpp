@@ -1,7 +1,8 @@
+#include <dlfcn.h>
+
 #include <cerrno>
 #include <ctime>
-
-#include <dlfcn.h>
+#include <thread>
 
 #include "standins/client/ClientPlatform.h"
 
@@ -12,6 +13,8 @@ namespace {
 constexpr std::uint32_t kWithoutEnd = 0xFFFFFFFF;
 
 using SleepFunction = void (*)(std::uint32_t);
+using Body = void (*)(void*);
+using RunFunction = void (*)(Body, void*);
 using AnsweredFunction = void (*)(const char*, std::int32_t);
 
 // Found at run time, so that the library loads into programs without the function too.
@@ -48,6 +51,14 @@ void sleepFor(std::uint32_t milliseconds) {
 
 void sleepForever() {
   for (;;) sleepFor(kWithoutEnd);
+}
+
+void runOnOwnThread(Body body, void* argument) {
+  if (const auto run = ofMainProgram<RunFunction>("host_client_run")) {
+    run(body, argument);
+    return;
+  }
+  std::thread(body, argument).join();
 }
 
 void reportAnswer(const char* entry, std::int32_t status) {

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <cerrno>
+#include <cstdlib>
 
 #include "standins/client/ClientPlatform.h"
 
@@ -15,6 +16,17 @@ std::string shown(const std::wstring& path) {
     text.push_back(character < 0x80 ? static_cast<char>(character) : '?');
   }
   return text;
+}
+
+struct Work {
+  void (*body)(void*);
+  void* argument;
+};
+
+DWORD WINAPI runWork(void* parameter) noexcept {
+  const auto& work = *static_cast<const Work*>(parameter);
+  work.body(work.argument);
+  return 0;
 }
 
 }  // namespace
@@ -43,6 +55,14 @@ void sleepFor(std::uint32_t milliseconds) {
 
 void sleepForever() {
   for (;;) Sleep(INFINITE);
+}
+
+void runOnOwnThread(void (*body)(void*), void* argument) {
+  Work work{body, argument};
+  const HANDLE thread = CreateThread(nullptr, 0, runWork, &work, 0, nullptr);
+  if (thread == nullptr) std::abort();
+  WaitForSingleObject(thread, INFINITE);
+  CloseHandle(thread);
 }
 
 void reportAnswer(const char*, std::int32_t) {}

@@ -13,6 +13,7 @@ namespace client_standin {
 namespace {
 
 constexpr char kScriptName[] = "talsClient.script";
+constexpr char kEntryWithCallback[] = "talsUsePermit";
 constexpr char kBlanks[] = " \t\r\n";
 
 [[noreturn]] void refuse(const std::string& path, std::size_t line, const char* reason) {
@@ -39,41 +40,85 @@ bool readNumber(const std::string& word, long long least, long long greatest, lo
   return errno == 0 && end != word.c_str() && *end == '\0' && number >= least && number <= greatest;
 }
 
-// Reads "<status>" or "<status> after <number> ms".
-const char* readStatus(const std::vector<std::string>& words, Answer& answer) {
+// The words of an answer, taken one after the other.
+class Words {
+ public:
+  explicit Words(const std::string& text) : words_(wordsOf(text)) {}
+
+  bool atEnd() const { return at_ == words_.size(); }
+
+  // Takes the next word if it is this one.
+  bool take(const char* word) {
+    if (atEnd() || words_[at_] != word) return false;
+    ++at_;
+    return true;
+  }
+
+  // Takes the next word if it is a number in this range.
+  bool takeNumber(long long least, long long greatest, long long& number) {
+    if (atEnd() || !readNumber(words_[at_], least, greatest, number)) return false;
+    ++at_;
+    return true;
+  }
+
+  // Takes "<number> ms". The greatest number means an endless sleep, which is what "never" is for.
+  bool takeTime(std::uint32_t& milliseconds) {
+    long long number = 0;
+    if (!takeNumber(0, kGreatest - 1, number) || !take("ms")) return false;
+    milliseconds = static_cast<std::uint32_t>(number);
+    return true;
+  }
+
+  static constexpr long long kGreatest = std::numeric_limits<std::uint32_t>::max();
+
+ private:
+  std::vector<std::string> words_;
+  std::size_t at_ = 0;
+};
+
+// Each reader returns the reason for which the text is malformed, null when it is not.
+const char* readKind(Words& words, Answer& answer) {
   long long number = 0;
-  if (!readNumber(words[0], std::numeric_limits<std::int32_t>::min(),
-                  std::numeric_limits<std::int32_t>::max(), number)) {
+  if (words.take("throw")) {
+    answer.kind = words.take("int") ? Answer::Kind::kThrowInt : Answer::Kind::kThrow;
+  } else if (words.take("crash")) {
+    answer.kind = Answer::Kind::kCrash;
+  } else if (words.take("never")) {
+    answer.kind = Answer::Kind::kNever;
+  } else if (words.takeNumber(std::numeric_limits<std::int32_t>::min(),
+                              std::numeric_limits<std::int32_t>::max(), number)) {
+    answer.status = static_cast<std::int32_t>(number);
+  } else {
     return "the answer is neither a 32-bit status nor throw, throw int, crash or never";
   }
-  answer.status = static_cast<std::int32_t>(number);
-  if (words.size() == 1) return nullptr;
-  if (words.size() != 4 || words[1] != "after" || words[3] != "ms") {
-    return "a status may only be followed by: after <number> ms";
-  }
-  // The greatest number means an endless sleep, which is what "never" is for.
-  if (!readNumber(words[2], 0, std::numeric_limits<std::uint32_t>::max() - 1LL, number)) {
-    return "the time is no number of milliseconds";
-  }
-  answer.delayMs = static_cast<std::uint32_t>(number);
   return nullptr;
 }
 
-// Each reader returns the reason for which the text is malformed, null when it is not.
-const char* readAnswer(const std::vector<std::string>& words, Answer& answer) {
-  if (words.empty()) return "there is no answer after the =";
-  const bool alone = words.size() == 1;
-  if (alone && words[0] == "throw") {
-    answer.kind = Answer::Kind::kThrow;
-  } else if (words.size() == 2 && words[0] == "throw" && words[1] == "int") {
-    answer.kind = Answer::Kind::kThrowInt;
-  } else if (alone && words[0] == "crash") {
-    answer.kind = Answer::Kind::kCrash;
-  } else if (alone && words[0] == "never") {
-    answer.kind = Answer::Kind::kNever;
-  } else {
-    return readStatus(words, answer);
+// What follows the word "progress".
+const char* readProgress(Words& words, const std::string& entry, Progress& progress) {
+  if (entry != kEntryWithCallback) return "only talsUsePermit is handed somebody to report to";
+  long long number = 0;
+  while (words.takeNumber(0, Words::kGreatest, number)) {
+    progress.states.push_back(static_cast<std::uint32_t>(number));
   }
+  if (progress.states.empty()) return "there are no steps after the word progress";
+  if (words.take("every") && !words.takeTime(progress.everyMs)) {
+    return "the time between two steps is no number of milliseconds";
+  }
+  return nullptr;
+}
+
+const char* readAnswer(const std::string& text, const std::string& entry, Answer& answer) {
+  Words words(text);
+  if (words.atEnd()) return "there is no answer after the =";
+  if (const char* const reason = readKind(words, answer)) return reason;
+  if (words.take("progress")) {
+    if (const char* const reason = readProgress(words, entry, answer.progress)) return reason;
+  }
+  if (words.take("after") && !words.takeTime(answer.delayMs)) {
+    return "the time is no number of milliseconds";
+  }
+  if (!words.atEnd()) return "an answer may only be followed by: after <number> ms";
   return nullptr;
 }
 
@@ -92,7 +137,7 @@ const char* readLine(const std::string& text, const std::vector<const char*>& kn
   if (names.size() != 1) return "there must be one entry before the =";
   if (!isKnown(knownEntries, names[0])) return "the client library has no such entry";
   line.entry = names[0];
-  return readAnswer(wordsOf(text.substr(equals + 1)), line.answer);
+  return readAnswer(text.substr(equals + 1), line.entry, line.answer);
 }
 
 // False for a line that is blank or nothing but a comment.

@@ -7,13 +7,20 @@
 
 namespace client_standin {
 
-// What one call of an entry does.
+// What a transaction reports on the way, on a thread of the library's own.
+struct Progress {
+  std::vector<std::uint32_t> states;
+  std::uint32_t everyMs = 0;  // the time ahead of each
+};
+
+// What one call of an entry does: it reports, waits, and then answers.
 struct Answer {
   enum class Kind { kStatus, kThrow, kThrowInt, kCrash, kNever };
 
   Kind kind = Kind::kStatus;
   std::int32_t status = 0;
   std::uint32_t delayMs = 0;
+  Progress progress;
 };
 
 // One line of a script.

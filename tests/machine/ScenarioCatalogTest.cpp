@@ -101,7 +101,8 @@ TEST_F(ScenarioCatalogTest, AnswerThatTheClientLibraryWouldRefuseIsSaidWithItsLi
        "the answer is neither a 32-bit status nor throw, throw int, crash or never"},
       {"talsInitHub = 0\n", "the client library has no such entry"},
       {"talsInitHUB\n", "there is no ="},
-      {"talsInitHUB = 0 after a while\n", "a status may only be followed by: after <number> ms"},
+      {"talsInitHUB = 0 after a while\n", "the time is no number of milliseconds"},
+      {"talsInitHUB = 0 progress 1\n", "only talsUsePermit is handed somebody to report to"},
   };
   for (const auto& [line, reason] : rows) {
     std::ofstream(file) << head << line;

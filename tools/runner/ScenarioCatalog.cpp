@@ -40,7 +40,7 @@ std::size_t distance(std::string_view left, std::string_view right) {
 // empty if there is none.
 std::string clientScriptFault(const host::Scenario& scenario) {
 #define ENTRY_NAME(entry) #entry,
-  static const std::vector<const char*> known{CLIENT_KNOWN_ENTRIES(ENTRY_NAME)};
+  static const std::vector<const char*> known{CLIENT_ENTRIES(ENTRY_NAME)};
 #undef ENTRY_NAME
   std::istringstream script(scenario.clientScript);
   std::string line;
