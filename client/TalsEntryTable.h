@@ -13,9 +13,10 @@ inline constexpr std::size_t kTalsEntryCount = 21;
 // The entry points of the client library, in slot order. A null slot is an entry that the loaded
 // library does not export; no slot is tested before a call, so calling it faults.
 //
-// The live entries talsInit, talsInitHUB and talsInitQX1 take one pointer, always null here, and
-// return a talsStatus. The permit family is talsGetPermit, talsUsePermit, talsCheckPermit,
-// talsInstallPermit, talsRenewPermit and talsReleasePermit.
+// The live entries are talsInit, talsInitHUB and talsInitQX1. The permit family is talsGetPermit,
+// talsUsePermit, talsCheckPermit, talsInstallPermit, talsRenewPermit and talsReleasePermit; its
+// talsUsePermit, talsCaidProtect and talsCaidDestroy are called by the dormant recertification
+// alone. client/TalsCallShapes.h has the shapes.
 struct TalsEntryTable {
   TalsEntry talsGetPermit = nullptr;            // slot 1
   TalsEntry talsUsePermit = nullptr;            // slot 2

@@ -1,8 +1,12 @@
 #include "client/talsClientCaller.h"
 
+#include <array>
+
 #include "VUSL/Support/LogItem.h"
 #include "VUSL/Support/LogTag.h"
 #include "client/Progress.h"
+#include "client/ProtectedCaid.h"
+#include "client/TalsCallShapes.h"
 #include "platform/win32.h"
 
 namespace {
@@ -14,9 +18,6 @@ constexpr std::uint32_t kInitBoth = 0;
 constexpr std::uint32_t kInitFirst = 1;
 constexpr std::uint32_t kInitSecond = 2;
 constexpr std::uint32_t kRecertify = 3;
-
-// The shape of the three live entries.
-using TalsInitEntry = talsStatus (*)(void*);
 
 }  // namespace
 
@@ -100,10 +101,26 @@ talsStatus talsClientCaller::runInit(std::unique_ptr<Components> components) {
   return status;
 }
 
+// An exception leaves without the closing line: there is no status then.
 talsStatus talsClientCaller::runRecertification(std::uint32_t type) {
   LogItem().debug() << "Starting VTM recertification for key type: " << type;
-  const talsStatus status = STATUS_ERROR;
+  const talsStatus status = transactRecertification(type);
   LogItem().info() << LogAddress(this) << "VTM Recertification status for key type " << type << ": "
                    << status;
   return status;
+}
+
+talsStatus talsClientCaller::transactRecertification(std::uint32_t type) const {
+  const TalsRecertificationRequest wanted{type};
+  std::array<unsigned char, sizeof wanted> request{};
+  if (memcpy_s(request.data(), request.size(), &wanted, sizeof wanted) != 0) {
+    LogItem().error() << "memcpy_s failed";
+    return STATUS_ERROR;
+  }
+
+  const TalsEntryTable& entries = loader->entries;
+  const ProtectedCaid caid(entries);
+  // Deliberate: neither this slot nor those of the handle are tested, as with the live entries.
+  const auto usePermit = reinterpret_cast<TalsUsePermitEntry>(entries.talsUsePermit);
+  return usePermit(caid.handle(), request.data(), sizeof wanted, &onProgress);
 }

@@ -15,9 +15,6 @@
 // The enrollment loop owns the object, runs the commands 1 and 2 through executeSync and nothing
 // else. The asynchronous road, the key type and command 3 are dormant in this service. `commands`
 // and `keyType` have no lock: one command list may be in flight at a time.
-//
-// Not built yet: the request of command 3. Its transaction belongs to the client library's permit
-// family; until it stands, the command logs its two lines and answers STATUS_ERROR.
 class talsClientCaller : public vusl::Thread, public ItalsClientCaller {
  public:
   // `threadName`: the thread's name; the enrollment loop passes it empty.
@@ -67,5 +64,11 @@ class talsClientCaller : public vusl::Thread, public ItalsClientCaller {
 
  private:
   talsStatus dispatchCommand(std::uint32_t command);
+
+  // Runs the transaction that recertifies the key of this type and logs its begin and its status.
+  //
+  // Returns the library's status; STATUS_ERROR when the request cannot be copied.
+  // Throws Exception "talsCaidProtect failed." when the library gives out no handle.
   talsStatus runRecertification(std::uint32_t type);
+  talsStatus transactRecertification(std::uint32_t type) const;
 };

@@ -11,6 +11,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/SOloaderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TalsClientLoaderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TalsEntryTableTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/talsClientCallerRecertificationTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/talsClientCallerTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/talsClientCallerThreadTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/talsStatusTest.cpp)

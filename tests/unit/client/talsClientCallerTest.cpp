@@ -113,25 +113,6 @@ TEST_F(talsClientCallerTest, AMissingEntryFaultsAtTheCall) {
   EXPECT_DEATH(caller.executeSync(1, 0), "");
 }
 
-// The transaction itself is not built: these are its two lines and its answer until then.
-TEST_F(talsClientCallerTest, CommandThreeLogsItsTwoLinesAndIsAnError) {
-  EXPECT_EQ(caller.executeSync(3, 0), STATUS_ERROR);
-  EXPECT_EQ(RecordingLoader::calls, Texts{});
-  EXPECT_EQ(log.withoutAddresses(),
-            (Texts{"[DBG] [TPM] [0x] Executing command synchronously",
-                   "[DBG] [TPM] Starting VTM recertification for key type: 4294967295",
-                   "[INF] [TPM] [0x] VTM Recertification status for key type 4294967295: 0x02 "
-                   "[STATUS_ERROR]"}));
-}
-
-TEST_F(talsClientCallerTest, TheKeyTypeIsThatOfCommandThree) {
-  ItalsClientCaller& face = caller;
-  face.setKeyType(7);
-  face.executeSync(3, 0);
-  EXPECT_TRUE(log.contains("Starting VTM recertification for key type: 7"));
-  EXPECT_TRUE(log.contains("VTM Recertification status for key type 7: "));
-}
-
 TEST_F(talsClientCallerTest, AFreshCallerHasNoLoader) {
   const talsClientCaller fresh("");
   EXPECT_EQ(fresh.loader, nullptr);
