@@ -10,9 +10,9 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ProgressFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ProgressTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SOloaderTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/TalsClientLoaderFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TalsClientLoaderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TalsEntryTableTest.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/TalsClientLoaderFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/talsClientCallerFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/talsClientCallerRecertificationTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/talsClientCallerTest.cpp
