@@ -126,6 +126,16 @@ TEST_F(ClientStandinTest, StepsAreReportedInTimeOnAThreadOfTheLibrarysOwn) {
   EXPECT_EQ(clockMs(), 250);
 }
 
+TEST_F(ClientStandinTest, StepsAreReportedInRealTimeToo) {
+  host::resetMachine(host::Scheduler::Mode::kReal);
+  client_test::installClient();
+  client_test::writeScript("talsUsePermit = 8 progress 1 2 3\n");
+  EXPECT_EQ(callWithCallback(), 8);
+  ASSERT_EQ(reports.size(), 3U);
+  EXPECT_EQ(reports[2].state, 3U);
+  EXPECT_NE(reports[2].thread, GetCurrentThreadId());
+}
+
 TEST_F(ClientStandinTest, WithoutStepsNothingIsReported) {
   EXPECT_EQ(callWithCallback(), 0);
   EXPECT_TRUE(reports.empty());

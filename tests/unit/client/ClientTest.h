@@ -62,6 +62,14 @@ inline std::string argument(const host::JournalEntry& call, std::size_t index) {
   return call.args.substr(begin, call.args.find(", ", begin) - begin);
 }
 
+// Lets go of a library whose unloading was refused. It would be found by later tests.
+inline void unloadWhatWasRefused() {
+  for (const host::JournalEntry& call : host::Journal::instance().calls("FreeLibrary")) {
+    if (!call.faulted) continue;
+    FreeLibrary(reinterpret_cast<HMODULE>(std::stoull(argument(call, 0), nullptr, 16)));
+  }
+}
+
 using Texts = std::vector<std::string>;
 
 }  // namespace client_test

@@ -113,6 +113,24 @@ TEST_F(talsClientCallerFailureTest, AWaitThatIsRefusedAtTheEndIsLoggedAndNotRepe
   EXPECT_EXIT(destroy(), ::testing::ExitedWithCode(0), "");
 }
 
+TEST_F(talsClientCallerFailureTest, ACommandThatNeverReturnsIsWaitedForWithoutEnd) {
+  client_test::installClient();
+  client_test::writeScript("talsInitHUB = never\n");
+  const auto destroy = [this] {
+    host::Scheduler::instance().setDeadlockHandler([this](const std::string& report) {
+      const bool waits = report.find("the client library") != std::string::npos;
+      std::_Exit(waits && log.contains("Entering wait ...") ? 0 : 3);
+    });
+    caller.emplace("");
+    caller->loader = std::make_unique<TalsClientLoader>("");
+    caller->executeAsync(1);
+    Sleep(1000);
+    caller.reset();
+    std::_Exit(2);
+  };
+  EXPECT_EXIT(destroy(), ::testing::ExitedWithCode(0), "");
+}
+
 TEST_F(talsClientCallerFailureTest, AnIntThatLeavesTheLibraryEndsOnTheThreadToo) {
   makeSlowCaller();
   RecordingLoader::answer = [](const std::string&) -> talsStatus { throw 5; };
@@ -145,6 +163,8 @@ TEST_F(talsClientCallerFailureTest, ALibraryThatIsNotLetGoLeavesNothingElseBehin
   caller.reset();
   EXPECT_EQ(journal().count("FreeLibrary"), 2U);
   EXPECT_EQ(ledger().open("module"), 1U);
+  client_test::unloadWhatWasRefused();
+  EXPECT_EQ(ledger().open("module"), 0U);
 }
 
 }  // namespace
