@@ -179,6 +179,19 @@ TEST_F(talsClientCallerThreadTest, TheListsStorageIsKept) {
   EXPECT_EQ(caller.room, 3U);
 }
 
+// A start keeps the handle of its own thread and does not look for another.
+TEST_F(talsClientCallerThreadTest, ASecondCommandLosesTheHandleOfTheFirstOnesThread) {
+  {
+    OpenCaller caller;
+    caller.executeAsync(1);
+    caller.Wait();
+    caller.executeAsync(2);
+    caller.Wait();
+  }
+  EXPECT_EQ(RecordingLoader::calls, (Texts{"talsInitHUB(null)", "talsInitQX1(null)"}));
+  EXPECT_EQ(ledger().open("thread"), 1U);
+}
+
 // In a process of its own, because the thread goes on with an object that is gone.
 TEST_F(talsClientCallerThreadTest, DestructionDoesNotWaitForABodyThatHasNotBegun) {
   const auto destroyBeforeTheBody = [this] {
