@@ -5,6 +5,7 @@
 
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/MissingFileError.h"
+#include "VUSL/Support/SysException.h"
 #include "VUSL/Support/win32/SOloader.h"
 #include "client/ErrorString.h"
 #include "client/FileUtils.h"
@@ -230,6 +231,19 @@ TEST_F(StackFaultsTest, TheLibraryWithoutADirectory) {
               Texts{"[DBG] [TPM] [0x] Failed to load a library. Name= talsClient. Error= " +
                     std::to_string(error)});
   }
+}
+
+TEST_F(StackFaultsTest, TheProcedure) {
+  client_test::copyLibrary("talsClient.dll", L"C:\\lib\\talsClient.dll");
+  const SOloader loader(L"talsClient", L"C:\\lib");
+  for (const DWORD error : {6U, 87U, 127U, 182U}) {
+    faults().failOnce("GetProcAddress", error);
+    EXPECT_EQ(textThrownBy<SysException>([&] { loader.getProcedure("talsInit"); }),
+              "VUSL\\Support\\win32\\SOloader:74:Failed to get procedure address.Name= talsInit. "
+              "Error= " +
+                  std::to_string(error));
+  }
+  EXPECT_NE(loader.getProcedure("talsInit"), nullptr);
 }
 
 TEST_F(StackFaultsTest, TheSearchPath) {
