@@ -9,6 +9,14 @@ namespace {
 constexpr ULONG kPresentOfClass = CM_GETIDLIST_FILTER_CLASS | CM_GETIDLIST_FILTER_PRESENT;
 constexpr ULONG kCurrentHardwareProfile = 0;
 
+// Whoever walks through the list goes by its end marks alone. A platform that leaves them out would
+// send them beyond the block; here it costs the last id two characters. The block was all zeros, so
+// a list that is closed within it is not changed.
+void CloseWithin(wchar_t* list, ULONG length) {
+  constexpr ULONG kEndMarks = 2;
+  for (ULONG i = 1; i <= kEndMarks && i <= length; ++i) list[length - i] = L'\0';
+}
+
 }  // namespace
 
 std::uint32_t DeviceManagerWrapper::OpenSubKey(HKEY parent, const wchar_t* name, HKEY& out) {
@@ -57,7 +65,10 @@ std::uint32_t DeviceManagerWrapper::GetDeviceList(const wchar_t* classGuidText, 
   listOut = static_cast<wchar_t*>(block);
 
   const CONFIGRET listed = CM_Get_Device_ID_ListW(classGuidText, listOut, length, kPresentOfClass);
-  if (listed == CR_SUCCESS) return CR_SUCCESS;
+  if (listed == CR_SUCCESS) {
+    CloseWithin(listOut, length);
+    return CR_SUCCESS;
+  }
 
   const DWORD error = GetLastError();
   LogItem().error() << "CM_Get_Device_ID_List failed with status = " << error << " for a "

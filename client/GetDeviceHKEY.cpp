@@ -1,5 +1,6 @@
 #include "client/GetDeviceHKEY.h"
 
+#include <algorithm>
 #include <array>
 #include <cwchar>
 #include <string_view>
@@ -32,7 +33,9 @@ bool IsStackDevice(vusl::DeviceManagerWrapper& wrapper, wchar_t* deviceId, DEVIN
     LogStatus(LogItem().info(), "GetDeviceHardwareID", error, read);
     return false;
   }
-  return std::wstring_view(ids.data(), wcsnlen(ids.data(), ids.size())) == kStackHardwareId;
+  // An incomplete last character is not read, and neither is what lies behind it.
+  const std::size_t given = std::min(ids.size(), size / sizeof(wchar_t));
+  return std::wstring_view(ids.data(), wcsnlen(ids.data(), given)) == kStackHardwareId;
 }
 
 HKEY OpenStackDeviceKey(vusl::DeviceManagerWrapper& wrapper, DEVINST devInst) {

@@ -1,5 +1,6 @@
 #include "client/HKeyContainer.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cwchar>
 #include <memory>
@@ -33,11 +34,22 @@ class DeviceKey {
   HKEY key_;
 };
 
+// Frees the list of devices, which is needed only while it is searched.
+class DeviceList {
+ public:
+  DeviceList() = default;
+  ~DeviceList() {
+    if (list != nullptr) HeapFree(GetProcessHeap(), 0, list);
+  }
+  DeviceList(const DeviceList&) = delete;
+  DeviceList& operator=(const DeviceList&) = delete;
+
+  wchar_t* list = nullptr;
+};
+
 HKEY FindDeviceKey(vusl::DeviceManagerWrapper& wrapper) {
-  wchar_t* deviceList = nullptr;
-  const HKEY key = GetDeviceHKEY(wrapper, deviceList);
-  if (deviceList != nullptr) HeapFree(GetProcessHeap(), 0, deviceList);
-  return key;
+  DeviceList devices;
+  return GetDeviceHKEY(wrapper, devices.list);
 }
 
 // The longest narrow text that `wide` begins with: a character without a narrow form becomes 0, and
@@ -95,7 +107,7 @@ std::uint32_t HKeyContainer::GetValueString(HKEY key, const std::string& name, s
     return static_cast<std::uint32_t>(status);
   }
 
-  const std::size_t wholeCharacters = size / sizeof(wchar_t);
+  const DWORD allocated = size;
   const std::unique_ptr<void, void (*)(void*)> buffer(
       std::calloc(1, std::size_t{size} + sizeof(wchar_t)), std::free);
   if (buffer == nullptr) {
@@ -106,6 +118,8 @@ std::uint32_t HKeyContainer::GetValueString(HKEY key, const std::string& name, s
   // A failure is returned but does not stop the steps below: they then work on the zeroed buffer.
   status = RegQueryValueExW(key, wideName.c_str(), nullptr, nullptr,
                             static_cast<LPBYTE>(buffer.get()), &size);
+  // An incomplete last character is not read, also when the value has shrunk meanwhile.
+  const std::size_t wholeCharacters = std::min(allocated, size) / sizeof(wchar_t);
   const auto* const text = static_cast<const wchar_t*>(buffer.get());
   const std::wstring_view value(text, wcsnlen(text, wholeCharacters));
 

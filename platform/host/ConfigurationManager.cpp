@@ -3,8 +3,10 @@
 
 #include <cstring>
 
+#include "platform/host/DeviceLists.h"
 #include "platform/host/Machine.h"
 #include "platform/host/RegistryKey.h"
+#include "platform/host/Resets.h"
 #include "platform/host/StatusCall.h"
 
 namespace host {
@@ -31,7 +33,8 @@ CONFIGRET checkFilter(PCWSTR filter, ULONG flags) {
   return byClass && filter == nullptr ? CR_INVALID_POINTER : CR_SUCCESS;
 }
 
-// The ids of the nodes that pass the filter, each with its terminator, and one terminator more.
+// The ids of the nodes that pass the filter, each with its terminator, and one terminator more;
+// both are missing at the end of a list that is not closed.
 std::wstring idList(PCWSTR filter, ULONG flags) {
   std::wstring list;
   for (const DeviceNode& node : machine().devices) {
@@ -40,6 +43,10 @@ std::wstring idList(PCWSTR filter, ULONG flags) {
       continue;
     }
     list += node.instanceId + L'\0';
+  }
+  if (!deviceLists().areClosed && !list.empty()) {
+    list.pop_back();
+    return list;
   }
   return list + L'\0';
 }
@@ -67,6 +74,15 @@ CONFIGRET giveHardwareIds(const DeviceNode& node, ULONG* type, void* buffer, ULO
 }
 
 }  // namespace
+
+DeviceLists& deviceLists() {
+  static DeviceLists* const lists = [] {
+    auto* made = new DeviceLists;
+    atReset([made] { *made = DeviceLists(); });
+    return made;
+  }();
+  return *lists;
+}
 
 void Machine::installStack(const std::wstring& directory) {
   const Scheduler::Guard guard;
@@ -200,6 +216,6 @@ CONFIGRET CM_Open_DevNode_Key(DEVINST device, REGSAM access, ULONG hardwareProfi
   if (node->softwareKey.empty() || !host::machine().registry.hasKey(node->softwareKey)) {
     return call.returns(CR_NO_SUCH_REGISTRY_KEY);
   }
-  *key = host::openRegistryKey(node->softwareKey, "CM_Open_DevNode_Key");
+  *key = host::openRegistryKey(node->softwareKey, access, "CM_Open_DevNode_Key");
   return call.returns(CR_SUCCESS);
 }

@@ -1,9 +1,12 @@
 // The registry's calls. All of them answer with their status and leave the last error alone.
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/host/Machine.h"
 #include "platform/host/RegistryKey.h"
+#include "platform/host/RegistryViews.h"
+#include "platform/host/Resets.h"
 #include "platform/host/StatusCall.h"
 
 namespace host {
@@ -11,6 +14,8 @@ namespace {
 
 constexpr LSTATUS kErrorBadPathname = 161;
 constexpr LSTATUS kErrorKeyDeleted = 1018;
+// Both views at once cannot be asked for.
+constexpr REGSAM kBothViews = 0x200 | KEY_WOW64_64KEY;
 
 const wchar_t* rootName(HKEY key) {
   if (key == HKEY_CLASSES_ROOT) {
@@ -26,6 +31,12 @@ const wchar_t* rootName(HKEY key) {
     return L"HKU";
   }
   return key == HKEY_CURRENT_CONFIG ? L"HKCC" : nullptr;
+}
+
+// Whether values may be read through an open key. Whoever opens a root may do all there.
+bool mayQuery(HKEY key, const char* call) {
+  const auto object = HandleTable::instance().find<RegistryKey>(key, call);
+  return object == nullptr || (object->access & KEY_QUERY_VALUE) != 0;
 }
 
 // Hands out a value as it is stored: nothing is terminated or rounded here.
@@ -58,9 +69,27 @@ std::optional<std::wstring> registryPath(HKEY key, const char* call) {
   return object == nullptr ? std::nullopt : std::optional(object->path);
 }
 
-HKEY openRegistryKey(const std::wstring& path, const char* maker) {
-  return static_cast<HKEY>(
-      static_cast<void*>(HandleTable::instance().add(std::make_shared<RegistryKey>(path), maker)));
+HKEY openRegistryKey(const std::wstring& path, REGSAM access, const char* maker) {
+  return static_cast<HKEY>(static_cast<void*>(
+      HandleTable::instance().add(std::make_shared<RegistryKey>(path, access), maker)));
+}
+
+bool RegistryViews::shows(std::wstring_view path, REGSAM access) const {
+  const auto hides = [&](const std::wstring& key) {
+    return equalIgnoringCase(path.substr(0, key.size()), key) &&
+           (path.size() == key.size() || path[key.size()] == L'\\');
+  };
+  return (access & KEY_WOW64_64KEY) != 0 ||
+         std::none_of(only64Bit_.begin(), only64Bit_.end(), hides);
+}
+
+RegistryViews& registryViews() {
+  static RegistryViews* const views = [] {
+    auto* made = new RegistryViews;
+    atReset([made] { *made = RegistryViews(); });
+    return made;
+  }();
+  return *views;
 }
 
 }  // namespace host
@@ -76,6 +105,9 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access, PH
   if (call.faulted()) {
     return call.returns(static_cast<LSTATUS>(call.fault()));
   }
+  if ((access & host::kBothViews) == host::kBothViews) {
+    return call.returns<LSTATUS>(ERROR_INVALID_PARAMETER);
+  }
   const host::Scheduler::Guard guard;
   const auto parent = host::registryPath(key, "RegOpenKeyExW");
   if (!parent) {
@@ -83,18 +115,19 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access, PH
   }
   if (subKey == nullptr || *subKey == L'\0') {
     // A root is given as it is, any other key a second time.
-    *result =
-        host::rootName(key) != nullptr ? key : host::openRegistryKey(*parent, "RegOpenKeyExW");
+    *result = host::rootName(key) != nullptr
+                  ? key
+                  : host::openRegistryKey(*parent, access, "RegOpenKeyExW");
     return call.returns<LSTATUS>(ERROR_SUCCESS);
   }
   if (*subKey == L'\\') {
     return call.returns(host::kErrorBadPathname);
   }
   const std::wstring path = *parent + L'\\' + subKey;
-  if (!host::machine().registry.hasKey(path)) {
+  if (!host::machine().registry.hasKey(path) || !host::registryViews().shows(path, access)) {
     return call.returns<LSTATUS>(ERROR_FILE_NOT_FOUND);
   }
-  *result = host::openRegistryKey(path, "RegOpenKeyExW");
+  *result = host::openRegistryKey(path, access, "RegOpenKeyExW");
   return call.returns<LSTATUS>(ERROR_SUCCESS);
 }
 
@@ -115,6 +148,9 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type,
   const host::RegistryStore& registry = host::machine().registry;
   if (!registry.hasKey(*path)) {
     return call.returns(host::kErrorKeyDeleted);
+  }
+  if (!host::mayQuery(key, "RegQueryValueExW")) {
+    return call.returns<LSTATUS>(ERROR_ACCESS_DENIED);
   }
   const auto* value = registry.value(*path, name == nullptr ? L"" : name);
   if (value == nullptr) {

@@ -94,6 +94,7 @@ struct ScenarioDevice {
   std::vector<std::wstring> hardwareIds;
   std::wstring softwareKey;
   bool present = true;
+  std::uint32_t locateResult = 0;  // what locating its node answers
 };
 
 // How the run must end.

@@ -306,7 +306,7 @@ void setUpInstallation(const Scenario& scenario) {
   }
   for (const ScenarioDevice& device : scenario.devices) {
     system.devices.push_back({device.instanceId, device.classGuid, device.hardwareIds,
-                              device.present, device.softwareKey, CR_SUCCESS});
+                              device.present, device.softwareKey, device.locateResult});
   }
   if (scenario.stackDirectory) {
     system.installStack(*scenario.stackDirectory);

@@ -194,11 +194,16 @@ Reason readPresent(Value value, Value /*name*/, Scenario& scenario) {
   return readYesNo(value, scenario.devices.back().present);
 }
 
+Reason readLocateResult(Value value, Value /*name*/, Scenario& scenario) {
+  return readNumber(value, UINT32_MAX, scenario.devices.back().locateResult);
+}
+
 constexpr std::array kDeviceKeys = {
     Key{"class", false, false, readClass},
     Key{"hardware id", true, false, readHardwareId},
     Key{"software key", false, false, readSoftwareKey},
     Key{"present", false, false, readPresent},
+    Key{"locate result", false, false, readLocateResult},
 };
 
 // [registry <key>]

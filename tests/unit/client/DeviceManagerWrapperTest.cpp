@@ -3,6 +3,8 @@
 #include <cwchar>
 
 #include "client/GetDeviceHKEY.h"
+#include "platform/host/DeviceLists.h"
+#include "platform/host/RegistryViews.h"
 #include "tests/unit/client/ClientTest.h"
 #include "tests/unit/runtime/SlotOrder.h"
 
@@ -64,6 +66,27 @@ TEST_F(DeviceManagerWrapperTest, OpenSubKeyTriesAgainInThe64BitView) {
   EXPECT_EQ(argument(calls[1], 1), "Software\\Here");
   EXPECT_EQ(argument(calls[1], 3), std::to_string(0x20119));
   RegCloseKey(key);
+}
+
+TEST_F(DeviceManagerWrapperTest, OpenSubKeyFindsAKeyThatOnlyThe64BitViewShows) {
+  host::machine().registry.createKey(L"HKLM\\Software\\Here");
+  host::registryViews().showOnlyIn64Bit(L"HKLM\\Software\\Here");
+  HKEY key = nullptr;
+  EXPECT_EQ(wrapper.OpenSubKey(HKEY_LOCAL_MACHINE, L"Software\\Here", key), 0U);
+  EXPECT_EQ(ledger().open("key"), 1U);
+  RegCloseKey(key);
+}
+
+TEST_F(DeviceManagerWrapperTest, OpenSubKeyAnswersFiveForEachStatusThatBothTriesEndWith) {
+  host::machine().registry.createKey(L"HKLM\\Software\\Here");
+  for (const DWORD status : {2U, 5U, 6U, 8U, 161U, 1018U, 1450U}) {
+    faults().clear();
+    faults().failFrom("RegOpenKeyExW", status);
+    HKEY key = nullptr;
+    EXPECT_EQ(wrapper.OpenSubKey(HKEY_LOCAL_MACHINE, L"Software\\Here", key), 5U) << status;
+    EXPECT_EQ(key, nullptr) << status;
+  }
+  EXPECT_EQ(ledger().open("key"), 0U);
 }
 
 TEST_F(DeviceManagerWrapperTest, OpenSubKeyThatFailsTwiceAnswersFiveWhateverTheStatusWas) {
@@ -146,6 +169,63 @@ TEST_F(DeviceManagerWrapperTest, GetDeviceListCountsOnlyPresentDevicesOfTheClass
   EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0U);
   EXPECT_STREQ(list, L"SWD\\HERE");
   EXPECT_STREQ(list + 9, L"");
+}
+
+TEST_F(DeviceManagerWrapperTest, GetDeviceListOfNoDeviceIsOneEnd) {
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0U);
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(list[0], L'\0');
+  EXPECT_EQ(argument(journal().calls("HeapAlloc").at(0), 2), std::to_string(sizeof(wchar_t)));
+}
+
+TEST_F(DeviceManagerWrapperTest, GetDeviceListHoldsIdsOfTheGreatestLength) {
+  constexpr std::size_t kGreatestLength = 200;
+  const std::wstring first(kGreatestLength, L'A');
+  const std::wstring second(kGreatestLength, L'B');
+  addDevice(first);
+  addDevice(second);
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0U);
+  EXPECT_EQ(list, first);
+  EXPECT_EQ(list + 201, second);
+  EXPECT_EQ(list[402], L'\0');
+}
+
+// What is closed is not changed, and what is not is closed at the cost of its last two characters.
+TEST_F(DeviceManagerWrapperTest, GetDeviceListClosesAListThatThePlatformDidNotClose) {
+  addDevice(L"SWD\\ONE");
+  addDevice(L"SWD\\TWO");
+  host::deviceLists().areClosed = false;
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0U);
+  EXPECT_EQ(argument(journal().calls("HeapAlloc").at(0), 2), std::to_string(15 * sizeof(wchar_t)));
+  EXPECT_EQ(std::wstring(list, 15), std::wstring(L"SWD\\ONE\0SWD\\T\0\0", 15));
+}
+
+TEST_F(DeviceManagerWrapperTest, GetDeviceListClosesAListOfOneCharacter) {
+  addDevice(L"A");
+  host::deviceLists().areClosed = false;
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0U);
+  EXPECT_EQ(list[0], L'\0');
+}
+
+TEST_F(DeviceManagerWrapperTest, GetDeviceListThatShrankBetweenTheCallsEndsEarlier) {
+  addDevice(L"SWD\\ONE");
+  addDevice(L"SWD\\TWO");
+  host::CallHooks::instance().before("CM_Get_Device_ID_ListW", 1,
+                                     [] { host::machine().devices.pop_back(); });
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0U);
+  EXPECT_EQ(std::wstring(list, 9), std::wstring(L"SWD\\ONE\0\0", 9));
+}
+
+TEST_F(DeviceManagerWrapperTest, GetDeviceListThatGrewBetweenTheCallsFails) {
+  const LogRecorder log;
+  addDevice(L"SWD\\ONE");
+  host::CallHooks::instance().before("CM_Get_Device_ID_ListW", 1, [] { addDevice(L"SWD\\TWO"); });
+  SetLastError(77);
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0x1AU);
+  EXPECT_EQ(list, nullptr);
+  EXPECT_EQ(log.texts(),
+            Texts{"[ERR] [TPM] CM_Get_Device_ID_List failed with status = 77 for a 26"});
+  EXPECT_EQ(ledger().open("allocation"), 0U);
 }
 
 TEST_F(DeviceManagerWrapperTest, GetDeviceListFiltersBothCallsAlike) {

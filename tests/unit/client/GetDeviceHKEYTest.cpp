@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "tests/support/NullPointerEnd.h"
 #include "tests/unit/client/ClientTest.h"
 
 namespace {
@@ -20,6 +21,8 @@ class FakeDevices : public vusl::DeviceManagerWrapper {
     std::uint32_t hardwareStatus = 0;
     std::uint32_t openStatus = 0;
     std::uintptr_t key = 0x1234;
+    // What the property holds, if it is no sequence of closed ids.
+    std::string hardwareBytes = "";
   };
 
   std::uint32_t OpenDevNodeKey(DEVINST devInst, HKEY& out) override {
@@ -34,10 +37,14 @@ class FakeDevices : public vusl::DeviceManagerWrapper {
                     std::to_string(sizeInOut));
     SetLastError(902);
     if (devices[devInst].hardwareStatus != 0) return devices[devInst].hardwareStatus;
-    std::wstring ids;
-    for (const std::wstring& id : devices[devInst].hardwareIds) ids += id + L'\0';
-    sizeInOut = static_cast<ULONG>(ids.size() * sizeof(wchar_t));
-    std::memcpy(buffer, ids.data(), sizeInOut);
+    std::string bytes = devices[devInst].hardwareBytes;
+    if (bytes.empty()) {
+      std::wstring ids;
+      for (const std::wstring& id : devices[devInst].hardwareIds) ids += id + L'\0';
+      bytes.assign(reinterpret_cast<const char*>(ids.data()), ids.size() * sizeof(wchar_t));
+    }
+    sizeInOut = static_cast<ULONG>(bytes.size());
+    std::memcpy(buffer, bytes.data(), bytes.size());
     return 0;
   }
 
@@ -64,6 +71,11 @@ class FakeDevices : public vusl::DeviceManagerWrapper {
  private:
   std::wstring listText;
 };
+
+std::string stackIdBytes() {
+  const std::wstring_view id = kStackId;
+  return {reinterpret_cast<const char*>(id.data()), id.size() * sizeof(wchar_t)};
+}
 
 class GetDeviceHKEYTest : public host::MachineTest {
  protected:
@@ -178,6 +190,37 @@ TEST_F(GetDeviceHKEYTest, IdsThatFillTheBufferAreNotReadBeyondIt) {
   EXPECT_EQ(search(), 0U);
 }
 
+TEST_F(GetDeviceHKEYTest, AnIdWithoutItsTerminatorIsReadWhole) {
+  fake.devices = {{L"ONE"}};
+  fake.devices[0].hardwareBytes = stackIdBytes();
+  EXPECT_EQ(search(), 0x1234U);
+}
+
+TEST_F(GetDeviceHKEYTest, ALastIncompleteCharacterOfTheIdsIsNotRead) {
+  fake.devices = {{L"ONE"}};
+  fake.devices[0].hardwareBytes = stackIdBytes() + "2";
+  EXPECT_EQ(search(), 0x1234U);
+}
+
+TEST_F(GetDeviceHKEYTest, IdsOfLessThanOneCharacterAreNone) {
+  fake.devices = {{L"ONE"}};
+  fake.devices[0].hardwareBytes = "S";
+  EXPECT_EQ(search(), 0U);
+}
+
+TEST_F(GetDeviceHKEYTest, AnEmptyFirstIdIsAnotherId) {
+  fake.devices = {{L"ONE"}};
+  fake.devices[0].hardwareIds = {L"", kStackId};
+  EXPECT_EQ(search(), 0U);
+}
+
+TEST_F(GetDeviceHKEYTest, NothingOfTheDeviceBeforeIsLeftInTheBuffer) {
+  fake.devices = {{L"ONE"}, {L"TWO"}};
+  fake.devices[0].hardwareIds = {L"XXX\\PROVIDER_ORVIX_COMPONENT_TALSCLIENT"};
+  fake.devices[1].hardwareBytes = std::string(stackIdBytes(), 0, 3 * sizeof(wchar_t));
+  EXPECT_EQ(search(), 0U);
+}
+
 TEST_F(GetDeviceHKEYTest, AMatchWhoseKeyCannotBeOpenedEndsTheSearch) {
   fake.devices = {{L"ONE"}, {L"TWO"}};
   fake.devices[0].openStatus = 46;
@@ -195,9 +238,15 @@ TEST_F(GetDeviceHKEYTest, WhatAFailedOpeningLeftInTheKeyIsReturned) {
   EXPECT_EQ(search(), 0x77U);
 }
 
+// Deliberate: the list is not looked at before it is walked through.
 TEST_F(GetDeviceHKEYTest, ANullListFaults) {
   fake.listIsNull = true;
-  EXPECT_DEATH(search(), "");
+  EXPECT_EXIT(
+      {
+        letTheFaultEndTheProcess();
+        search();
+      },
+      usedANullPointer, "");
 }
 
 TEST_F(GetDeviceHKEYTest, FindsTheDeviceOfTheMachine) {

@@ -82,6 +82,85 @@ TEST_F(GetValueStringTest, ALastIncompleteCharacterIsNotRead) {
   EXPECT_EQ(out, "ab");
 }
 
+TEST_F(GetValueStringTest, AValueOfLessThanOneCharacterIsEmpty) {
+  host::machine().registry.setValue(kPath, L"Name", REG_SZ, "c");
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, "");
+}
+
+TEST_F(GetValueStringTest, ALastIncompleteCharacterIsNotReadAlsoWhenTheValueShrankToIt) {
+  host::machine().registry.setText(kPath, L"Name", L"a long text");
+  host::CallHooks::instance().before(
+      "RegQueryValueExW", journal().count("RegQueryValueExW") + 2,
+      [] { host::machine().registry.setValue(kPath, L"Name", REG_SZ, bytesOf(L"ab") + "c"); });
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, "ab");
+}
+
+// The value's type is not asked for: its bytes are read as a text.
+TEST_F(GetValueStringTest, ANumberIsReadAsItsCharacters) {
+  host::machine().registry.setValue(kPath, L"Name", REG_DWORD, std::string("A\0\0\0", 4));
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, "A");
+}
+
+TEST_F(GetValueStringTest, ANumberOutsideTheNarrowSetIsRefused) {
+  host::machine().registry.setValue(kPath, L"Name", REG_DWORD, std::string("\0\x01\0\0", 4));
+  EXPECT_EQ(textThrownBy<Exception>([this] { read(); }),
+            "Unicode installation path detected, terminating process.");
+}
+
+TEST_F(GetValueStringTest, OfSeveralTextsTheFirstIsRead) {
+  host::machine().registry.setValue(kPath, L"Name", REG_MULTI_SZ,
+                                    bytesOf(std::wstring_view(L"one\0two\0\0", 9)));
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, "one");
+}
+
+TEST_F(GetValueStringTest, VariablesInATextAreNotFilledIn) {
+  host::machine().environment[L"ProgramFiles"] = L"C:\\Program Files";
+  host::machine().registry.setValue(kPath, L"Name", REG_EXPAND_SZ, bytesOf(L"%ProgramFiles%\\a"));
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, "%ProgramFiles%\\a");
+}
+
+TEST_F(GetValueStringTest, BytesOutsideTheNarrowSetAreRefused) {
+  host::machine().registry.setValue(kPath, L"Name", REG_BINARY, std::string(16, '\xFF'));
+  EXPECT_EQ(textThrownBy<Exception>([this] { read(); }),
+            "Unicode installation path detected, terminating process.");
+}
+
+TEST_F(GetValueStringTest, ATextOf32000CharactersIsReadWhole) {
+  host::machine().registry.setText(kPath, L"Name", std::wstring(32'000, L'a'));
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, std::string(32'000, 'a'));
+}
+
+TEST_F(GetValueStringTest, BlanksAndATrailingBackslashAreKept) {
+  host::machine().registry.setText(kPath, L"Name", L"  C:\\a b\\ ");
+  EXPECT_EQ(read(), 0U);
+  EXPECT_EQ(out, "  C:\\a b\\ ");
+}
+
+TEST_F(GetValueStringTest, EachFailureOfTheFirstQueryIsTheResult) {
+  host::machine().registry.setText(kPath, L"Name", L"text");
+  for (const DWORD status : {2U, 5U, 6U, 8U, 87U, 1018U, 1450U}) {
+    faults().failOnce("RegQueryValueExW", status);
+    EXPECT_EQ(read(), status);
+    EXPECT_EQ(out, "before");
+  }
+}
+
+TEST_F(GetValueStringTest, EachFailureOfTheSecondQueryIsTheResultWithAnEmptyText) {
+  host::machine().registry.setText(kPath, L"Name", L"text");
+  for (const DWORD status : {2U, 5U, 6U, 8U, 87U, 234U, 1018U, 1450U}) {
+    out = "before";
+    faults().failOnce("RegQueryValueExW", status, 2);
+    EXPECT_EQ(read(), status);
+    EXPECT_EQ(out, "") << status;
+  }
+}
+
 TEST_F(GetValueStringTest, AValueThatShrankBetweenTheQueriesIsReadAsItIs) {
   host::machine().registry.setText(kPath, L"Name", L"a long text");
   host::CallHooks::instance().before(

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "VUSL/Support/Exception.h"
+#include "tests/support/NullPointerEnd.h"
 #include "tests/unit/client/ClientTest.h"
 
 namespace {
@@ -107,6 +108,16 @@ TEST_F(HKeyContainerTest, AnExceptionOfAnyKindEndsAsAStackThatIsNotInstalled) {
   EXPECT_EQ(ledger().open("key"), 0U);
 }
 
+TEST_F(HKeyContainerTest, AnExceptionDuringTheSearchLeavesNoDeviceList) {
+  client_test::installClient();
+  host::CallHooks::instance().before("CM_Locate_DevNodeW",
+                                     journal().count("CM_Locate_DevNodeW") + 1,
+                                     [] { throw std::runtime_error("of another kind"); });
+  EXPECT_EQ(failure(), "tals stack not installed");
+  EXPECT_EQ(journal().count("HeapAlloc"), 1U);
+  EXPECT_EQ(ledger().open("allocation"), 0U);
+}
+
 TEST_F(HKeyContainerTest, WithoutADeviceTheStackIsNotInstalled) {
   EXPECT_EQ(failure(), "tals stack not installed");
 }
@@ -152,7 +163,12 @@ TEST_F(HKeyContainerTest, WithoutTheSubkeyTheDevicesKeyIsClosedAllTheSame) {
 TEST_F(HKeyContainerTest, AnExhaustedHeapFaultsInTheSearch) {
   client_test::installClient();
   faults().failOnce("HeapAlloc", ERROR_NOT_ENOUGH_MEMORY);
-  EXPECT_DEATH(failure(), "");
+  EXPECT_EXIT(
+      {
+        letTheFaultEndTheProcess();
+        failure();
+      },
+      usedANullPointer, "");
 }
 
 TEST_F(HKeyContainerTest, ClosesNoPredefinedRootKey) {

@@ -112,6 +112,17 @@ TEST_F(IntegrityLevelTest, ABufferThatCannotBeAllocated) {
   EXPECT_EQ(ledger().open("token"), 0U);
 }
 
+TEST_F(IntegrityLevelTest, ABufferWhoseAllocationFailsInAnotherWay) {
+  host::machine().token.integritySlack = 1U << 24U;
+  {
+    const StrangeAllocation failing(1U << 24U);
+    EXPECT_FALSE(QueryIntegrityLevel(level));
+  }
+  EXPECT_EQ(level, 7U);
+  EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] Error while allocating buffer for integrity token"});
+  EXPECT_EQ(ledger().open("token"), 0U);
+}
+
 TEST_F(IntegrityLevelTest, TheBufferIsAsLargeAsTheFirstQueryTold) {
   host::machine().token.integritySlack = 100;
   EXPECT_TRUE(QueryIntegrityLevel(level));

@@ -1,16 +1,19 @@
 list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ClientStandinTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DeviceManagerWrapperTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/DeviceSearchTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ErrorStringTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FileUtilsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/GetDeviceHKEYTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/GetValueStringTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/HKeyContainerTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/InstallDirectoryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/IntegrityLevelTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ProgressFailureTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ProgressTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SOloaderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TalsClientLoaderFailureTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/StackFaultsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TalsClientLoaderTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TalsEntryTableTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/talsClientCallerFailureTest.cpp

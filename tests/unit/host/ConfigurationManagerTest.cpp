@@ -1,5 +1,6 @@
 // The device nodes.
 
+#include "platform/host/DeviceLists.h"
 #include "tests/support/MachineTest.h"
 
 namespace {
@@ -55,6 +56,12 @@ TEST_F(ConfigurationManagerTest, WithoutThePresentFilterAllOfTheClassAreListed) 
 }
 
 TEST_F(ConfigurationManagerTest, AnEmptyListIsOneTerminator) {
+  EXPECT_EQ(list(L"{none}", kPresentOfClass), L"|");
+}
+
+TEST_F(ConfigurationManagerTest, AListThatIsNotClosedEndsWithItsLastIdsLastCharacter) {
+  host::deviceLists().areClosed = false;
+  EXPECT_EQ(list(kClass, kPresentOfClass), L"SWC\\A\\1|SWC\\D\\4");
   EXPECT_EQ(list(L"{none}", kPresentOfClass), L"|");
 }
 
@@ -150,6 +157,17 @@ TEST_F(ConfigurationManagerTest, TheSoftwareKeyIsOpened) {
   EXPECT_EQ(RegOpenKeyExW(key, L"tALS Client", 0, KEY_READ, &child), 0);
   EXPECT_EQ(RegCloseKey(child), 0);
   EXPECT_EQ(RegCloseKey(key), 0);
+}
+
+TEST_F(ConfigurationManagerTest, TheSoftwareKeyAllowsWhatItWasOpenedFor) {
+  constexpr REGSAM kEnumerate = 0x8;
+  HKEY key = nullptr;
+  EXPECT_EQ(CM_Open_DevNode_Key(locate(L"SWC\\A\\1"), kEnumerate, 0, RegDisposition_OpenExisting,
+                                &key, CM_REGISTRY_SOFTWARE),
+            CR_SUCCESS);
+  DWORD size = 0;
+  EXPECT_EQ(RegQueryValueExW(key, L"Name", nullptr, nullptr, nullptr, &size), 5);
+  RegCloseKey(key);
 }
 
 TEST_F(ConfigurationManagerTest, WithoutASoftwareKeyOpeningIs0x2E) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "platform/host/RegistryViews.h"
 #include "tests/support/MachineTest.h"
 
 namespace {
@@ -181,6 +182,37 @@ TEST_F(RegistryTest, AKeyIsNotClosedByCloseHandle) {
   EXPECT_EQ(ledger().open("key"), 1U);
   RegCloseKey(key);
   host::setLastError(77);
+}
+
+TEST_F(RegistryTest, AKeyOpenedForAnythingElseDoesNotShowItsValues) {
+  constexpr REGSAM kEnumerate = 0x8;
+  HKEY key = nullptr;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Orvix", 0, kEnumerate, &key), 0);
+  DWORD size = 0;
+  EXPECT_EQ(RegQueryValueExW(key, L"InstallDir64", nullptr, nullptr, nullptr, &size), 5);
+  RegCloseKey(key);
+}
+
+TEST_F(RegistryTest, AKeyOfThe64BitViewAloneIsMissingWithoutTheFlag) {
+  registry.createKey(L"HKLM\\Software\\Orvix\\below");
+  registry.createKey(L"HKLM\\Software\\Orvix2");
+  host::registryViews().showOnlyIn64Bit(L"HKLM\\SOFTWARE\\Orvix");
+  HKEY key = nullptr;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Orvix", 0, KEY_READ, &key), 2);
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Orvix\\below", 0, KEY_READ, &key), 2);
+  RegCloseKey(open(L"Software\\Orvix2"));
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Orvix\\below", 0,
+                          KEY_READ | KEY_WOW64_64KEY, &key),
+            0);
+  RegCloseKey(key);
+}
+
+TEST_F(RegistryTest, BothViewsAtOnceAre87) {
+  constexpr REGSAM k32BitView = 0x200;
+  HKEY key = nullptr;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Orvix", 0,
+                          KEY_READ | KEY_WOW64_64KEY | k32BitView, &key),
+            87);
 }
 
 TEST_F(RegistryTest, AFaultIsTheStatusAndLeavesTheLastErrorAlone) {

@@ -312,18 +312,21 @@ TEST(ScenarioTest, ADeviceIsAPresentSoftwareComponentByDefault) {
   EXPECT_TRUE(scenario.devices[0].present);
   EXPECT_TRUE(scenario.devices[0].hardwareIds.empty());
   EXPECT_TRUE(scenario.devices[0].softwareKey.empty());
+  EXPECT_EQ(scenario.devices[0].locateResult, 0U);
 }
 
 TEST(ScenarioTest, ADeviceIsAsItsKeysSay) {
   const Scenario scenario = with(
       "[device SWD\\A]\nclass = {00000000-0000-0000-0000-000000000001}\nhardware id = SWC\\A\n"
-      "hardware id = SWC\\B\nsoftware key = HKLM\\Software\\A\npresent = no\n[device SWD\\B]\n");
+      "hardware id = SWC\\B\nsoftware key = HKLM\\Software\\A\npresent = no\n"
+      "locate result = 0x0D\n[device SWD\\B]\n");
   ASSERT_EQ(scenario.devices.size(), 2U);
   const ScenarioDevice& device = scenario.devices[0];
   EXPECT_EQ(device.classGuid, L"{00000000-0000-0000-0000-000000000001}");
   EXPECT_EQ(device.hardwareIds, (std::vector<std::wstring>{L"SWC\\A", L"SWC\\B"}));
   EXPECT_EQ(device.softwareKey, L"HKLM\\Software\\A");
   EXPECT_FALSE(device.present);
+  EXPECT_EQ(device.locateResult, 13U);
 }
 
 TEST(ScenarioTest, MalformedFilesKeysAndDevicesAreReported) {
@@ -346,6 +349,7 @@ TEST(ScenarioTest, MalformedFilesKeysAndDevicesAreReported) {
       {"[device SWD\\A]\nsoftware key = X\n",
        "5: \"X\" is no key of the registry (as in \"HKLM\\Software\\X\")"},
       {"[device SWD\\A]\npresent = 1\n", "5: \"1\" is neither yes nor no"},
+      {"[device SWD\\A]\nlocate result = gone\n", "5: \"gone\" is no number"},
   });
 }
 

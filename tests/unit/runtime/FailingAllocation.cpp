@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 thread_local std::size_t t_smallestFailingSize = kNever;
+thread_local std::size_t t_smallestStrangeSize = kNever;
 thread_local bool t_dirty = false;
 thread_local std::size_t t_requests = 0;
 thread_local std::size_t t_bytes = 0;
@@ -21,6 +22,14 @@ FailingAllocation::FailingAllocation(std::size_t smallestFailingSize) {
 
 FailingAllocation::~FailingAllocation() {
   t_smallestFailingSize = kNever;
+}
+
+StrangeAllocation::StrangeAllocation(std::size_t smallestFailingSize) {
+  t_smallestStrangeSize = smallestFailingSize;
+}
+
+StrangeAllocation::~StrangeAllocation() {
+  t_smallestStrangeSize = kNever;
 }
 
 DirtyAllocation::DirtyAllocation() {
@@ -47,6 +56,9 @@ void* operator new(std::size_t size) {
   t_bytes += size;
   if (size >= t_smallestFailingSize) {
     throw std::bad_alloc();
+  }
+  if (size >= t_smallestStrangeSize) {
+    throw 7;
   }
   if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
     if (t_dirty) {

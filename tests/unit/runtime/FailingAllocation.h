@@ -11,6 +11,15 @@ class FailingAllocation {
   FailingAllocation& operator=(const FailingAllocation&) = delete;
 };
 
+// While one lives, `new` of at least so many bytes throws a number on the thread that made it.
+class StrangeAllocation {
+ public:
+  explicit StrangeAllocation(std::size_t smallestFailingSize);
+  ~StrangeAllocation();
+  StrangeAllocation(const StrangeAllocation&) = delete;
+  StrangeAllocation& operator=(const StrangeAllocation&) = delete;
+};
+
 // While one lives, `new` on the thread that made it gives blocks whose bytes are all `kFill`.
 class DirtyAllocation {
  public:
