@@ -1,6 +1,8 @@
 #include <atomic>
 
 #include "VUSL/Support/LogItem.h"
+#include "VUSL/Support/Settings.h"
+#include "VUSL/Support/Text.h"
 #include "platform/win32.h"
 #include "service/TPMEnrollment.h"
 
@@ -9,7 +11,6 @@ namespace TPMEnrollmentService {
 namespace {
 
 constexpr wchar_t kBoundaryName[] = L"TPMEnrollmentServiceBoundary";
-constexpr wchar_t kNamespaceAlias[] = L"TPMEnrollmentService";
 constexpr wchar_t kStopEventName[] = L"TPMEnrollmentService\\StopEvent";
 constexpr wchar_t kTpmEventName[] = L"Global\\TpmEnrollmentEvent";
 
@@ -38,9 +39,10 @@ std::uint32_t TPMEnrollment::CreateServicePrivateNamespace() {
     LogItem().debug() << "Cannot associate Local Admin SID to Boundary Descriptor!";
     return error;
   }
+  const vusl::string_t alias = vusl::Widen(settings::kServiceName);
   // Deliberate: a namespace that an earlier instance left behind is a failure like any other.
   // Opening it instead would share the stop event with whoever holds it.
-  s_privateNamespace = CreatePrivateNamespaceW(nullptr, s_boundaryDescriptor, kNamespaceAlias);
+  s_privateNamespace = CreatePrivateNamespaceW(nullptr, s_boundaryDescriptor, alias.c_str());
   if (s_privateNamespace == nullptr) {
     const DWORD error = GetLastError();
     LogItem().debug() << "Cannot create private namespace!";

@@ -5,10 +5,10 @@
 #include <istream>
 #include <map>
 #include <sstream>
-#include <string_view>
 #include <utility>
 
 #include "VUSL/Support/AssertException.h"
+#include "VUSL/Support/ConfigLine.h"
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/LogItem.h"
 #include "VUSL/Support/LogTag.h"
@@ -19,29 +19,9 @@
 
 namespace {
 
-constexpr char kWhiteSpace[] = "\t\n\r ";
 constexpr char kNewSuffix[] = ".new";
 constexpr char kBackupSuffix[] = ".bak";
 constexpr std::size_t kShownOfBadLine = 20;
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(kWhiteSpace);
-  if (first == std::string_view::npos) {
-    return {};
-  }
-  return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
-}
-
-// A quote ends the value even if the value did not begin with one. That is deliberate: files
-// written by hand rely on what stands behind the closing quote, or behind a lone one, not being
-// read.
-std::string_view decodedValue(std::string_view text) {
-  std::string_view value = trimmed(text);
-  if (value.starts_with('"')) {
-    value.remove_prefix(1);
-  }
-  return value.substr(0, value.find('"'));
-}
 
 using SettingMap = std::map<std::string, std::string>;
 
@@ -52,25 +32,20 @@ SettingMap parse(std::istream& content, std::string* report) {
   std::string rawLine;
   while (content.good()) {
     std::getline(content, rawLine);
-    const std::string_view line = trimmed(rawLine);
-    if (line.empty() || line.starts_with('#')) {
-      continue;
-    }
-    const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) {
+    const ConfigLine line = parseConfigLine(rawLine);
+    if (line.kind == ConfigLine::Kind::kNoEquals) {
       throw Exception() << "Check config file. Error while parsing line beginning with: "
-                        << std::string(line.substr(0, kShownOfBadLine));
+                        << std::string(line.text.substr(0, kShownOfBadLine));
     }
-    const std::string_view key = trimmed(line.substr(0, equals));
-    if (key.empty()) {
+    if (line.kind != ConfigLine::Kind::kSetting) {
       continue;
     }
-    const auto [setting, isNew] = parsed.emplace(key, decodedValue(line.substr(equals + 1)));
+    const auto [setting, isNew] = parsed.emplace(line.key, line.value);
     if (!isNew) {
       throw Exception() << "Check config file. Key already exist: " << setting->first;
     }
     if (report != nullptr) {
-      report->append("  ").append(key).append("=").append(setting->second).append("\n");
+      report->append("  ").append(line.key).append("=").append(setting->second).append("\n");
     }
   }
   return parsed;
@@ -134,14 +109,13 @@ std::string ConfigMgmt::updatedContent(std::istream& content,
   std::string updated;
   std::string rawLine;
   while (content.good() && std::getline(content, rawLine)) {
-    const std::string_view line = trimmed(rawLine);
-    const std::size_t equals = line.find('=');
-    if (line.starts_with('#') || equals == std::string_view::npos) {
-      updated.append(line).append("\n");
+    const ConfigLine line = parseConfigLine(rawLine);
+    if (line.kind != ConfigLine::Kind::kSetting && line.kind != ConfigLine::Kind::kNoKey) {
+      updated.append(line.text).append("\n");
       continue;
     }
-    const auto setting = pending.find(std::string(trimmed(line.substr(0, equals))));
-    if (equals == 0 || setting == pending.end()) {
+    const auto setting = pending.find(std::string(line.key));
+    if (line.kind == ConfigLine::Kind::kNoKey || setting == pending.end()) {
       continue;
     }
     if (!silent) {

@@ -6,7 +6,7 @@
 
 // The words by which the system is configured, each standing here and nowhere else: the keys of
 // the configuration file with their defaults, the names from which file names are made, and the
-// paths that environment variables can move. Text is narrow; `vusl::Widen` gives the wide form.
+// environment variables that can move paths. Text is narrow; `vusl::Widen` gives the wide form.
 namespace settings {
 
 // The keys of the configuration file that are read, and what an absent key means.
@@ -75,11 +75,37 @@ inline constexpr const char* kServiceConfFile = detail::kServiceConfText.data();
 inline constexpr const char* kServiceLogFile = detail::kServiceLogText.data();
 inline constexpr const char* kRecertificationLogFile = detail::kRecertificationLogText.data();
 
-// The paths of the installation that an environment variable can move; `getEnvironmentPath` knows
-// the variables.
+// The paths of the installation that an environment variable can move, each with its variable.
+// The service looks up those that have a name here. The programs beside it share the table and look
+// up the others.
 
 inline constexpr int32_t kPathTypeLogDirectory = 0;
 inline constexpr int32_t kPathTypeConfDirectory = 1;
 inline constexpr int32_t kPathTypeServiceConfFile = 9;
+
+// Names the whole path of the service's own configuration file.
+inline constexpr char kServiceConfVariable[] = "TALS_TPM_ENROLLMENT_SERVICE_CONF_PATH";
+
+struct PathVariable {
+  int32_t pathType;
+  const char* name;
+};
+
+inline constexpr PathVariable kPathVariables[] = {
+    {kPathTypeLogDirectory, "TALS_LOGDIR_PATH"},
+    {kPathTypeConfDirectory, "TALS_CONFDIR_PATH"},
+    {2, "TALS_X509_CERT_PATH"},
+    {3, "TALS_EPID_LEGACY_CERT_PATH"},
+    {4, "TALS_CACERT_PATH"},
+    {5, "TALS_EPID1_PARAMCERT_PATH"},
+    {6, "TALS_EPID2_PARAMCERT_PATH"},
+    {7, "TALS_PROXY_CONF_PATH"},
+    {8, "TALS_VTM_CONF_PATH"},
+    {kPathTypeServiceConfFile, kServiceConfVariable},
+    {10, "TALS_VTM_RECERT_LOG_PATH"},
+    {11, "TALS_CLIENT_LOG_PATH"},
+    {12, "TALS_PROXY_LOG_PATH"},
+    {13, "TALS_TPM_ENROLLMENT_SERVICE_CONF_LOG"},
+};
 
 }  // namespace settings

@@ -2,6 +2,7 @@ target_sources(product PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/CmdLineParameter.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/CmdLinePrompt.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/CmdLineProc.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/ConfigLine.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/ConfigMemory.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/ConfigMgmt.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/CriticalSection.cpp

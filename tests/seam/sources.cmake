@@ -4,4 +4,5 @@ list(APPEND seam_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/SeamRules.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SeamRulesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SeamTest.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/SourceTree.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/SourceTree.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/VocabularyTest.cpp)

@@ -13,28 +13,13 @@
 
 #include "ClientEntries.h"
 #include "standins/client/ClientScript.h"
+#include "tools/EditDistance.h"
 
 namespace runner {
 namespace {
 
 constexpr std::size_t kMostNearNames = 5;
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{16} << 20U;
-
-// How many letters have to be put in, taken out or replaced to make one name of the other.
-std::size_t distance(std::string_view left, std::string_view right) {
-  std::vector<std::size_t> row(right.size() + 1);
-  for (std::size_t j = 0; j < row.size(); ++j) {
-    row[j] = j;
-  }
-  for (std::size_t i = 1; i <= left.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i);
-    for (std::size_t j = 1; j <= right.size(); ++j) {
-      const std::size_t replaced = diagonal + (left[i - 1] == right[j - 1] ? 0U : 1U);
-      diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, replaced}));
-    }
-  }
-  return row.back();
-}
 
 // "<line>: <reason>" for the first answer of the client library that the library would refuse;
 // empty if there is none.
@@ -108,7 +93,7 @@ std::vector<std::string> ScenarioCatalog::near(const std::string& name) const {
   std::vector<std::pair<std::size_t, std::string>> found;
   const std::size_t farthest = std::max<std::size_t>(2, name.size() / 3);
   for (const std::string& known : names_) {
-    const std::size_t apart = distance(name, known);
+    const std::size_t apart = editDistance(name, known);
     const bool contains = name.size() > 2 && known.find(name) != std::string::npos;
     if (apart <= farthest || contains) {
       found.emplace_back(apart, known);

@@ -5,7 +5,9 @@
 #include "VUSL/Support/LogItem.h"
 #include "VUSL/Support/LogTag.h"
 #include "VUSL/Support/MissingFileError.h"
+#include "VUSL/Support/Settings.h"
 #include "VUSL/Support/SysException.h"
+#include "VUSL/Support/Text.h"
 
 namespace {
 
@@ -23,7 +25,7 @@ SOloader::SOloader(const vusl::string_t& name, const vusl::string_t& directory) 
     checkLoaded(name);
     return;
   }
-  const vusl::string_t path = directory + L"\\" + name;
+  const vusl::string_t path = directory + vusl::Widen(settings::kPathSeparator) + name;
   LogItem().debug() << "Use LOAD_WITH_ALTERED_SEARCH_PATH flag to load library: " << path;
   module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   checkLoaded(path);

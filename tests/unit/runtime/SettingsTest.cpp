@@ -54,4 +54,17 @@ TEST(SettingsTest, pathTypesThatTheServiceLooksUp) {
   EXPECT_EQ(settings::kPathTypeServiceConfFile, 9);
 }
 
+TEST(SettingsTest, variableOfTheServicesOwnFile) {
+  EXPECT_STREQ(settings::kServiceConfVariable, "TALS_TPM_ENROLLMENT_SERVICE_CONF_PATH");
+}
+
+// Each type stands once, so that the map of them has them all.
+TEST(SettingsTest, pathTypesAreCountedThrough) {
+  int32_t next = 0;
+  for (const settings::PathVariable& row : settings::kPathVariables) {
+    EXPECT_EQ(row.pathType, next++) << row.name;
+  }
+  EXPECT_EQ(next, 14);
+}
+
 }  // namespace

@@ -9,6 +9,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/CmdLineValueTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigBytesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigConversionTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ConfigLineTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigMemoryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigMgmtTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ConfigOutcomesTest.cpp

@@ -100,6 +100,15 @@ TEST_F(EnrollmentInitTest, emptyVariableCountsAsNotSet) {
                    "C:\\Orvix\\bin\\..\\conf\\TPMEnrollmentService.conf"));
 }
 
+TEST_F(EnrollmentInitTest, variableThatCannotBeReadCountsAsNotSet) {
+  host::machine().drive.write(L"C:\\own.conf", "TCBRepeaterTime = 7\n");
+  installClient();
+  writeConfiguration("TCBRepeaterTime = 9\n");
+  faults().failOnce("_dupenv_s", 12);
+  EXPECT_EQ(enrollment.Init(), 0);
+  EXPECT_EQ(Peer::waitTimeoutMs(), 9000);
+}
+
 TEST_F(EnrollmentInitTest, directoryOfTheFileCanBeMovedByItsVariable) {
   host::machine().environment.erase(L"TALS_TPM_ENROLLMENT_SERVICE_CONF_PATH");
   host::machine().environment[L"TALS_CONFDIR_PATH"] = L"C:\\elsewhere";
