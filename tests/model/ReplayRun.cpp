@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
+#include <string_view>
+#include <utility>
 
 #include "VUSL/Support/Singleton.h"
 #include "platform/host/Call.h"
@@ -44,8 +47,27 @@ class ClientFiles : public ServiceTest {
   void TestBody() override {}
 };
 
-std::string stateText(DWORD state) {
-  return "report " + host::ServiceManager::stateName(state);
+// The word for a result; the result itself if there is none.
+std::string worded(const std::string& result, const std::map<std::string, std::string>& words) {
+  const auto found = words.find(result);
+  return found == words.end() ? result : found->second;
+}
+
+auto isCallOf(std::string_view name) {
+  return [name](const host::JournalEntry& entry) { return entry.name == name; };
+}
+
+// What the manager was told. The record is read when the call does its work, so it may be another
+// than the caller filled in.
+std::string reportOf(const std::vector<host::JournalEntry>& entries,
+                     std::vector<host::JournalEntry>::const_iterator report) {
+  if (report->result != "1") return "report refused";
+  const auto told = std::count_if(entries.begin(), report, [](const host::JournalEntry& entry) {
+    return isCallOf("SetServiceStatus")(entry) && entry.result == "1";
+  });
+  const SERVICE_STATUS& status =
+      host::machine().services.statuses.at(static_cast<std::size_t>(told));
+  return "report " + host::ServiceManager::stateName(status.dwCurrentState);
 }
 
 }  // namespace
@@ -192,42 +214,26 @@ void ReplayRun::bePlatform() {
 // What the call of a step came to, in the model's words.
 std::string ReplayRun::outcomeOf(const Begun& begun) const {
   const std::vector<host::JournalEntry>& entries = host::Journal::instance().entries();
-  const auto isIts = [&](const host::JournalEntry& entry) {
-    return entry.thread == begun.threadId && entry.name == begun.name;
-  };
   const auto from = entries.begin() + static_cast<std::ptrdiff_t>(begun.entry);
   if (begun.name == "WaitForMultipleObjects") return "wait";
   if (begun.name == "FreeLibrary") return "unload";
   if (begun.name == "CloseHandle") return "close";
   if (begun.name == "GetLocalTime") {
-    const auto wait = std::find_if(std::reverse_iterator(from), entries.rend(), [](const auto& e) {
-      return std::string_view(e.name) == "WaitForMultipleObjects";
-    });
-    const std::string result = wait->result;
-    return result == "0"     ? "woke stop"
-           : result == "1"   ? "woke tpm"
-           : result == "258" ? "woke time"
-                             : "woke " + result;
+    const auto wait = std::find_if(std::reverse_iterator(from), entries.rend(),
+                                   isCallOf("WaitForMultipleObjects"));
+    return "woke " + worded(wait->result, {{"0", "stop"}, {"1", "tpm"}, {"258", "time"}});
   }
-  const auto entry = std::find_if(from, entries.end(), isIts);
+  const auto entry = std::find_if(from, entries.end(), [&](const host::JournalEntry& candidate) {
+    return candidate.thread == begun.threadId && candidate.name == begun.name;
+  });
   if (entry == entries.end()) return begun.name + " did not come back";
   if (begun.name == "CreateEventW") return entry->result == "null" ? "create refused" : "create";
   if (begun.name == "SetEvent") return entry->result == "1" ? "set" : "set refused";
-  if (begun.name == "SetServiceStatus") {
-    if (entry->result != "1") return "report refused";
-    // The record is read when the call does its work, so what was told may be another's.
-    const auto told = std::count_if(entries.begin(), entry, [](const auto& e) {
-      return std::string_view(e.name) == "SetServiceStatus" && e.result == "1";
-    });
-    return stateText(
-        host::machine().services.statuses.at(static_cast<std::size_t>(told)).dwCurrentState);
-  }
+  if (begun.name == "SetServiceStatus") return reportOf(entries, entry);
   const std::vector<host::JournalEntry> created = host::Journal::instance().calls("CreateEventW");
   const bool isStopEvent = !created.empty() && entry->args == created[0].result + ", 0";
   if (!isStopEvent) return entry->result == "0" ? "lock" : "lock " + entry->result;
-  return entry->result == "0"     ? "check stop"
-         : entry->result == "258" ? "check nothing"
-                                  : "check " + entry->result;
+  return "check " + worded(entry->result, {{"0", "stop"}, {"258", "nothing"}});
 }
 
 std::vector<Step> ReplayRun::observed() const {
@@ -242,7 +248,7 @@ std::vector<Step> ReplayRun::observed() const {
   };
   for (std::size_t i = 0; i < entries.size(); ++i) {
     tellThoseBefore(i);
-    if (std::string_view(entries[i].name) == "OpenEventW") {
+    if (isCallOf("OpenEventW")(entries[i])) {
       steps.push_back({kService, entries[i].result == "null" ? "open refused" : "open"});
     }
   }
