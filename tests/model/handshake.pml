@@ -94,75 +94,7 @@ bool closedEventUsed;
 bool deadObjectUsed;
 bool tooEarly;        /* a handler ran before RUNNING was told */
 
-/* --- the turn -------------------------------------------------------------------------------- */
-
-#define DISPATCHER 1
-#define SERVICE 2
-#define MANAGER 3
-#define PLATFORM 4
-
-#ifdef REPLAY
-
-#define REPORT 1
-#define LOCK 2
-#define CREATE 3
-#define CHECK 4
-#define WAIT 5
-#define WOKE 6
-#define UNLOAD 7
-#define CLOSE 8
-#define SET 9
-#define STOP 10
-#define PUBLISH 11
-#define SIGNAL 12
-#define LOOK_FOR_EVENT 13
-
-#define MOST_STEPS 120
-byte steps[MOST_STEPS];   /* thread, call and outcome, one after the other */
-byte length;
-byte turn;
-bool woken;               /* the service's wait is over and it has not had its turn yet */
-bool idle = true;         /* the dispatcher waits for a control */
-byte last;                /* who made the last call */
-bool atCall[5];
-byte preemptions;
-bool timeIsUp;            /* the service's wait ran out, which is seen at once */
-
-/* A thread that was woken runs on to its next call before anybody else moves. */
-#define EVERYBODY_ELSE_AT_A_CALL (turn == 0 && !woken && !(idle && (queued > 0 || serviceEnded)))
-#define PASS(who) turn = (turn == who -> 0 : turn)
-/* Whether the thread that called last could have gone on: another that goes on instead is a
- * pre-emption, and there are so many in a run. */
-#define COSTS(who) (last != who && atCall[last] && !timeIsUp)
-#define MAKES(condition, who, what) \
-  atomic { EVERYBODY_ELSE_AT_A_CALL && (who == SERVICE || !timeIsUp) && (condition) && \
-           (!COSTS(who) || preemptions < PREEMPTIONS) -> \
-           if :: COSTS(who) -> preemptions++ :: else fi; \
-           turn = who; last = who; atCall[who] = false; \
-           steps[length] = who; steps[length + 1] = what; steps[length + 2] = 0; \
-           length = length + 3; assert(length < MOST_STEPS) }
-/* Comes to a call, and makes it when the condition holds too. */
-#define CALL_WHEN(condition, who, what) \
-  atomic { PASS(who); atCall[who] = (condition) }; MAKES(condition, who, what)
-#define CALL(who, what) CALL_WHEN(true, who, what)
-#define WAKE(by) waiting = false; wokenBy = by; woken = true
-#define OUTCOME(value) steps[length - 1] = value
-/* A call at which the turn does not pass. */
-#define SAY(who, what, value) \
-  d_step { steps[length] = who; steps[length + 1] = what; steps[length + 2] = value; \
-           length = length + 3; assert(length < MOST_STEPS) }
-
-#else
-
-#define CALL(who, what) skip
-#define MAKES(condition, who, what) condition
-#define CALL_WHEN(condition, who, what) skip
-#define WAKE(by) waiting = false; wokenBy = by
-#define OUTCOME(value) skip
-#define SAY(who, what, value) skip
-#define PASS(who) skip
-
-#endif
+#include "handshake_turns.pml"
 
 /* --- calls ----------------------------------------------------------------------------------- */
 
@@ -463,114 +395,12 @@ ended:
   atomic { serviceEnded = true; PASS(SERVICE) }
 }
 
-/* --- from outside ---------------------------------------------------------------------------- */
-
-/* A control is taken only while RUNNING is what was told last. */
-proctype Manager() {
-  do
-  :: MAKES(stopsLeft > 0 && !serviceEnded, MANAGER, STOP) ->
-     atomic {
-       stopsLeft--;
-       if
-       :: told == RUNNING -> queued++; OUTCOME(1)
-       :: told != RUNNING -> OUTCOME(0)
-       fi;
-       PASS(MANAGER)
-     }
-  :: break
-  od
-}
-
-inline signalTpmEvent() {
-  d_step {
-    if
-    :: waiting && tpmOpen -> WAKE(BY_TPM)
-    :: else -> tpmSet = true
-    fi
-  }
-}
-
-proctype Platform() {
-#ifdef REPLAY
-  if
-  :: publishing == 2 ->
-     CALL(PLATFORM, PUBLISH);
-     tpmThere = true
-  :: else
-  fi;
-  if
-  :: publishing > 0 -> CALL(PLATFORM, SIGNAL); signalTpmEvent()
-  :: else
-  fi;
-  PASS(PLATFORM)
-#else
-  do
-  /* Whatever comes after the goal stands is seen by nobody. */
-  :: !tpmThere && !arranged && !serviceEnded -> tpmThere = true
-  :: tpmThere && !tpmSet && !arranged && !serviceEnded -> signalTpmEvent()
-  :: break
-  od
-#endif
-}
-
-/* The wait runs out. In the replay only when something is to be tried again then. */
-proctype Time() {
-end_time:
-  do
-#ifdef REPLAY
-  :: atomic { turn == 0 && !woken && waiting && !method2Done -> timeIsUp = true; WAKE(BY_TIME) }
-#else
-  :: atomic { waiting -> WAKE(BY_TIME) }
-#endif
-  :: processEnded -> break
-  od
-}
+#include "handshake_outside.pml"
 
 /* --- the runs -------------------------------------------------------------------------------- */
 
 #ifdef REPLAY
-
-c_code {
-  static const char* const kThreads[] = {"", "dispatcher", "service", "manager", "platform"};
-
-  static const char* callText(int call, int outcome) {
-    static char text[32];
-    static const char* const kStates[] = {"refused", "STOPPED", "START_PENDING", "STOP_PENDING",
-                                          "RUNNING"};
-    static const char* const kWokenBy[] = {"stop", "tpm", "time"};
-    switch (call) {
-      case REPORT: snprintf(text, sizeof(text), "report %s", kStates[outcome]); return text;
-      case LOCK: return "lock";
-      case CREATE: return outcome ? "create" : "create refused";
-      case CHECK: return outcome ? "check stop" : "check nothing";
-      case WAIT: return "wait";
-      case WOKE: snprintf(text, sizeof(text), "woke %s", kWokenBy[outcome]); return text;
-      case UNLOAD: return "unload";
-      case CLOSE: return "close";
-      case SET: return outcome ? "set" : "set refused";
-      case STOP: return outcome ? "stop accepted" : "stop refused";
-      case PUBLISH: return "publish";
-      case SIGNAL: return "signal";
-      case LOOK_FOR_EVENT: return outcome ? "open" : "open refused";
-    }
-    return "?";
-  }
-
-  /* One line a run: what was drawn, what of it cannot be replayed, and the calls. */
-  static void printTrace(void) {
-    int i;
-    printf("RUN publishing=%d failures=%d init=%d create=%d load=%d refusals=%d dead=%d:",
-           now.drawnPublishing, now.drawnFailures, !now.initFails, !now.createFails,
-           !now.loadFails, now.drawnRefusals, now.deadObjectUsed);
-    for (i = 0; i < now.length; i += 3) {
-      printf(" %s %s;", kThreads[now.steps[i]], callText(now.steps[i + 1], now.steps[i + 2]));
-    }
-    printf("\n");
-  }
-};
-
-byte drawnPublishing, drawnFailures, drawnRefusals;
-
+#include "handshake_printing.pml"
 #endif
 
 /* What can go wrong ahead of the wait goes wrong alone. */
@@ -619,43 +449,5 @@ init {
 }
 
 #ifndef REPLAY
-
-/* --- claims ---------------------------------------------------------------------------------- */
-
-/* A handler has come to the signal, or has given up ahead of it, and the service waits all the
- * same: with no signal pending, because one that is pending ends the wait. */
-#define LOST ((stopTried || handlerGaveUp) && waiting)
-
-/* What docs/oddities.md lists must be found: each of these is to be violated. */
-ltl stop_before_the_run { [] !(LOST && hitNothing && foundNoRun) }
-ltl stop_before_the_stop_event { [] !(LOST && hitNothing && polls) }
-ltl stop_in_the_tries { [] !(LOST && takenByATry) }
-ltl stop_whose_report_is_refused { [] !(LOST && handlerGaveUp && !stopTried) }
-ltl stop_pending_after_stopped { [] !(pendingAfterStopped && !mixedRecord) }
-ltl stopped_tried_twice { [] !(stoppedTries == 2) }
-ltl stopped_told_twice { [] !toldTwice }
-ltl stopped_never_told { [] !(processEnded && told == STOP_PENDING && !pendingAfterStopped) }
-ltl signal_to_a_closed_event { [] !closedEventUsed }
-ltl question_to_a_dead_object { [] !deadObjectUsed }
-
-/* Nothing else may be: this is to hold. */
-#define LOST_AS_LISTED (!LOST || hitNothing || takenByATry || handlerGaveUp)
-#define TAKEN_WITH_A_METHOD_OPEN (!LOST || !takenByATry || (!method2Done && arranged && !tpmOpen))
-#define GIVEN_UP_BY_REFUSAL_ALONE (!handlerGaveUp || refusalsLeft == 0)
-#define TRIED_TWICE_BY_REFUSAL_ALONE (stoppedTries < 2 || (stoppedTries == 2 && stoppedRefused))
-#define TOLD_TWICE_BY_MIXING_ALONE (!toldTwice || mixedRecord)
-#define NOT_STOPPED_AS_LISTED \
-  (!processEnded || told == STOPPED || mixedRecord || pendingAfterStopped || stoppedRefused)
-#define NONE_AHEAD_OF_RUNNING (!tooEarly)
-#define USED_AFTER_THE_END_ALONE \
-  ((!deadObjectUsed || !alive) && (!closedEventUsed || stopEvent == CLOSED))
-ltl nothing_else { [] (LOST_AS_LISTED && TAKEN_WITH_A_METHOD_OPEN && GIVEN_UP_BY_REFUSAL_ALONE &&
-                       TRIED_TWICE_BY_REFUSAL_ALONE && TOLD_TWICE_BY_MIXING_ALONE &&
-                       NOT_STOPPED_AS_LISTED && NONE_AHEAD_OF_RUNNING && USED_AFTER_THE_END_ALONE) }
-
-/* A stop that reached the event and was not taken by a try ends the service; and the dispatcher
- * always comes back once the service has ended. These two need a search that is fair. */
-ltl delivered_stop_ends { [] (delivered -> <> (serviceEnded || takenByATry)) }
-ltl dispatcher_comes_back { [] (serviceEnded -> <> processEnded) }
-
+#include "handshake_claims.pml"
 #endif
