@@ -21,3 +21,13 @@ if(COVERAGE)
   target_compile_options(instrumentation INTERFACE --coverage -O0 -fno-inline)
   target_link_options(instrumentation INTERFACE --coverage)
 endif()
+
+# Has several source files of each target compiled in one go under the address sanitizer: most of the
+# time of such a build is the reading of headers. Every other build compiles each file alone, and
+# there a missing include shows. Files whose unnamed namespaces share a name do not go together: name
+# such a one with the property SKIP_UNITY_BUILD_INCLUSION.
+function(compile_together)
+  if(SANITIZE STREQUAL "address")
+    set_target_properties(${ARGV} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+  endif()
+endfunction()
