@@ -128,7 +128,7 @@ test_is_the_same_bytes_when_made_elsewhere() {
   local copy=$place/another/folder/altogether name object
   mkdir -p -- "$copy/standins" "$copy/platform" "$copy/linked"
   for name in CMakeLists.txt CMakePresets.json cmake VUSL client task service resources \
-    platform/CMakeLists.txt platform/win32.h platform/mingw; do
+    platform/CMakeLists.txt platform/win32.h platform/mingw platform/wine; do
     cp -r -- "$SOURCE_ROOT/$name" "$copy/$name"
   done
   : >"$copy/standins/CMakeLists.txt"
