@@ -56,7 +56,6 @@ TEST(WinePlanTest, YesDoesNotHelpWhereOnlyTheModelHasWhatIsAskedFor) {
       {"[machine]\nlanguage = 0x0407\n", "only the model has another language of the user"},
       {"[machine]\nzone = +60 min\n", "only the model has a time of its own"},
       {"[machine]\nprivileges = none\n", "only the model has a token of its own"},
-      {"[machine]\nadministrator = no\n", "only the model has a user who is no administrator"},
       {"[machine]\nlistener = no\n", "only the model has nobody who listens to the debug output"},
       {"[machine]\nnetwork = no\n", "only the model has power and network that change"},
       {"[machine]\nscheduler = refused\n", "only the model has a Task Scheduler that refuses"},
@@ -116,6 +115,14 @@ TEST(WinePlanTest, RegistryHasStackDevicesKeysAndEnvironment) {
             "\n[System\\\\CurrentControlSet\\\\Control\\\\Session Manager\\\\Environment] "
             "1700000000\n"
             "\"TALS_LOGDIR_PATH\"=\"C:\\\\l\\x00f6g\"\n");
+}
+
+TEST(WinePlanTest, WhoIsNoAdministratorIsRefusedTheNamespace) {
+  EXPECT_EQ(wineRegistry(scenarioOf("[machine]\nadministrator = no\n")),
+            "\n[Software\\\\Wine\\\\TPMEnrollmentService] 1700000000\n"
+            "\"NamespaceRefused\"=\"yes\"\n"
+            "\n[System\\\\CurrentControlSet\\\\Control\\\\Session Manager\\\\Environment] "
+            "1700000000\n");
 }
 
 TEST(WinePlanTest, EveryScenarioSaysWhetherItCanBeRunUnderWine) {

@@ -119,7 +119,6 @@ std::optional<std::string> whatOnlyTheModelHas(const host::Scenario& scenario) {
       Demand{scenario.clock.has_value() || scenario.minutesAheadOfUtc != 0, "a time of its own"},
       Demand{scenario.privileges.has_value() || !scenario.unknownPrivileges.empty(),
              "a token of its own"},
-      Demand{!scenario.administrator, "a user who is no administrator"},
       Demand{!scenario.debugListener, "nobody who listens to the debug output"},
       Demand{!scenario.network || scenario.onBatteries, "power and network that change"},
       Demand{scenario.schedulerRefuses, "a Task Scheduler that refuses"},

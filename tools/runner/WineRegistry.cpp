@@ -86,6 +86,11 @@ std::string wineRegistry(const host::Scenario& scenario) {
     registry.key(std::wstring(kStackSoftwareKey) + L"\\tALS Client");
     registry.value(L"InstallDir64", *scenario.stackDirectory);
   }
+  if (!scenario.administrator) {
+    // Every user of Wine is an administrator, so the refusal that others meet is asked for.
+    registry.key(kDescription);
+    registry.value(L"NamespaceRefused", L"yes");
+  }
   registry.key(kEnvironment);
   for (const auto& [name, data] : scenario.environment) {
     registry.value(name, data);
