@@ -95,12 +95,13 @@ TEST(WinePlanTest, RegistryHasStackDevicesKeysAndEnvironment) {
       "[machine]\nenvironment TALS_LOGDIR_PATH = C:\\l\xC3\xB6g\n"
       "[stack]\ndirectory = C:\\S\n"
       "[registry HKLM\\Software\\X]\nname = \"text\"\n"
-      "[device SWD\\A]\nclass = {c}\nhardware id = h1\nhardware id = h2\npresent = no\n");
+      "[device SWD\\A]\nclass = {11111111-2222-3333-4444-555555555555}\nhardware id = h1\nhardware "
+      "id = h2\npresent = no\n");
   EXPECT_EQ(wineRegistry(scenario),
             "\n[Software\\\\X] 1700000000\n"
             "\"name\"=\"\\\"text\\\"\"\n"
             "\n[Software\\\\Wine\\\\TPMEnrollmentService\\\\Devices\\\\0] 1700000000\n"
-            "\"Id\"=\"SWD\\\\A\"\n\"Class\"=\"{c}\"\n"
+            "\"Id\"=\"SWD\\\\A\"\n\"Class\"=\"{11111111-2222-3333-4444-555555555555}\"\n"
             "\"HardwareId0\"=\"h1\"\n\"HardwareId1\"=\"h2\"\n"
             "\"SoftwareKey\"=\"\"\n\"Present\"=\"no\"\n"
             "\n[Software\\\\Wine\\\\TPMEnrollmentService\\\\Devices\\\\1] 1700000000\n"
