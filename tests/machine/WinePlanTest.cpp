@@ -113,6 +113,9 @@ TEST(WinePlanTest, RegistryHasStackDevicesKeysAndEnvironment) {
             "\n[System\\\\CurrentControlSet\\\\Control\\\\Class\\\\"
             "{5c4c3332-344d-483c-8739-259e934c9cc8}\\\\0000\\\\tALS Client] 1700000000\n"
             "\"InstallDir64\"=\"C:\\\\S\"\n"
+            "\n[Software\\\\Classes\\\\CLSID\\\\{0f87369f-a4e5-4cfc-bd3e-73e6154572dd}"
+            "\\\\InprocServer32] 1700000000\n"
+            "@=\"C:\\\\Program Files\\\\Orvix\\\\TPMEnrollmentService\\\\tasks.dll\"\n"
             "\n[System\\\\CurrentControlSet\\\\Control\\\\Session Manager\\\\Environment] "
             "1700000000\n"
             "\"TALS_LOGDIR_PATH\"=\"C:\\\\l\\x00f6g\"\n");
@@ -122,6 +125,9 @@ TEST(WinePlanTest, WhoIsNoAdministratorIsRefusedTheNamespace) {
   EXPECT_EQ(wineRegistry(scenarioOf("[machine]\nadministrator = no\n")),
             "\n[Software\\\\Wine\\\\TPMEnrollmentService] 1700000000\n"
             "\"NamespaceRefused\"=\"yes\"\n"
+            "\n[Software\\\\Classes\\\\CLSID\\\\{0f87369f-a4e5-4cfc-bd3e-73e6154572dd}"
+            "\\\\InprocServer32] 1700000000\n"
+            "@=\"C:\\\\Program Files\\\\Orvix\\\\TPMEnrollmentService\\\\tasks.dll\"\n"
             "\n[System\\\\CurrentControlSet\\\\Control\\\\Session Manager\\\\Environment] "
             "1700000000\n");
 }

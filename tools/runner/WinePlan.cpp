@@ -148,6 +148,11 @@ std::wstring serviceProgramOf(const host::Scenario& scenario) {
   return scenario.serviceProgram.value_or(kUsualProgram);
 }
 
+std::wstring fileBesideProgram(const host::Scenario& scenario, const std::wstring& name) {
+  const std::wstring program = serviceProgramOf(scenario);
+  return program.substr(0, program.rfind(L'\\') + 1) + name;
+}
+
 std::string winePlan(const host::Scenario& scenario) {
   std::string plan;
   addLine(plan, {"program", toUtf8(serviceProgramOf(scenario))});

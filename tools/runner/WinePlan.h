@@ -25,7 +25,8 @@ std::string winePlan(const host::Scenario& scenario);
 // stand-ins for what Wine lacks.
 std::string wineRegistry(const host::Scenario& scenario);
 
-// The file of the service's program on the machine's drive.
+// The file of the service's program on the machine's drive, and one in the same folder.
 std::wstring serviceProgramOf(const host::Scenario& scenario);
+std::wstring fileBesideProgram(const host::Scenario& scenario, const std::wstring& name);
 
 }  // namespace runner

@@ -14,6 +14,8 @@ constexpr wchar_t kStackHardwareId[] = L"SWC\\PROVIDER_ORVIX_COMPONENT_TALSCLIEN
 constexpr wchar_t kStackSoftwareKey[] =
     L"System\\CurrentControlSet\\Control\\Class\\{5c4c3332-344d-483c-8739-259e934c9cc8}\\0000";
 constexpr wchar_t kDescription[] = L"Software\\Wine\\TPMEnrollmentService";
+constexpr wchar_t kSchedulerServer[] =
+    L"Software\\Classes\\CLSID\\{0f87369f-a4e5-4cfc-bd3e-73e6154572dd}\\InprocServer32";
 constexpr wchar_t kEnvironment[] =
     L"System\\CurrentControlSet\\Control\\Session Manager\\Environment";
 
@@ -45,6 +47,8 @@ class RegistryText {
   void value(std::wstring_view name, std::wstring_view data) {
     text += '"' + escaped(name, '"') + "\"=\"" + escaped(data, '"') + "\"\n";
   }
+
+  void defaultValue(std::wstring_view data) { text += "@=\"" + escaped(data, '"') + "\"\n"; }
 
   std::string text;
 };
@@ -91,6 +95,8 @@ std::string wineRegistry(const host::Scenario& scenario) {
     registry.key(kDescription);
     registry.value(L"NamespaceRefused", L"yes");
   }
+  registry.key(kSchedulerServer);
+  registry.defaultValue(fileBesideProgram(scenario, L"tasks.dll"));
   registry.key(kEnvironment);
   for (const auto& [name, data] : scenario.environment) {
     registry.value(name, data);

@@ -103,15 +103,17 @@ void append(const fs::path& file, const std::string& text) {
 // The program, byte for byte as it is shipped, its language libraries, and beside it what Wine
 // lacks.
 void installProgram(const host::Scenario& scenario, host::Drive& drive, const fs::path& build) {
-  const std::wstring program = serviceProgramOf(scenario);
-  const std::wstring folder = program.substr(0, program.rfind(L'\\') + 1);
-  drive.copyIn(build / "program" / "TPMEnrollmentService.exe", program);
+  const auto put = [&](const fs::path& file) {
+    drive.copyIn(file, fileBesideProgram(scenario, host::toWide(file.filename().string())));
+  };
+  drive.copyIn(build / "program" / "TPMEnrollmentService.exe", serviceProgramOf(scenario));
   for (const fs::directory_entry& file : fs::directory_iterator(build / "program")) {
     if (file.path().extension() == ".dll") {
-      drive.copyIn(file.path(), folder + host::toWide(file.path().filename().string()));
+      put(file.path());
     }
   }
-  drive.copyIn(build / "wine" / "cfgmgr32.dll", folder + L"cfgmgr32.dll");
+  put(build / "wine" / "cfgmgr32.dll");
+  put(build / "wine" / "tasks.dll");
 }
 
 // Wine takes its own library first unless it is told otherwise, program by program.
