@@ -6,7 +6,7 @@ set -euo pipefail
 readonly tools=x86_64-w64-mingw32
 readonly program=$PROGRAM_FOLDER/TPMEnrollmentService.exe
 place=$(mktemp -d)
-trap '[[ -n ${KEEP:-} ]] || rm -rf -- "$place"' EXIT
+trap 'rm -rf -- "$place"' EXIT
 
 give_up() {
   printf 'FAILED: %s\n' "$1"
@@ -126,12 +126,13 @@ test_has_its_language_libraries_beside_it() {
 # or a time would show in either.
 test_is_the_same_bytes_when_made_elsewhere() {
   local copy=$place/another/folder/altogether name object
-  mkdir -p -- "$copy/standins" "$copy/platform" "$copy/linked"
+  mkdir -p -- "$copy/standins" "$copy/platform/wine" "$copy/linked"
   for name in CMakeLists.txt CMakePresets.json cmake VUSL client task service resources \
-    platform/CMakeLists.txt platform/win32.h platform/mingw platform/wine; do
+    platform/CMakeLists.txt platform/win32.h platform/mingw; do
     cp -r -- "$SOURCE_ROOT/$name" "$copy/$name"
   done
   : >"$copy/standins/CMakeLists.txt"
+  : >"$copy/platform/wine/CMakeLists.txt"
   local objects=(CMakeFiles/product.dir/VUSL/Support/ConfigMemory.cpp.obj
     CMakeFiles/product.dir/client/FileUtils.cpp.obj
     CMakeFiles/TPMEnrollmentService.dir/resources/TPMEnrollmentService.rc.res)
