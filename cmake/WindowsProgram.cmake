@@ -23,12 +23,14 @@ elseif(WIN32)
     # The bytes do not tell where they were made. Caches of compilations name the sources by the way
     # from the build's folder to them.
     -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${way_to_sources}=.)
+  # The code that looks at the stack is in a library of the compiler's.
+  target_link_options(shipped_code INTERFACE -fstack-protector-strong)
   target_compile_definitions(shipped_code INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
   # The entry is the wide one. Nothing but the system's own libraries is needed beside the program.
   # Without time stamp and symbols two builds of one source are the same bytes.
   target_link_options(shipped_program INTERFACE
-    -municode -mconsole -static -s -fstack-protector-strong
+    -municode -mconsole -static -s
     -Wl,--gc-sections -Wl,--no-insert-timestamp
     -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 endif()

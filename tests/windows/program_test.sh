@@ -126,13 +126,15 @@ test_has_its_language_libraries_beside_it() {
 # or a time would show in either.
 test_is_the_same_bytes_when_made_elsewhere() {
   local copy=$place/another/folder/altogether name object
-  mkdir -p -- "$copy/standins" "$copy/platform/wine" "$copy/linked"
+  mkdir -p -- "$copy/standins" "$copy/platform/wine" "$copy/linked" \
+    "$copy/tools/config-check"
   for name in CMakeLists.txt CMakePresets.json cmake VUSL client task service resources \
     platform/CMakeLists.txt platform/win32.h platform/mingw; do
     cp -r -- "$SOURCE_ROOT/$name" "$copy/$name"
   done
   : >"$copy/standins/CMakeLists.txt"
   : >"$copy/platform/wine/CMakeLists.txt"
+  : >"$copy/tools/config-check/CMakeLists.txt"
   local objects=(CMakeFiles/product.dir/VUSL/Support/ConfigMemory.cpp.obj
     CMakeFiles/product.dir/client/FileUtils.cpp.obj
     CMakeFiles/TPMEnrollmentService.dir/resources/TPMEnrollmentService.rc.res)
