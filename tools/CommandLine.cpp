@@ -7,7 +7,7 @@
 
 const char kUsage[] =
     "Usage: run [NAME] [--list] [--virtual] [--seed N] [--keep DIR] [--verbose]\n"
-    "           [--scenario FILE] [--help]\n";
+    "           [--wine] [--scenario FILE] [--help]\n";
 
 const char kHelp[] =
     "\n"
@@ -19,6 +19,7 @@ const char kHelp[] =
     "                   without it the run takes as long as on a real machine\n"
     "  --seed N         which of the possible orders of threads to take; 0 is the plain one,\n"
     "                   the same number gives the same run; implies --virtual\n"
+    "  --wine           the genuine Windows program, under Wine, in real time\n"
     "  --keep DIR       leave the machine's drive in DIR, which must be empty or not be there\n"
     "  --verbose        print the named imbalances, the hash of all steps and the memory too\n"
     "  --scenario FILE  run the scenario in FILE\n"
@@ -110,7 +111,10 @@ class Reader {
   void checkTogether() {
     if (line_.name && line_.scenario) {
       fault_ = "only one scenario can be run: " + *line_.name + " or " + line_.scenario->string();
-    } else if (line_.list && (line_.name || line_.scenario || line_.keep || line_.virtualTime)) {
+    } else if (line_.wine && line_.virtualTime) {
+      fault_ = "under Wine there is no virtual time";
+    } else if (line_.list &&
+               (line_.name || line_.scenario || line_.keep || line_.virtualTime || line_.wine)) {
       fault_ = "--list runs nothing, so it cannot be combined with what belongs to a run";
     }
   }
@@ -120,9 +124,8 @@ class Reader {
     bool CommandLine::*field;
   };
   static constexpr std::array kFlags = {
-      Flag{"--list", &CommandLine::list},
-      Flag{"--virtual", &CommandLine::virtualTime},
-      Flag{"--verbose", &CommandLine::verbose},
+      Flag{"--list", &CommandLine::list},       Flag{"--virtual", &CommandLine::virtualTime},
+      Flag{"--verbose", &CommandLine::verbose}, Flag{"--wine", &CommandLine::wine},
       Flag{"--help", &CommandLine::help},
   };
 

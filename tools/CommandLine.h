@@ -14,6 +14,7 @@ struct CommandLine {
   std::optional<std::filesystem::path> keep;
   std::optional<std::uint64_t> seed;
   bool virtualTime = false;
+  bool wine = false;
   bool list = false;
   bool verbose = false;
   bool help = false;

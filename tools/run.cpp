@@ -18,6 +18,8 @@
 #include "tools/runner/Printer.h"
 #include "tools/runner/ScenarioCatalog.h"
 #include "tools/runner/ScenarioRun.h"
+#include "tools/runner/WinePlan.h"
+#include "tools/runner/WineRun.h"
 
 namespace {
 
@@ -112,13 +114,18 @@ std::string durationText(host::Nanoseconds duration) {
 }
 
 int runOne(const CommandLine& line, const runner::LoadedScenario& loaded) {
+  if (line.wine) {
+    if (const auto reason = runner::whyNotUnderWine(loaded.scenario)) {
+      return refuse(loaded.scenario.name + " cannot be run under Wine: " + *reason);
+    }
+  }
   const runner::Descriptor interrupts = takeInterrupts();
   const auto made = runner::DriveFolder::make(line.keep);
   if (const auto* refusal = std::get_if<std::string>(&made)) {
     return refuse(*refusal);
   }
   runner::Printer printer(std::cout, line.verbose);
-  if (!line.virtualTime && loaded.scenario.limit > kLongRun) {
+  if (!line.virtualTime && !line.wine && loaded.scenario.limit > kLongRun) {
     printer.say("this may take up to " + durationText(loaded.scenario.limit) +
                 "; with --virtual it takes milliseconds");
   }
@@ -127,20 +134,23 @@ int runOne(const CommandLine& line, const runner::LoadedScenario& loaded) {
   options.seed = line.seed.value_or(0);
   options.interrupt = interrupts.get();
   options.onRecord = [&printer](const runner::Record& record) { return printer.print(record); };
-  const auto ran =
-      runner::runScenario(loaded, std::get<runner::DriveFolder>(made).drive(), options);
+  const std::filesystem::path drive = std::get<runner::DriveFolder>(made).drive();
+  const auto ran = line.wine ? runner::runUnderWine(loaded, drive, options)
+                             : runner::runScenario(loaded, drive, options);
   if (const auto* refusal = std::get_if<std::string>(&ran)) {
     return refuse(*refusal);
   }
 
   const auto& result = std::get<runner::RunResult>(ran);
   const bool isComparable = line.virtualTime && options.seed == 0;
-  const auto differences = runner::judge(
-      loaded.scenario, result, isComparable ? runner::Lines::kCompared : runner::Lines::kIgnored);
+  const auto compared = isComparable ? runner::Lines::kCompared
+                        : line.wine  ? runner::Lines::kLogOnly
+                                     : runner::Lines::kIgnored;
+  const auto differences = runner::judge(loaded.scenario, result, compared);
   if (!differences.empty() || line.verbose) {
     std::cerr << result.strayOutput;
   }
-  if (!result.addressesFixed) {
+  if (!result.addressesFixed && !line.wine) {
     printer.say("address randomisation could not be switched off: addresses differ between runs");
   }
   if (line.keep) {

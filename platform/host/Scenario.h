@@ -118,6 +118,9 @@ struct Scenario {
   std::string name;   // the file's name without folder and ending
   std::string about;  // a sentence
   std::string after;  // the scenario whose life's drive this one begins with; empty for none
+  // Why the Windows program cannot live through it under Wine: empty if it can, absent if the
+  // scenario does not say.
+  std::optional<std::string> wineReason;
 
   // The machine.
   DWORD majorVersion = 10;

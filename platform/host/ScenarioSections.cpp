@@ -103,6 +103,18 @@ Reason readNotThere(Value value, Value /*name*/, Scenario& scenario) {
   return readFilePath(value, scenario.absentFiles.emplace_back());
 }
 
+Reason readWine(Value value, Value /*name*/, Scenario& scenario) {
+  constexpr Value kNo = "no:";
+  constexpr Value kYes = "yes";
+  const bool isNo = value.starts_with(kNo);
+  const Value reason = isNo ? trimmed(value.substr(kNo.size())) : Value();
+  if (isNo ? reason.empty() : value != kYes) {
+    return inQuotes(value) + " is neither yes nor no with a reason: \"no: it takes a day\"";
+  }
+  scenario.wineReason = reason;
+  return std::nullopt;
+}
+
 constexpr std::array kScenarioKeys = {
     Key{"about", false, false, readAbout},
     Key{"limit", false, false, readLimit},
@@ -112,6 +124,7 @@ constexpr std::array kScenarioKeys = {
     Key{"after", false, false, readAfter},
     Key{"unchanged", true, false, readUnchanged},
     Key{"not there", true, false, readNotThere},
+    Key{"wine", false, false, readWine},
 };
 
 // [stack]

@@ -50,6 +50,11 @@ TEST(CommandLineTest, ListAndHelp) {
   EXPECT_TRUE(read({"--help"}).help);
 }
 
+TEST(CommandLineTest, WineIsTaken) {
+  EXPECT_FALSE(read({"late-stop"}).wine);
+  EXPECT_TRUE(read({"late-stop", "--wine", "--verbose"}).wine);
+}
+
 struct Row {
   Arguments arguments;
   const char* fault;
@@ -86,6 +91,10 @@ INSTANTIATE_TEST_SUITE_P(
         Row{{""}, "the scenario's name is empty"},
         Row{{"a", "--scenario", "b"}, "only one scenario can be run: a or b"},
         Row{{"--list", "a"},
+            "--list runs nothing, so it cannot be combined with what belongs to a run"},
+        Row{{"--wine", "--virtual"}, "under Wine there is no virtual time"},
+        Row{{"--wine", "--seed", "1"}, "under Wine there is no virtual time"},
+        Row{{"--list", "--wine"},
             "--list runs nothing, so it cannot be combined with what belongs to a run"},
         Row{{"--list", "--virtual"},
             "--list runs nothing, so it cannot be combined with what belongs to a run"}));

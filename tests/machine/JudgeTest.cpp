@@ -43,6 +43,16 @@ std::string onlySummary(const std::vector<Difference>& differences) {
                                  : std::to_string(differences.size()) + " differences";
 }
 
+TEST(JudgeTest, LogAloneIsComparedWithTheLogAlone) {
+  host::Scenario scenario;
+  scenario.expected = {"-- event E signalled", "[DBG] [TPM] one", "-- console: two"};
+  const std::string line = "2026-01-02 03:04:05:006 0000000000000007 TPMEnrollmentService: ";
+  EXPECT_TRUE(judge(scenario, resultPrinting({line + "[DBG] [TPM] one"}), Lines::kLogOnly).empty());
+  EXPECT_EQ(
+      onlySummary(judge(scenario, resultPrinting({line + "[DBG] [TPM] two"}), Lines::kLogOnly)),
+      "line 1 of [expected] differs");
+}
+
 TEST(JudgeTest, ExpectedEndsAreAsExpected) {
   const std::pair<Kind, End> kPairs[] = {
       {Kind::kExit, End::kExit},           {Kind::kFault, End::kFault},

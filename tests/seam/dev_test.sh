@@ -287,7 +287,8 @@ test_chores_in_one_checkout_take_turns() {
 
 # --- run ----------------------------------------------------------------------------------------
 
-test_run_hands_arguments_and_folder_to_the_tool() {
+# A run tool that tells how it was called.
+telling_run_tool() {
   mkdir -p "$place/checkout/build/release/tools"
   printf 'CMAKE_HOME_DIRECTORY:INTERNAL=%s\n' "$place/checkout" \
     >"$place/checkout/build/release/CMakeCache.txt"
@@ -295,6 +296,30 @@ test_run_hands_arguments_and_folder_to_the_tool() {
   printf '#!/bin/bash\nprintf "in %%s with %%s\\n" "$PWD" "$*"\nexit 7\n' \
     >"$place/checkout/build/release/tools/run"
   chmod +x "$place/checkout/build/release/tools/run"
+}
+
+test_run_under_wine_builds_the_windows_program_first() {
+  working_apt
+  printf 'wine\nwine64\n' >"$place/missing"
+  stub id <<<'echo 0'
+  telling_run_tool
+  dev run first-boot --wine
+  expect_status 7
+  expect_in out 'with first-boot --wine'
+  expect_in err 'installing wine wine64'
+  expect_in calls "cmake --build $place/checkout/build/windows"
+}
+
+test_run_over_the_model_needs_nothing_of_windows() {
+  printf 'wine\nwine64\n' >"$place/missing"
+  telling_run_tool
+  dev run first-boot
+  expect_status 7
+  expect_not_in calls build/windows
+}
+
+test_run_hands_arguments_and_folder_to_the_tool() {
+  telling_run_tool
   dev run first-boot --seed 3 --keep 'a b'
   expect_status 7
   [[ $(cat "$place/out") == "in $place/elsewhere with first-boot --seed 3 --keep a b" ]] ||
@@ -307,12 +332,12 @@ test_run_hands_arguments_and_folder_to_the_tool() {
 test_test_adds_up_all_builds() {
   dev test
   expect_status 0
-  expect_last_line '6 passed, 0 failed'
-  expect_in err 'step 1 of 7: build, native'
-  expect_in err 'step 7 of 7: build, Windows'
+  expect_last_line '8 passed, 0 failed'
+  expect_in err 'step 1 of 8: build, native'
+  expect_in err 'step 8 of 8: tests, Windows'
   local row
   for row in 'build, native' 'tests, native' 'build, sanitizers' 'tests, sanitizers' \
-    'build, threads' 'tests, threads' 'build, Windows'; do
+    'build, threads' 'tests, threads' 'build, Windows' 'tests, Windows'; do
     grep -Eq "^$row +ok +[0-9]+ min [0-9]{2} s\$" "$place/out" || give_up "no row: $row"
   done
   expect_in calls "cmake --build $place/checkout/build/thread-sanitize --parallel"
@@ -332,7 +357,7 @@ exit 8
 END
   dev test
   expect_status 1
-  expect_last_line '6 passed, 3 failed'
+  expect_last_line '8 passed, 4 failed'
   expect_in err 'what the test said'
   expect_not_in err 'A.two'
   grep -Eq '^tests, native +FAILED' "$place/out" || give_up 'no row for the failed step'
@@ -349,7 +374,7 @@ exit 8
 END
   dev test
   expect_status 1
-  expect_last_line '45 passed, 9 failed'
+  expect_last_line '60 passed, 12 failed'
 }
 
 test_test_counts_a_failed_build_and_goes_on() {
@@ -365,7 +390,7 @@ test_test_fails_without_a_count() {
   stub ctest <<<'echo "No tests were found!!!"; exit 8'
   dev test
   expect_status 1
-  expect_last_line '0 passed, 3 failed'
+  expect_last_line '0 passed, 4 failed'
 }
 
 test_continuous_integration_runs_the_same_tests() {
@@ -375,7 +400,7 @@ test_continuous_integration_runs_the_same_tests() {
   (cd -- "$place/elsewhere" && env -i PATH="$place/bin" TMPDIR="$place" CI=true \
     bash "$place/checkout/.ci/run" >"$place/out" 2>"$place/err" </dev/null) || status=$?
   expect_status 0
-  expect_last_line '6 passed, 0 failed'
+  expect_last_line '8 passed, 0 failed'
 }
 
 # --- the other verbs ----------------------------------------------------------------------------
@@ -397,11 +422,18 @@ test_bench_without_benchmarks_fails() {
   expect_in err 'there is no benchmark to run'
 }
 
+# The compilers for Windows, the second of which exits with the given status.
+windows_compilers() {
+  stub x86_64-w64-mingw32-g++-posix <<<'echo /headers'
+  stub clang++-19 <<<"exit ${1:-0}"
+}
+
 test_lint_tells_what_found_something() {
   mkdir -p "$place/checkout/"{VUSL,client,task,service,build}
   touch "$place/checkout/service/A.cpp" "$place/checkout/build/B.cpp"
   stub clang-format-14 <<<'exit 1'
   stub clang-tidy-19 <<<'exit 0'
+  windows_compilers
   stub cppcheck <<<'echo found; exit 1'
   dev lint
   expect_status 1
@@ -415,6 +447,7 @@ test_lint_is_silent_about_clean_sources() {
   touch "$place/checkout/service/A.cpp"
   stub clang-format-14 <<<'exit 0'
   stub clang-tidy-19 <<<'exit 0'
+  windows_compilers
   stub cppcheck <<<'exit 0'
   dev lint
   expect_status 0
@@ -426,10 +459,25 @@ test_lint_fails_with_the_checker() {
   touch "$place/checkout/service/A.cpp"
   stub clang-format-14 <<<'exit 0'
   stub clang-tidy-19 <<<'echo "A.cpp:1:1: warning: oh"; exit 1'
+  windows_compilers
   stub cppcheck <<<'exit 0'
   dev lint
   expect_status 1
   expect_in err 'lint found something: clang-tidy'
+}
+
+test_lint_compiles_the_product_for_windows_once_more() {
+  mkdir -p "$place/checkout/"{VUSL,client,task,service}
+  touch "$place/checkout/service/A.cpp"
+  stub clang-format-14 <<<'exit 0'
+  stub clang-tidy-19 <<<'exit 0'
+  stub cppcheck <<<'exit 0'
+  windows_compilers 1
+  dev lint
+  expect_status 1
+  expect_in err 'lint found something: clang for Windows'
+  grep -q '^clang++-19 --target=x86_64-w64-mingw32 .* -isystem /headers .* service/A.cpp$' \
+    "$place/calls" || give_up 'the product was not compiled for Windows'
 }
 
 test_format_changes_all_sources() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <string_view>
 
 #include "platform/host/Imbalances.h"
@@ -94,6 +95,14 @@ Difference linesDifference(std::vector<std::string> expected,
   return difference;
 }
 
+// The log lines among the printed ones.
+std::vector<std::string> logLines(const std::vector<std::string>& lines) {
+  std::vector<std::string> log;
+  std::ranges::copy_if(lines, std::back_inserter(log),
+                       [](const std::string& line) { return !line.starts_with("-- "); });
+  return log;
+}
+
 }  // namespace
 
 std::vector<Difference> judge(const host::Scenario& scenario, const RunResult& result,
@@ -109,8 +118,11 @@ std::vector<Difference> judge(const host::Scenario& scenario, const RunResult& r
     differences.push_back(std::move(ledger));
   }
   differences.insert(differences.end(), result.drive.begin(), result.drive.end());
-  if (lines == Lines::kCompared && scenario.expected) {
-    Difference printed = linesDifference(*scenario.expected, comparableLines(result.records));
+  if (lines != Lines::kIgnored && scenario.expected) {
+    const std::vector<std::string> all = comparableLines(result.records);
+    Difference printed = lines == Lines::kCompared
+                             ? linesDifference(*scenario.expected, all)
+                             : linesDifference(logLines(*scenario.expected), logLines(all));
     if (!printed.summary.empty()) {
       differences.push_back(std::move(printed));
     }

@@ -13,6 +13,7 @@ namespace runner {
 enum class Lines {
   kIgnored,   // lines depend on real time or on the seed
   kCompared,  // with the scenario's [expected] section, if it has one
+  kLogOnly,   // the log lines of that section: where something else tells, it tells otherwise
 };
 
 // Everything in which the run differs from the scenario; empty if it went as it must.

@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Starts the program from a console with command lines that ask for the usage text, rightly or
+# because nobody can make sense of them. PROGRAM_FOLDER is where the program is, SESSION the script
+# for prefixes, TEMPLATE the prefix to copy. Nothing is put around the program here: where there is
+# no client stack, a variable tells it the configuration's folder.
+set -euo pipefail
+
+place=$(mktemp -d)
+export WINEPREFIX=$place/prefix WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+export TALS_CONFDIR_PATH='C:\S'
+unset DISPLAY
+trap '"$SESSION" end "$WINEPREFIX" && rm -rf -- "$place"' EXIT
+
+"$SESSION" template "$TEMPLATE"
+"$SESSION" clone "$TEMPLATE" "$WINEPREFIX"
+wineserver -p >/dev/null 2>&1 </dev/null
+mkdir -- "$WINEPREFIX/drive_c/S"
+cp -- "$PROGRAM_FOLDER"/* "$WINEPREFIX/drive_c/S/"
+
+cat >"$place/usage" <<'END'
+Orvix TPM Enrollment Service [Version: 1.79.13.0]
+
+Usage: C:\S\TPMEnrollmentService.exe parameter
+
+The following parameters are allowed:
+    -help -- print this message
+END
+
+failed=0
+expect_usage() {
+  local status=0
+  timeout 60 wine 'C:\S\TPMEnrollmentService.exe' "$@" >"$place/out" 2>"$place/err" </dev/null ||
+    status=$?
+  tr -d '\r' <"$place/out" >"$place/printed"
+  if [[ $status != 0 ]] || ! diff -u -- "$place/usage" "$place/printed"; then
+    printf 'FAILED: with <%s> the exit status is %s\n' "$*" "$status"
+    failed=1
+  fi
+}
+
+expect_usage -help
+expect_usage '-?'
+expect_usage -help -help
+expect_usage help
+expect_usage -unknown
+expect_usage -HELPS
+expect_usage --help
+expect_usage -
+expect_usage ''
+expect_usage ' '
+expect_usage -help extra
+expect_usage extra -help
+expect_usage '-help=1'
+expect_usage '-help "quoted'
+expect_usage $'-h\xc3\xb6lp'
+expect_usage "-$(printf 'x%.0s' {1..2000})"
+
+# Without the stack and without the variable there is no log, and nobody whom it could tell.
+unset TALS_CONFDIR_PATH
+status=0
+timeout 60 wine 'C:\S\TPMEnrollmentService.exe' -help >"$place/out" 2>&1 </dev/null || status=$?
+if [[ $status != 255 || -s $place/out ]]; then
+  printf 'FAILED: without a folder for the configuration the exit status is %s\n' "$status"
+  failed=1
+fi
+exit "$failed"

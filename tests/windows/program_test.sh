@@ -1,0 +1,161 @@
+#!/usr/bin/env bash
+# Tests of the program's file as it is shipped: program_test.sh NAME... runs the named tests.
+# SOURCE_ROOT, BUILD_ROOT and PROGRAM_FOLDER say where the sources, the build and the program are.
+set -euo pipefail
+
+readonly tools=x86_64-w64-mingw32
+readonly program=$PROGRAM_FOLDER/TPMEnrollmentService.exe
+place=$(mktemp -d)
+trap 'rm -rf -- "$place"' EXIT
+
+give_up() {
+  printf 'FAILED: %s\n' "$1"
+  exit 1
+}
+
+# The headers and tables of the file in words.
+headers() { "$tools-objdump" -p -- "$program"; }
+
+# Succeeds if the file has these bytes, given in hexadecimal, anywhere.
+has_bytes() { od -An -v -tx1 -- "$1" | tr -d ' \n' | grep -F -- "${2// /}" >/dev/null; }
+
+# The bytes of a text as the platform keeps it in resources, in hexadecimal.
+wide() { printf '%s' "$1" | iconv -t UTF-16LE | od -An -v -tx1 | tr -d ' \n'; }
+
+test_imports_the_systems_own_libraries_only() {
+  headers | sed -n 's/^\tDLL Name: //p' | tr '[:upper:]' '[:lower:]' | sort >"$place/imported"
+  printf '%s\n' advapi32.dll cfgmgr32.dll kernel32.dll msvcrt.dll ole32.dll oleaut32.dll \
+    shell32.dll shlwapi.dll user32.dll >"$place/known"
+  [[ -s $place/imported ]] || give_up 'no import was found'
+  local other
+  other=$(comm -23 "$place/imported" "$place/known")
+  [[ -z $other ]] || give_up "imported, and not known as the system's own: $other"
+}
+
+# The loader places it anywhere in 64 bits, and data cannot be run.
+test_is_protected_by_the_loader() {
+  headers >"$place/headers"
+  local wanted
+  for wanted in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
+    grep -qwF "$wanted" "$place/headers" || give_up "not among the characteristics: $wanted"
+  done
+  # Without its relocations nothing can be placed elsewhere, whatever the characteristics say.
+  "$tools-objdump" -h -- "$program" | grep -wF .reloc >/dev/null || give_up 'there are no relocations'
+}
+
+test_watches_its_stack() {
+  grep -qaF 'stack smashing detected' "$program" ||
+    give_up 'nothing in it ends the process when the stack was overwritten'
+}
+
+test_is_a_console_program_of_64_bits() {
+  headers >"$place/headers"
+  grep -qE '^Subsystem\s+00000003\s+\(Windows CUI\)$' "$place/headers" ||
+    give_up 'it is no console program'
+  grep -qE '^Magic\s+020b\s+\(PE32\+\)$' "$place/headers" || give_up 'it has not 64 bits'
+}
+
+# Type 24, name 1: where the loader looks for it.
+test_carries_its_manifest() {
+  headers | sed -n '/^The .rsrc Resource Directory/,$p' >"$place/resources"
+  grep -qE 'ID: 0x0*18' "$place/resources" || give_up 'there is no manifest'
+  grep -qaF 'supportedOS Id="{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"' "$program" ||
+    give_up 'Windows 10 is not among the supported systems'
+  grep -qaF 'supportedOS Id="{1f676c76-80e1-4239-95bb-83d0f6d0da78}"' "$program" ||
+    give_up 'Windows 8.1 is not among the supported systems'
+}
+
+# 1.79.13.0 in the fixed part, twice, behind its signature and the part's own version, and in words.
+test_carries_its_version() {
+  has_bytes "$program" 'bd04effe 00000100 4f000100 00000d00 4f000100 00000d00' ||
+    give_up 'the number of the version is not 1.79.13.0'
+  local key
+  for key in FileVersion ProductVersion; do
+    # The key with its terminator, filled up to a multiple of four bytes, then the text.
+    has_bytes "$program" "$(wide "$key")$(padding "$key")$(wide 1.79.13.0)0000" ||
+      give_up "$key is not 1.79.13.0"
+  done
+}
+
+# A key stands behind a head of six bytes.
+padding() { if (((6 + 2 * (${#1} + 1)) % 4 == 0)); then printf 0000; else printf 00000000; fi; }
+
+# The version that the program itself prints is that of its file.
+test_prints_the_version_of_its_file() {
+  has_bytes "$program" "$(wide 'TPM Enrollment Service [Version: ')" ||
+    give_up 'the banner was not found'
+  grep -qF 'kServiceVersion[] = L"1.79.13.0"' "$SOURCE_ROOT/service/ServiceHost.h" ||
+    give_up 'the version that is printed is not 1.79.13.0'
+}
+
+test_does_not_tell_where_it_was_made() {
+  { strings -n 4 -- "$program"; strings -n 4 -e l -- "$program"; } >"$place/texts"
+  [[ -s $place/texts ]] || give_up 'no text was found'
+  local telling
+  for telling in "$SOURCE_ROOT" "$BUILD_ROOT" /usr/ /home/ /tmp/ /root/ /build/; do
+    if grep -F -- "$telling" "$place/texts"; then give_up "a text tells of $telling"; fi
+  done
+}
+
+test_has_no_time_stamp() {
+  headers | grep -E '^Time/Date\s+Thu Jan +1 00:00:00 1970$' >/dev/null || give_up 'there is a time stamp'
+}
+
+test_has_no_symbols() {
+  "$tools-nm" -- "$program" >"$place/symbols" 2>&1 || true
+  grep -qF 'no symbols' "$place/symbols" || give_up 'the symbols were left in it'
+}
+
+test_is_at_most_1_5_mib_large() {
+  local size
+  size=$(stat -c %s -- "$program")
+  printf 'size: %s bytes\n' "$size"
+  ((size <= 1572864)) || give_up "it has $size bytes"
+}
+
+test_has_its_language_libraries_beside_it() {
+  local language
+  for language in en-US es-ES pt-BR es-MX de-DE pl-PL; do
+    cmp -- "$BUILD_ROOT/languages/$language.dll" "$PROGRAM_FOLDER/$language.dll"
+    cmp -- "$BUILD_ROOT/languages/VUSL_$language.dll" "$PROGRAM_FOLDER/VUSL_$language.dll"
+  done
+}
+
+# A few sources, one of which asks where it stands, are compiled from a copy of the tree in folders
+# of another length, and the program is linked once more in such a folder. Whatever tells of a place
+# or a time would show in either.
+test_is_the_same_bytes_when_made_elsewhere() {
+  local copy=$place/another/folder/altogether name object
+  mkdir -p -- "$copy/standins" "$copy/platform/wine" "$copy/linked" \
+    "$copy/tools/config-check"
+  for name in CMakeLists.txt CMakePresets.json cmake VUSL client task service resources \
+    platform/CMakeLists.txt platform/win32.h platform/mingw; do
+    cp -r -- "$SOURCE_ROOT/$name" "$copy/$name"
+  done
+  : >"$copy/standins/CMakeLists.txt"
+  : >"$copy/platform/wine/CMakeLists.txt"
+  : >"$copy/tools/config-check/CMakeLists.txt"
+  local objects=(CMakeFiles/product.dir/VUSL/Support/ConfigMemory.cpp.obj
+    CMakeFiles/product.dir/client/FileUtils.cpp.obj
+    CMakeFiles/TPMEnrollmentService.dir/resources/TPMEnrollmentService.rc.res)
+  # A cache of compilations would give the same bytes whatever the compiler does.
+  (cd -- "$copy" && export CCACHE_DISABLE=1 &&
+    cmake --preset windows -B made -D BUILD_TESTING=OFF &&
+    cmake --build made --target "${objects[@]}") >"$place/log" 2>&1 || {
+    tail -n 30 -- "$place/log"
+    give_up 'it could not be compiled a second time'
+  }
+  for object in "${objects[@]}"; do
+    cmp -- "$BUILD_ROOT/$object" "$copy/made/$object" || give_up 'another object came of it'
+  done
+
+  (cd -- "$BUILD_ROOT" && find CMakeFiles platform -name '*.obj' -o -name '*.res' |
+    xargs cp --parents -t "$copy/linked")
+  mkdir -- "$copy/linked/program"
+  ninja -C "$BUILD_ROOT" -t commands program/TPMEnrollmentService.exe | tail -n 1 >"$place/link"
+  (cd -- "$copy/linked" && bash "$place/link") || give_up 'it could not be linked a second time'
+  cmp -- "$program" "$copy/linked/program/TPMEnrollmentService.exe" ||
+    give_up 'it is not the same bytes'
+}
+
+for name in "$@"; do "test_$name"; done

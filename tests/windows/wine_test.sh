@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Lets a scenario happen twice, to the native program over the model and to the genuine one under
+# Wine, and holds the two logs against each other: wine_test.sh NAME. Both must also be what the
+# scenario says. RUN_TOOL is the native run tool, PROGRAM_FOLDER where the genuine program is.
+set -euo pipefail
+
+readonly name=$1
+place=$(mktemp -d)
+trap 'rm -rf -- "$place"' EXIT
+
+give_up() {
+  printf 'FAILED: %s\n' "$1"
+  cat -- "$place"/*.all
+  exit 1
+}
+
+# The log lines that a run prints, without stamp and thread and without addresses.
+texts() {
+  sed -nE 's/\r$//; s/^[0-9]{4}-[0-9 :-]+ [0-9a-f]{16} TPMEnrollmentService: //p' "$1" |
+    sed -E 's/\[0x[0-9a-f]+\]/[0x]/g'
+}
+
+[[ -x $RUN_TOOL ]] || { printf 'the native run tool has not been built: %s\n' "$RUN_TOOL"; exit 1; }
+sha256sum <"$PROGRAM_FOLDER/TPMEnrollmentService.exe"
+"$RUN_TOOL" "$name" --virtual >"$place/model.all" 2>&1 || give_up 'over the model it went otherwise'
+"$RUN_TOOL" "$name" --wine >"$place/wine.all" 2>&1 || give_up 'under Wine it went otherwise'
+texts "$place/model.all" >"$place/model"
+texts "$place/wine.all" >"$place/wine"
+diff -u -- "$place/model" "$place/wine" || give_up 'the two logs differ'
