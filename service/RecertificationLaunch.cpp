@@ -28,8 +28,10 @@ void TPMEnrollment::RunVTMEKRecertification() {
   const HKeyContainer stack(1);
   std::string path;
   if (HKeyContainer::GetValueString(stack.key(), kInstallDirValue, path) != ERROR_SUCCESS) {
+    // Deliberate: the words stand as the exception's location, so a colon follows them in the log.
     throw Exception(kCannotReadInstallDir);
   }
+  // The directory is used as it stands, and whether the program is there the start finds out.
   path += kProgram;
 
   // Deliberate: the two handles that an earlier launch left here are not closed. The program is

@@ -25,6 +25,7 @@ SOloader::SOloader(const vusl::string_t& name, const vusl::string_t& directory) 
     checkLoaded(name);
     return;
   }
+  // The directory is used as it stands: the platform takes two backslashes for one.
   const vusl::string_t path = directory + vusl::Widen(settings::kPathSeparator) + name;
   LogItem().debug() << "Use LOAD_WITH_ALTERED_SEARCH_PATH flag to load library: " << path;
   module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);

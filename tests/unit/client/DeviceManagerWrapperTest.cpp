@@ -128,6 +128,7 @@ TEST_F(DeviceManagerWrapperTest, GetDeviceHardwareIDReadsTheHardwareIds) {
   ULONG size = sizeof(buffer);
   EXPECT_EQ(wrapper.GetDeviceHardwareID(device, buffer, size), 0U);
   EXPECT_STREQ(buffer, L"SWC\\PROVIDER_ORVIX_COMPONENT_TALSCLIENT");
+  EXPECT_EQ(size, 41 * sizeof(wchar_t)) << "39 characters and two ends";
   const auto calls = journal().calls("CM_Get_DevNode_Registry_PropertyW");
   ASSERT_EQ(calls.size(), 1U);
   EXPECT_EQ(argument(calls[0], 1), "2");
@@ -265,6 +266,17 @@ TEST_F(DeviceManagerWrapperTest, GetDeviceListWithoutMemoryReadsAsSuccessWithNoL
   EXPECT_EQ(list, nullptr);
   EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] GetDeviceList HeapAlloc failed"});
   EXPECT_EQ(journal().count("CM_Get_Device_ID_ListW"), 0U);
+}
+
+TEST_F(DeviceManagerWrapperTest, GetDeviceListThatGivesNoListLeavesNoneOfAnEarlierOne) {
+  for (const char* const call :
+       {"CM_Get_Device_ID_List_SizeW", "HeapAlloc", "CM_Get_Device_ID_ListW"}) {
+    wchar_t earlier[] = L"SWD\\ONE\0";
+    wchar_t* given = earlier;
+    faults().failOnce(call, 8);
+    wrapper.GetDeviceList(kClass, given);
+    EXPECT_EQ(given, nullptr) << call;
+  }
 }
 
 TEST_F(DeviceManagerWrapperTest, GetDeviceListThatFailsIsLoggedAndFreesTheBuffer) {

@@ -43,8 +43,8 @@ class FakeDevices : public vusl::DeviceManagerWrapper {
       for (const std::wstring& id : devices[devInst].hardwareIds) ids += id + L'\0';
       bytes.assign(reinterpret_cast<const char*>(ids.data()), ids.size() * sizeof(wchar_t));
     }
-    sizeInOut = static_cast<ULONG>(bytes.size());
     std::memcpy(buffer, bytes.data(), bytes.size());
+    sizeInOut = static_cast<ULONG>(bytes.size()) + bytesToldTooMany;
     return 0;
   }
 
@@ -66,6 +66,7 @@ class FakeDevices : public vusl::DeviceManagerWrapper {
   std::vector<Device> devices;
   std::uint32_t listStatus = 0;
   bool listIsNull = false;
+  ULONG bytesToldTooMany = 0;
   Texts asked;
 
  private:
@@ -187,6 +188,14 @@ TEST_F(GetDeviceHKEYTest, EveryDeviceGetsTheWholeBuffer) {
 TEST_F(GetDeviceHKEYTest, IdsThatFillTheBufferAreNotReadBeyondIt) {
   fake.devices = {{L"ONE"}};
   fake.devices[0].hardwareIds = {std::wstring(4096 / sizeof(wchar_t) - 1, L'x')};
+  EXPECT_EQ(search(), 0U);
+}
+
+// The sanitizers would see it.
+TEST_F(GetDeviceHKEYTest, ASizeBeyondTheBufferIsNotBelieved) {
+  fake.devices = {{L"ONE"}};
+  fake.devices[0].hardwareBytes = std::string(4096, 'x');
+  fake.bytesToldTooMany = 0x7FFF0000;
   EXPECT_EQ(search(), 0U);
 }
 

@@ -4,6 +4,7 @@
 #include "client/Progress.h"
 #include "client/TalsClientLoader.h"
 #include "client/talsClientCaller.h"
+#include "tests/support/NullPointerEnd.h"
 #include "tests/unit/client/ClientTest.h"
 #include "tests/unit/client/TransactingLoader.h"
 
@@ -191,7 +192,12 @@ TEST_F(talsClientCallerRecertificationTest, EachEntryThatIsMissingFaultsAtItsCal
         &TalsEntryTable::talsCaidDestroy}) {
     caller.loader = std::make_unique<TransactingLoader>();
     caller.loader->entries.*slot = nullptr;
-    EXPECT_DEATH(caller.executeSync(3, 0), "");
+    EXPECT_EXIT(
+        {
+          letTheFaultEndTheProcess();
+          caller.executeSync(3, 0);
+        },
+        usedANullPointer, "");
   }
 }
 

@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "client/TalsClientLoader.h"
+#include "tests/support/NullPointerEnd.h"
 #include "tests/unit/client/ClientTest.h"
 #include "tests/unit/client/RecordingLoader.h"
 #include "tests/unit/runtime/SlotOrder.h"
@@ -108,9 +109,18 @@ TEST_F(talsClientCallerTest, WhatTheLibraryThrowsPassesThrough) {
   EXPECT_FALSE(log.contains("tALS init status: "));
 }
 
-TEST_F(talsClientCallerTest, AMissingEntryFaultsAtTheCall) {
-  caller.loader->entries.talsInitHUB = nullptr;
-  EXPECT_DEATH(caller.executeSync(1, 0), "");
+// Deliberate: no slot is tested ahead of its call.
+TEST_F(talsClientCallerTest, EachLiveEntryThatIsMissingFaultsAtItsCall) {
+  caller.loader->entries = {};
+  for (const std::uint32_t command : {0U, 1U, 2U}) {
+    EXPECT_EXIT(
+        {
+          letTheFaultEndTheProcess();
+          caller.executeSync(command, 0);
+        },
+        usedANullPointer, "")
+        << command;
+  }
 }
 
 TEST_F(talsClientCallerTest, AFreshCallerHasNoLoader) {

@@ -150,6 +150,19 @@ TEST_F(RecertificationLaunchTest, absentInstallDirectoryThrowsAndLogsNothingHere
   EXPECT_TRUE(journal().calls("CreateProcessW").empty());
 }
 
+TEST_F(RecertificationLaunchTest, installDirectoryThatCannotBeReadThrowsWhateverTheReason) {
+  for (const unsigned query : {1U, 2U}) {
+    for (const DWORD status : {2U, 5U, 8U, 234U, 1018U}) {
+      faults().failOnce("RegQueryValueExW", status, query);
+      EXPECT_EQ(thrownBy<Exception>([this] { enrollment.RunVTMEKRecertification(); }),
+                "Cannot read tALS Client installation directory from registry.:")
+          << status;
+    }
+  }
+  EXPECT_TRUE(journal().calls("CreateProcessW").empty());
+  EXPECT_EQ(ledger().open("key"), 0U);
+}
+
 TEST_F(RecertificationLaunchTest, missingStackThrowsWhatItsKeyThrows) {
   host::machine().devices.clear();
   EXPECT_EQ(thrownBy<Exception>([this] { enrollment.RunVTMEKRecertification(); }),
