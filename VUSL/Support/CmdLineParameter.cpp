@@ -1,6 +1,7 @@
 #include "VUSL/Support/CmdLineParameter.h"
 
 #include <iostream>
+#include <utility>
 
-CmdLineParameter::CmdLineParameter(const vusl::string_t& parameterName)
-    : name(parameterName), in(&std::cin), out(&std::cout) {}
+CmdLineParameter::CmdLineParameter(vusl::string_t parameterName)
+    : name(std::move(parameterName)), in(&std::cin), out(&std::cout) {}

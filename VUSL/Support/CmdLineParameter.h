@@ -18,7 +18,7 @@ enum class CmdLineParameterKind : int32_t {
 // One parameter that a command line may hold, and after parsing what the command line said of it.
 struct CmdLineParameter {
   // A switch of that name, not required, talking to the standard streams.
-  explicit CmdLineParameter(const vusl::string_t& parameterName);
+  explicit CmdLineParameter(vusl::string_t parameterName);
 
   int32_t index = -1;    // The position of the name in the arguments; -1 until it is seen.
   vusl::string_t name;   // Compared without regard to case.

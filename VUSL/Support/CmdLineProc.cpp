@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <locale>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "VUSL/Support/CmdLineExc.h"
@@ -30,22 +32,34 @@ const std::ctype<wchar_t>& characters() {
   return facet;
 }
 
-string_t lowered(string_t text) {
-  characters().tolower(text.data(), text.data() + text.size());
-  return text;
+// Asks the facet for other characters than ASCII alone: it takes as long as the rest of the
+// comparison.
+wchar_t lowered(wchar_t character) {
+  constexpr wchar_t kBehindAscii = 0x80;
+  if (character >= L'A' && character <= L'Z') {
+    return static_cast<wchar_t>(character - L'A' + L'a');
+  }
+  return character < kBehindAscii ? character : characters().tolower(character);
 }
 
-// The same as `lowered(text) == loweredText`, without a text in between.
-bool isEqualLowered(const string_t& text, const string_t& loweredText) {
-  const std::ctype<wchar_t>& facet = characters();
-  const auto isSame = [&](wchar_t one, wchar_t lower) { return facet.tolower(one) == lower; };
-  return std::equal(text.begin(), text.end(), loweredText.begin(), loweredText.end(), isSame);
+string_t lowered(std::wstring_view text) {
+  string_t lower(text);
+  for (wchar_t& character : lower) {
+    character = lowered(character);
+  }
+  return lower;
+}
+
+// The same as `lowered(one) == lowered(other)`, without the texts in between.
+bool isEqualLowered(std::wstring_view one, std::wstring_view other) {
+  const auto isSame = [](wchar_t left, wchar_t right) { return lowered(left) == lowered(right); };
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(), isSame);
 }
 
 // An empty alias is none: a prefix alone must not name every record that has no alias.
-bool isNamed(const CmdLineParameter& parameter, const string_t& loweredName) {
-  return isEqualLowered(parameter.name, loweredName) ||
-         (!parameter.alias.empty() && isEqualLowered(parameter.alias, loweredName));
+bool isNamed(const CmdLineParameter& parameter, std::wstring_view name) {
+  return isEqualLowered(parameter.name, name) ||
+         (!parameter.alias.empty() && isEqualLowered(parameter.alias, name));
 }
 
 bool isPrompting(const CmdLineParameter& parameter) {
@@ -55,8 +69,9 @@ bool isPrompting(const CmdLineParameter& parameter) {
 
 }  // namespace
 
-// What one parse knows of a record. Each question is answered once, however often the record is
-// given: a long line costs its arguments times the records, and no more.
+// What one parse knows of a record while there are companions or prompts to think of. Each
+// question is answered once, however often the record is given: a long line costs its arguments
+// times the records, and no more.
 struct CmdLineProc::RecordState {
   // How many of those seen, from the first on, allow the record. What they allow does not change.
   size_t allowedBy = 0;
@@ -69,28 +84,28 @@ struct CmdLineProc::ParseState {
   int argc;
   const wchar_t* const* argv;
   int i = 1;
-  std::vector<RecordState> records;  // One for each of `parameters`, in their order.
+  std::vector<RecordState> records;  // None, or one for each of `parameters`, in their order.
+  // Those with companions and those that prompt: what comes later asks for no others.
   std::vector<const CmdLineParameter*> seen;
-  // The names, in lower case, whose records are to be asked for.
-  std::vector<string_t> prompts;
+  // The names, as they were given, whose records are to be asked for.
+  std::vector<std::wstring_view> prompts;
 };
 
 CmdLineProc::CmdLineProc(const string_t& prefixCharacters, std::ostream& output,
                          std::istream& input)
     : prefix(prefixCharacters), out(&output), in(&input) {}
 
-CmdLineGroup& CmdLineProc::addGroup(const string_t& name) {
-  return groups.emplace_back(CmdLineGroup{this, {}, name});
+CmdLineGroup& CmdLineProc::addGroup(string_t name) {
+  return groups.emplace_back(CmdLineGroup{this, {}, std::move(name)});
 }
 
-CmdLineParameter& CmdLineProc::addParameter(CmdLineGroup& group, const string_t& name) {
+CmdLineParameter& CmdLineProc::addParameter(CmdLineGroup& group, string_t name) {
   group.members.emplace_back(name);
-  return parameters.emplace_back(name);
+  return parameters.emplace_back(std::move(name));
 }
 
 void CmdLineProc::parseCommandLine(int argc, const wchar_t* const* argv) {
   ParseState state{argc, argv, 1, {}, {}, {}};
-  state.records.resize(parameters.size());
   while (state.i < state.argc) {
     parseArgument(state);
   }
@@ -100,23 +115,25 @@ void CmdLineProc::parseCommandLine(int argc, const wchar_t* const* argv) {
 }
 
 void CmdLineProc::parseArgument(ParseState& state) {
-  const string_t argument = lowered(state.argv[state.i]);
-  if (!beginsWithPrefix(argument)) {
-    throw InvalidInputError(kNotAllowedHere) << Narrow(argument) << firstPrefix();
+  const std::wstring_view argument(state.argv[state.i]);
+  if (argument.empty() || !isPrefix(lowered(argument.front()))) {
+    throw InvalidInputError(kNotAllowedHere) << Narrow(lowered(argument)) << firstPrefix();
   }
-  const string_t name = argument.substr(1);
+  const std::wstring_view name = argument.substr(1);
   if (name == kUsageRequest) {
     throw CmdLineExc() << Narrow(usageSynopsis());
   }
 
   bool matched = false;
-  auto record = state.records.begin();
+  size_t place = 0;
   for (CmdLineParameter& parameter : parameters) {
-    RecordState& known = *record++;
+    const size_t own = place++;
     if (!isNamed(parameter, name)) {
       continue;
     }
-    checkCompanions(state, name, parameter, known);
+    if (!state.seen.empty()) {
+      checkCompanions(state, name, parameter, state.records[own]);
+    }
     // A second record that the same argument names gets the position behind the name, or behind
     // the value that the first one took. That is deliberate: it takes its own value from there, and
     // what counts is that both are seen.
@@ -125,14 +142,20 @@ void CmdLineProc::parseArgument(ParseState& state) {
       ++state.i;
     }
     matched = true;
-    applyMatch(state, name, parameter, known);
+    if (!isPrompting(parameter)) {
+      takeValue(state, parameter);
+    }
+    if (isPrompting(parameter) || !parameter.companions.empty()) {
+      state.records.resize(parameters.size());
+      note(state, name, parameter, state.records[own]);
+    }
   }
   if (!matched) {
-    throw InvalidInputError(kUnknownParameter) << Narrow(name) << firstPrefix();
+    throw InvalidInputError(kUnknownParameter) << Narrow(lowered(name)) << firstPrefix();
   }
 }
 
-void CmdLineProc::checkCompanions(const ParseState& state, const string_t& name,
+void CmdLineProc::checkCompanions(const ParseState& state, std::wstring_view name,
                                   const CmdLineParameter& parameter, RecordState& known) const {
   // Only the lists of parameters seen earlier count, not the one of this parameter. That is
   // deliberate: a list says what may come after its parameter, and checking both ways would refuse
@@ -140,7 +163,7 @@ void CmdLineProc::checkCompanions(const ParseState& state, const string_t& name,
   if (known.allowedBy == state.seen.size()) {
     return;
   }
-  const string_t candidate = lowered(parameter.name);
+  const string_t& candidate = parameter.name;
   const auto isCandidate = [&](const string_t& companion) {
     return isEqualLowered(companion, candidate);
   };
@@ -151,30 +174,26 @@ void CmdLineProc::checkCompanions(const ParseState& state, const string_t& name,
       continue;
     }
     if (std::none_of(allowed.begin(), allowed.end(), isCandidate)) {
-      throw InvalidInputError(kNotAllowedHere) << Narrow(name) << firstPrefix();
+      throw InvalidInputError(kNotAllowedHere) << Narrow(lowered(name)) << firstPrefix();
     }
   }
 }
 
-void CmdLineProc::applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter,
-                             RecordState& known) const {
-  if (!isPrompting(parameter)) {
-    takeValue(state, parameter);
-  }
+void CmdLineProc::note(ParseState& state, std::wstring_view name, const CmdLineParameter& parameter,
+                       RecordState& known) {
   if (known.noted) {
     return;
   }
   known.noted = true;
   if (isPrompting(parameter)) {
-    const string_t own = lowered(parameter.name);
     const auto isAskedFor = [&](const CmdLineParameter* earlier) {
-      return isPrompting(*earlier) && isEqualLowered(earlier->name, own);
+      return isPrompting(*earlier) && isEqualLowered(earlier->name, parameter.name);
     };
     // A name is asked for once, under the argument that was the first to name it.
     if (std::any_of(state.seen.begin(), state.seen.end(), isAskedFor)) {
       return;
     }
-    state.prompts.push_back(name);
+    state.prompts.emplace_back(name);
   }
   state.seen.push_back(&parameter);
 }
@@ -183,7 +202,7 @@ void CmdLineProc::takeValue(ParseState& state, CmdLineParameter& parameter) cons
   if (parameter.kind == CmdLineParameterKind::NoValue) {
     return;
   }
-  if (state.i < state.argc && !beginsWithPrefix(state.argv[state.i])) {
+  if (state.i < state.argc && !isPrefix(*state.argv[state.i])) {
     parameter.value = state.argv[state.i];
     ++state.i;
     return;
@@ -232,7 +251,7 @@ bool CmdLineProc::isGroupConflicting(const CmdLineGroup& group) const {
 }
 
 void CmdLineProc::runDeferredPrompts(const ParseState& state) {
-  for (const string_t& name : state.prompts) {
+  for (const std::wstring_view name : state.prompts) {
     for (CmdLineParameter& parameter : parameters) {
       if (isNamed(parameter, name)) {
         askForValue(parameter);
@@ -241,8 +260,9 @@ void CmdLineProc::runDeferredPrompts(const ParseState& state) {
   }
 }
 
-bool CmdLineProc::beginsWithPrefix(const string_t& argument) const {
-  return !argument.empty() && prefix.find(argument.front()) != string_t::npos;
+bool CmdLineProc::isPrefix(wchar_t character) const {
+  // The end of an empty argument is none of its characters.
+  return character != L'\0' && prefix.find(character) != string_t::npos;
 }
 
 std::string CmdLineProc::firstPrefix() const {

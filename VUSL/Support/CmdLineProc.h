@@ -3,6 +3,7 @@
 #include <iosfwd>
 #include <list>
 #include <string>
+#include <string_view>
 
 #include "VUSL/Support/CmdLineGroup.h"
 #include "VUSL/Support/CmdLineParameter.h"
@@ -26,12 +27,12 @@ class CmdLineProc {
   CmdLineProc& operator=(const CmdLineProc&) = delete;
 
   // Adds an empty group. Returns the group, which this object owns.
-  CmdLineGroup& addGroup(const string_t& name);
+  CmdLineGroup& addGroup(string_t name);
 
   // Adds a switch of that name to a group of this object.
   // Returns the record that parsing marks, owned by this object; its other fields may be set
   //     before parsing.
-  CmdLineParameter& addParameter(CmdLineGroup& group, const string_t& name);
+  CmdLineParameter& addParameter(CmdLineGroup& group, string_t name);
 
   // Marks the records that the arguments name and takes their values.
   // `argc,argv`: the arguments; the first, the program's name, is skipped.
@@ -49,14 +50,14 @@ class CmdLineProc {
   struct RecordState;
   struct ParseState;
 
-  bool beginsWithPrefix(const string_t& argument) const;
+  bool isPrefix(wchar_t character) const;
   // Empty for an empty prefix.
   std::string firstPrefix() const;
   string_t usageSynopsis() const;
   void parseArgument(ParseState& state);
-  void applyMatch(ParseState& state, const string_t& name, CmdLineParameter& parameter,
-                  RecordState& known) const;
-  void checkCompanions(const ParseState& state, const string_t& name,
+  static void note(ParseState& state, std::wstring_view name, const CmdLineParameter& parameter,
+                   RecordState& known);
+  void checkCompanions(const ParseState& state, std::wstring_view name,
                        const CmdLineParameter& parameter, RecordState& known) const;
   void takeValue(ParseState& state, CmdLineParameter& parameter) const;
   void requireRequired() const;

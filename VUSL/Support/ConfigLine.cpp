@@ -4,14 +4,18 @@
 
 namespace {
 
-constexpr char kWhiteSpace[] = "\t\n\r ";
+bool isWhiteSpace(char character) {
+  return character == ' ' || character == '\t' || character == '\n' || character == '\r';
+}
 
 std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(kWhiteSpace);
-  if (first == std::string_view::npos) {
-    return {};
+  while (!text.empty() && isWhiteSpace(text.front())) {
+    text.remove_prefix(1);
   }
-  return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
+  while (!text.empty() && isWhiteSpace(text.back())) {
+    text.remove_suffix(1);
+  }
+  return text;
 }
 
 // A quote ends the value even if the value did not begin with one. That is deliberate: files

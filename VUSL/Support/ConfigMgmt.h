@@ -1,8 +1,9 @@
 #pragma once
 
-#include <iosfwd>
 #include <map>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "VUSL/Support/ConfigMemory.h"
 
@@ -46,9 +47,13 @@ class ConfigMgmt : public ConfigMemory {
   virtual std::string formatSettingLine(std::string key, std::string value);
 
  private:
+  struct PendingSetting;
+
+  // A copy of the settings in key order, none of them written yet.
+  std::vector<PendingSetting> pendingSettings() const;
   // Returns the text that a file with `content` gets. Logs each setting unless silent.
-  // `pending`: the settings that are to stand in it.
-  std::string updatedContent(std::istream& content, std::map<std::string, std::string> pending);
+  // `pending`: the settings that are to stand in it, in key order; they are marked as written.
+  std::string updatedContent(std::string_view content, std::vector<PendingSetting>& pending);
   void discardNewFile(vusl::File& newFile, const std::string& newName) const;
   bool exchangeFiles(const std::string& newName) const;
   bool renameFile(const std::string& from, const std::string& to) const;

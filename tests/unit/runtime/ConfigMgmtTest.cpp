@@ -184,6 +184,24 @@ TEST_F(ConfigMgmtTest, repeatedKeyThrowsEvenWhenBothLinesAgree) {
             "Check config file. Key already exist: a");
 }
 
+TEST_F(ConfigMgmtTest, keyThatIsRepeatedFirstIsTold) {
+  write("c = 1\na = 1\nb = 1\nb = 2\na = 2\nc = 2\nb = 3\n");
+  EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),
+            "Check config file. Key already exist: b");
+}
+
+TEST_F(ConfigMgmtTest, keyRepeatedAheadOfALineWithoutEqualsSignIsTold) {
+  write("a = 1\na = 2\nwrong\n");
+  EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),
+            "Check config file. Key already exist: a");
+}
+
+TEST_F(ConfigMgmtTest, firstLineWithoutEqualsSignIsToldAheadOfAKeyRepeatedBehindIt) {
+  write("a = 1\nwrong\nworse\na = 2\n");
+  EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),
+            "Check config file. Error while parsing line beginning with: wrong");
+}
+
 TEST_F(ConfigMgmtTest, missingFileThrowsWithTheNameAsItsParameter) {
   std::vector<std::string> parameters;
   try {
