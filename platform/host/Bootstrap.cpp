@@ -17,6 +17,7 @@
 #include "platform/host/Imbalances.h"
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
+#include "platform/host/Nursery.h"
 #include "platform/host/ProcessObject.h"
 #include "platform/host/Report.h"
 
@@ -67,6 +68,10 @@ void prepareLife(const char* scenarioPath) {
     giveUp(std::string(scenarioPath) + ":" + std::to_string(error->line) + ": " + error->reason);
   }
   theLife = new Scenario(std::move(std::get<Scenario>(parsed)));
+  std::optional<LifeOrder> order;
+  if (std::getenv(kNurseryVariable) != nullptr) {
+    order = raiseLife();
+  }
   const auto descriptor = static_cast<int>(numberFrom("TPM_HOST_REPORT"));
   fcntl(descriptor, F_SETFD, FD_CLOEXEC);
   Report::instance().open(descriptor, Scheduler::instance().mode() == Scheduler::Mode::kVirtual);
@@ -77,6 +82,9 @@ void prepareLife(const char* scenarioPath) {
       machine().drive.keepIn(drive);
     }
     setUpMachine(*theLife);
+    if (order) {
+      beginWatchedLife(*order);
+    }
   } catch (const DriveError& error) {
     giveUp(error.what());
   }

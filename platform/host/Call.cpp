@@ -2,8 +2,12 @@
 
 #include <algorithm>
 
+#include "platform/host/CallWatch.h"
+
 namespace host {
 namespace {
+
+CallWatch theWatch = nullptr;
 
 // What a platform call costs on the machine's clock, so that a loop that never waits still moves
 // it.
@@ -28,6 +32,10 @@ std::string errorText(DWORD error) {
 }
 
 }  // namespace
+
+void watchCalls(CallWatch watch) {
+  theWatch = watch;
+}
 
 void setLastError(DWORD error) {
   currentLastError = error;
@@ -141,6 +149,9 @@ void Faults::tell(std::string_view call, const Rule& rule) const {
 }
 
 const DWORD* Faults::next(std::string_view call) {
+  if (theWatch != nullptr) {
+    theWatch(call);
+  }
   const auto found = rules_.find(call);
   if (found == rules_.end()) {
     return nullptr;

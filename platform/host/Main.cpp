@@ -9,6 +9,7 @@
 
 #include "platform/host/Bootstrap.h"
 #include "platform/host/Machine.h"
+#include "platform/host/Nursery.h"
 #include "platform/host/Report.h"
 
 int wmain(int argc, wchar_t** argv);
@@ -92,6 +93,7 @@ int main(int argc, char** argv) {
   std::wstreambuf* wideErrors = std::wcerr.rdbuf(&wideConsole);
   std::streambuf* narrow = std::cout.rdbuf(&narrowConsole);
   host::startScript(*scenario);
+  host::enterProduct();
   const int code = runProduct(std::move(arguments));
   std::wcout.rdbuf(wide);
   std::wcerr.rdbuf(wideErrors);

@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/personality.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -15,6 +14,8 @@
 #include <climits>
 #include <cstring>
 
+#include "tools/runner/LifeSurroundings.h"
+
 namespace runner {
 namespace {
 
@@ -22,31 +23,10 @@ constexpr char kProgramName[] = "TPMEnrollmentService";
 constexpr int kReportDescriptor = 3;
 // The ends of pipes are kept clear of the descriptors that the life gets.
 constexpr int kLowestOwnDescriptor = 10;
-constexpr int kSanitizerExitStatus = 99;
 constexpr std::size_t kMostStrayBytes = std::size_t{1} << 20U;
-constexpr unsigned long kReadPersonality = 0xffffffff;
-
-constexpr std::string_view kSanitizer = RUNNER_SANITIZER;
 
 std::string systemText(const std::string& what, int error) {
   return what + ": " + std::strerror(error);
-}
-
-// A fault has to end the life as it ends it without a sanitizer; only what a sanitizer itself finds
-// is its report.
-std::vector<std::string> sanitizerEnvironment() {
-  const std::string common =
-      "handle_segv=0:handle_sigbus=0:handle_sigill=0:handle_sigfpe=0:handle_abort=0:exitcode=" +
-      std::to_string(kSanitizerExitStatus);
-  if (kSanitizer == "address") {
-    return {"ASAN_OPTIONS=" + common + ":detect_leaks=1",
-            "LSAN_OPTIONS=print_suppressions=0:exitcode=" + std::to_string(kSanitizerExitStatus),
-            "UBSAN_OPTIONS=" + common + ":print_stacktrace=1"};
-  }
-  if (kSanitizer == "thread") {
-    return {"TSAN_OPTIONS=" + common};
-  }
-  return {};
 }
 
 struct Pipe {
@@ -69,29 +49,6 @@ bool makePipe(Pipe& made) {
   return made.readEnd.isOpen() && made.writeEnd.isOpen() &&
          fcntl(made.readEnd.get(), F_SETFL, O_NONBLOCK) == 0;
 }
-
-// Switches address randomisation off for what the calling thread starts, for its lifetime.
-class FixedAddresses {
- public:
-  FixedAddresses() : before_(personality(kReadPersonality)) {
-    if (before_ >= 0) {
-      inForce_ = personality(static_cast<unsigned long>(before_) | ADDR_NO_RANDOMIZE) >= 0;
-    }
-  }
-  ~FixedAddresses() {
-    if (inForce_) {
-      personality(static_cast<unsigned long>(before_));
-    }
-  }
-  FixedAddresses(const FixedAddresses&) = delete;
-  FixedAddresses& operator=(const FixedAddresses&) = delete;
-
-  bool inForce() const { return inForce_; }
-
- private:
-  int before_;
-  bool inForce_ = false;
-};
 
 // What a new process gets from posix_spawn beside program, arguments and environment.
 class SpawnSettings {
@@ -310,39 +267,8 @@ void LifeProcess::killAll() const {
 }
 
 void LifeProcess::decideEnd(int waitStatus) {
-  if (givenUp_) {
-    return;
-  }
-  const int status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 0;
-  if (WIFSIGNALED(waitStatus)) {
-    const int signal = WTERMSIG(waitStatus);
-    const bool isFault =
-        signal == SIGSEGV || signal == SIGBUS || signal == SIGILL || signal == SIGFPE;
-    const char* name = sigabbrev_np(signal);
-    result_.detail =
-        name == nullptr ? "signal " + std::to_string(signal) : std::string("SIG") + name;
-    result_.end = isFault ? End::kFault : signal == SIGABRT ? End::kTerminate : End::kLost;
-    return;
-  }
-  if (!kSanitizer.empty() && status == kSanitizerExitStatus) {
-    result_.end = End::kSanitizer;
-    result_.detail = "";
-    return;
-  }
-  if (!reader_.fault().empty()) {
-    result_.end = End::kLost;
-    result_.detail = reader_.fault();
-    return;
-  }
-  if (!endTold_) {
-    result_.end = End::kLost;
-    result_.detail = "exit status " + std::to_string(status) + ", and it told no end";
-    return;
-  }
-  if (result_.end == End::kExit && (result_.exitCode & 0xff) != status) {
-    result_.end = End::kLost;
-    result_.detail = "exit status " + std::to_string(status) + ", but it told exit code " +
-                     std::to_string(result_.exitCode);
+  if (!givenUp_) {
+    runner::decideEnd(result_, waitStatus, endTold_, reader_.fault());
   }
 }
 

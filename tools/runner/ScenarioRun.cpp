@@ -70,6 +70,18 @@ LifeOptions lifeOf(const LoadedScenario& loaded, const std::filesystem::path& dr
   return life;
 }
 
+std::optional<std::string> prepareScenario(const LoadedScenario& loaded,
+                                           const std::filesystem::path& drive,
+                                           const RunOptions& options) {
+  if (!loaded.scenario.after.empty()) {
+    const auto before = runLifeBefore(loaded, drive, options);
+    if (const auto* refusal = std::get_if<std::string>(&before)) {
+      return *refusal;
+    }
+  }
+  return host::prepareDrive(loaded.scenario, drive, options.programs.standIns);
+}
+
 std::variant<RunResult, std::string> runScenario(const LoadedScenario& loaded,
                                                  const std::filesystem::path& drive,
                                                  const RunOptions& options) {

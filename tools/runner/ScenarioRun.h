@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -40,6 +41,12 @@ std::chrono::milliseconds wallClockBound(const host::Scenario& scenario, bool re
 // How a life of the scenario is started on a drive that has the scenario's files.
 LifeOptions lifeOf(const LoadedScenario& loaded, const std::filesystem::path& drive,
                    const RunOptions& options);
+
+// Makes the drive, which must be empty, what the scenario's life finds: the life of a scenario that
+// it comes after happens, and its files are put there. Gives why not, if anything went wrong.
+std::optional<std::string> prepareScenario(const LoadedScenario& loaded,
+                                           const std::filesystem::path& drive,
+                                           const RunOptions& options);
 
 // Puts the scenario's files on the drive, which must be empty, lets its life happen and looks at
 // what it left on the drive. The life of a scenario that it comes after happens first, and its

@@ -1,0 +1,83 @@
+#include "tools/runner/LifeSurroundings.h"
+
+#include <signal.h>
+#include <sys/personality.h>
+#include <sys/wait.h>
+
+#include <cstring>
+#include <string_view>
+
+namespace runner {
+namespace {
+
+constexpr int kSanitizerExitStatus = 99;
+constexpr unsigned long kReadPersonality = 0xffffffff;
+
+constexpr std::string_view kSanitizer = RUNNER_SANITIZER;
+
+}  // namespace
+
+// A fault has to end the life as it ends it without a sanitizer; only what a sanitizer itself finds
+// is its report.
+std::vector<std::string> sanitizerEnvironment() {
+  const std::string common =
+      "handle_segv=0:handle_sigbus=0:handle_sigill=0:handle_sigfpe=0:handle_abort=0:exitcode=" +
+      std::to_string(kSanitizerExitStatus);
+  if (kSanitizer == "address") {
+    return {"ASAN_OPTIONS=" + common + ":detect_leaks=1",
+            "LSAN_OPTIONS=print_suppressions=0:exitcode=" + std::to_string(kSanitizerExitStatus),
+            "UBSAN_OPTIONS=" + common + ":print_stacktrace=1"};
+  }
+  if (kSanitizer == "thread") {
+    return {"TSAN_OPTIONS=" + common};
+  }
+  return {};
+}
+
+FixedAddresses::FixedAddresses() : before_(personality(kReadPersonality)) {
+  if (before_ >= 0) {
+    inForce_ = personality(static_cast<unsigned long>(before_) | ADDR_NO_RANDOMIZE) >= 0;
+  }
+}
+
+FixedAddresses::~FixedAddresses() {
+  if (inForce_) {
+    personality(static_cast<unsigned long>(before_));
+  }
+}
+
+void decideEnd(RunResult& result, int waitStatus, bool endTold, const std::string& reportFault) {
+  const int status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 0;
+  if (WIFSIGNALED(waitStatus)) {
+    const int signal = WTERMSIG(waitStatus);
+    const bool isFault =
+        signal == SIGSEGV || signal == SIGBUS || signal == SIGILL || signal == SIGFPE;
+    const char* name = sigabbrev_np(signal);
+    result.detail =
+        name == nullptr ? "signal " + std::to_string(signal) : std::string("SIG") + name;
+    result.end = isFault ? End::kFault : signal == SIGABRT ? End::kTerminate : End::kLost;
+    return;
+  }
+  if (!kSanitizer.empty() && status == kSanitizerExitStatus) {
+    result.end = End::kSanitizer;
+    result.detail = "";
+    return;
+  }
+  if (!reportFault.empty()) {
+    result.end = End::kLost;
+    result.detail = reportFault;
+    return;
+  }
+  if (!endTold) {
+    result.end = End::kLost;
+    result.detail = "exit status " + std::to_string(status) + ", and it told no end";
+    return;
+  }
+  if (result.end == End::kExit && (result.exitCode & 0xff) != status) {
+    result.end = End::kLost;
+    result.detail = "exit status " + std::to_string(status) + ", but it told exit code " +
+                    std::to_string(result.exitCode);
+  }
+}
+
+}  // namespace runner

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "platform/host/Nursery.h"
+#include "tools/runner/Descriptor.h"
+#include "tools/runner/RunResult.h"
+#include "tools/runner/ScenarioRun.h"
+
+namespace sweep {
+
+// A started program that forks lives of one scenario, and the drive that each of them finds. Used
+// on one thread; several live side by side. The program ends with the object.
+class NurseryProcess {
+ public:
+  // `folder` is an empty one for the object's own use. Gives why not, if the drive could not be
+  // made or the program not be started.
+  static std::variant<std::unique_ptr<NurseryProcess>, std::string> start(
+      const runner::LoadedScenario& loaded, const std::filesystem::path& folder);
+
+  ~NurseryProcess();
+  NurseryProcess(const NurseryProcess&) = delete;
+  NurseryProcess& operator=(const NurseryProcess&) = delete;
+
+  // Lets one life happen on a fresh drive. Gives its result, or why the nursery serves no more.
+  std::variant<runner::RunResult, std::string> live(const host::LifeOrder& order);
+
+  // What was seen of the last life.
+  const host::LifeWatch& watch() const { return *watch_; }
+
+ private:
+  NurseryProcess() = default;
+
+  std::string open();
+  std::string spawn(const runner::LifeOptions& options);
+  std::string freshDrive();
+  std::string readReport(runner::RunResult& result, bool& endTold);
+
+  std::filesystem::path template_;
+  std::filesystem::path drive_;
+  pid_t process_ = -1;
+  runner::Descriptor control_;
+  runner::Descriptor report_;
+  runner::Descriptor stray_;
+  runner::Descriptor watchFile_;
+  const host::LifeWatch* watch_ = nullptr;
+};
+
+}  // namespace sweep

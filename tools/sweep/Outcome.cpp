@@ -1,0 +1,171 @@
+#include "tools/sweep/Outcome.h"
+
+#include <algorithm>
+#include <array>
+
+#include "platform/host/Imbalances.h"
+#include "platform/host/windows/windows.h"
+#include "tools/runner/PrintedLines.h"
+
+namespace sweep {
+namespace {
+
+using runner::End;
+
+constexpr std::array<std::string_view, kOutcomes> kTexts = {
+    "unnoticed",       "told",        "error code", "not stopped", "usage text", "exit code -1",
+    "goes on waiting", "ends sooner", "spins",      "fault",       "terminate",  "broken",
+};
+
+constexpr std::string_view kFaultMark = "-- fault: ";
+constexpr std::string_view kUsageLine = "-- console: Usage: ";
+
+bool isStatus(const runner::Status& left, const runner::Status& right) {
+  return left.state == right.state && left.exitCode == right.exitCode;
+}
+
+bool haveSameLast(const Sight& plain, const Sight& faulted) {
+  if (plain.statuses.empty() || faulted.statuses.empty()) {
+    return plain.statuses.empty() == faulted.statuses.empty();
+  }
+  return isStatus(plain.statuses.back(), faulted.statuses.back());
+}
+
+bool hasUsage(const Sight& sight) {
+  return std::any_of(sight.lines.begin(), sight.lines.end(),
+                     [](const std::string& line) { return line.starts_with(kUsageLine); });
+}
+
+bool isStopped(const Sight& sight) {
+  return !sight.statuses.empty() && sight.statuses.back().state == SERVICE_STOPPED;
+}
+
+// Both came to an end of their own, but not to the same.
+Outcome otherExit(const Sight& plain, const Sight& faulted) {
+  if (faulted.exitCode == -1) {
+    return Outcome::kRefused;
+  }
+  if (faulted.exitCode != 0) {
+    return Outcome::kBroken;
+  }
+  if (faulted.statuses.empty() && hasUsage(faulted)) {
+    return Outcome::kUsage;
+  }
+  if (!isStopped(faulted)) {
+    return Outcome::kNotStopped;
+  }
+  if (faulted.statuses.back().exitCode != 0) {
+    return Outcome::kErrorCode;
+  }
+  // As well as STOPPED can be reported, where the plain run never came to it, or with an error.
+  return plain.end == End::kExit ? Outcome::kErrorCode : Outcome::kEndsSooner;
+}
+
+}  // namespace
+
+std::string_view outcomeText(Outcome outcome) {
+  return kTexts[static_cast<std::size_t>(outcome)];
+}
+
+Sight sightOf(const runner::RunResult& result) {
+  constexpr std::string_view kError = "[ERR] ";
+  constexpr std::string_view kFatal = "[FTL] ";
+  Sight sight;
+  sight.end = result.end;
+  sight.exitCode = result.end == End::kExit ? result.exitCode : 0;
+  sight.endText = endText(result);
+  for (const runner::Record& record : result.records) {
+    if (record.kind == host::ReportKind::kStatus) {
+      sight.statuses.push_back(runner::parseStatus(record.text).value_or(runner::Status{}));
+    }
+  }
+  sight.lines = runner::comparableLines(result.records);
+  std::erase_if(sight.lines, [](const std::string& line) { return line.starts_with(kFaultMark); });
+  for (const std::string& line : sight.lines) {
+    if (line.starts_with(kError) || line.starts_with(kFatal)) {
+      sight.errors.push_back(line);
+    }
+  }
+  for (const std::string& line : result.ledger) {
+    constexpr std::string_view kUnnamed = "unnamed: ";
+    if (line.starts_with(kUnnamed)) {
+      sight.ledger.push_back(line.substr(kUnnamed.size()));
+    }
+  }
+  return sight;
+}
+
+Outcome outcomeOf(const Sight& plain, const Sight& faulted) {
+  switch (faulted.end) {
+    case End::kFault:
+      return plain.end == End::kFault && plain.lines == faulted.lines ? Outcome::kUnnoticed
+                                                                      : Outcome::kFault;
+    case End::kTerminate:
+      return plain.end == End::kTerminate && plain.lines == faulted.lines ? Outcome::kUnnoticed
+                                                                          : Outcome::kTerminate;
+    case End::kKilled:
+    case End::kLost:
+    case End::kSanitizer:
+    case End::kInterrupted:
+      return Outcome::kBroken;
+    case End::kExit:
+    case End::kRunning:
+    case End::kDeadlock:
+    case End::kEnded:
+    case End::kEndless:
+      break;
+  }
+  if (plain.end == faulted.end && plain.exitCode == faulted.exitCode &&
+      haveSameLast(plain, faulted)) {
+    return plain.lines == faulted.lines ? Outcome::kUnnoticed : Outcome::kTold;
+  }
+  switch (faulted.end) {
+    case End::kExit:
+      return otherExit(plain, faulted);
+    case End::kEndless:
+      return Outcome::kEndless;
+    case End::kRunning:
+    case End::kDeadlock:
+      return Outcome::kRunsOn;
+    default:
+      return Outcome::kTold;  // the script ended it, at another moment of its life
+  }
+}
+
+std::vector<std::string> beyond(std::vector<std::string> more,
+                                const std::vector<std::string>& fewer) {
+  for (const std::string& element : fewer) {
+    if (const auto found = std::find(more.begin(), more.end(), element); found != more.end()) {
+      more.erase(found);
+    }
+  }
+  return more;
+}
+
+std::string illegalReport(const std::vector<runner::Status>& statuses) {
+  DWORD before = 0;
+  DWORD checkPoint = 0;
+  for (const runner::Status& status : statuses) {
+    const bool isLegal = status.state == SERVICE_START_PENDING ? before == 0
+                         : status.state == SERVICE_RUNNING     ? before == SERVICE_START_PENDING
+                         : status.state == SERVICE_STOP_PENDING
+                             ? before == SERVICE_RUNNING || before == SERVICE_STOP_PENDING
+                         : status.state == SERVICE_STOPPED ? before != SERVICE_STOPPED
+                                                           : false;
+    if (!isLegal) {
+      return runner::stateText(status.state) + " was reported after " +
+             (before == 0 ? "nothing" : runner::stateText(before));
+    }
+    const bool isPending =
+        status.state == SERVICE_START_PENDING || status.state == SERVICE_STOP_PENDING;
+    if (isPending && status.checkPoint <= checkPoint) {
+      return "the check-point did not rise: " + std::to_string(status.checkPoint) + " after " +
+             std::to_string(checkPoint);
+    }
+    checkPoint = isPending ? status.checkPoint : checkPoint;
+    before = status.state;
+  }
+  return {};
+}
+
+}  // namespace sweep

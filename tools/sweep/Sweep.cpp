@@ -1,0 +1,282 @@
+#include "tools/sweep/Sweep.h"
+
+#include <atomic>
+#include <filesystem>
+#include <mutex>
+#include <thread>
+
+#include "platform/host/CallNames.h"
+#include "platform/host/FaultTable.h"
+#include "tools/runner/DriveFolder.h"
+#include "tools/runner/Judge.h"
+#include "tools/runner/ScenarioCatalog.h"
+#include "tools/sweep/FaultPlan.h"
+#include "tools/sweep/NurseryProcess.h"
+#include "tools/sweep/Verdict.h"
+
+namespace sweep {
+namespace {
+
+// So many places are a piece of work: enough to pay for the start of a nursery.
+constexpr std::size_t kPlacesTogether = 100;
+
+constexpr std::array<std::string_view, host::kPhases> kPhaseTexts = {
+    "loading", "entering", "starting", "running", "stopping", "stopped",
+};
+
+// A scenario with its plain run.
+struct Swept {
+  runner::LoadedScenario loaded;
+  Sight plain;
+  FaultPlan plan;
+};
+
+struct Piece {
+  const Swept* swept;
+  std::size_t begin;
+  std::size_t end;
+  std::size_t firstFault;  // counted over all scenarios
+};
+
+std::size_t errorsOf(const Place& place) {
+  return host::faultTable()[place.call].errors.size();
+}
+
+class Sweep {
+ public:
+  explicit Sweep(const SweepOptions& options) : options_(options) {}
+
+  std::string run(SweepResult& result) {
+    if (std::string refusal = load(); !refusal.empty()) {
+      return refusal;
+    }
+    onAllJobs([this](std::size_t i) { return i < swept_.size() && (plan(swept_[i]), true); });
+    cutIntoPieces();
+    onAllJobs([this](std::size_t i) { return i < pieces_.size() && (sweep(pieces_[i]), true); });
+    result_.scenarios = swept_.size();
+    result = std::move(result_);
+    return {};
+  }
+
+ private:
+  std::string load();
+  void onAllJobs(const std::function<bool(std::size_t)>& work);
+  void plan(Swept& swept);
+  void cutIntoPieces();
+  void sweep(const Piece& piece);
+  bool sweepPlace(const Swept& swept, NurseryProcess& nursery, const Place& place,
+                  std::size_t firstFault);
+  bool fail(const Swept& swept, NurseryProcess& nursery, const Place& place, DWORD error);
+  void take(const Swept& swept, const host::LifeOrder& order, const runner::RunResult& life,
+            const host::LifeWatch& watch);
+  void object(Objection objection);
+  void advance(std::size_t lives);
+  std::unique_ptr<NurseryProcess> raise(const Swept& swept,
+                                        const std::optional<runner::DriveFolder>& folder);
+
+  const SweepOptions& options_;
+  std::vector<Swept> swept_;
+  std::vector<Piece> pieces_;
+  std::mutex lock_;
+  SweepResult result_;
+  std::size_t livesDone_ = 0;
+  std::size_t livesToCome_ = 0;
+};
+
+std::string Sweep::load() {
+  const runner::ScenarioCatalog catalog(runner::scenarioFolder());
+  for (const std::string& name :
+       options_.scenarios.empty() ? catalog.names() : options_.scenarios) {
+    const auto file = catalog.find(name);
+    if (!file) {
+      return "there is no scenario " + name;
+    }
+    auto loaded = runner::loadScenario(*file);
+    if (const auto* wrong = std::get_if<std::string>(&loaded)) {
+      return *wrong;
+    }
+    swept_.push_back({std::move(std::get<runner::LoadedScenario>(loaded)), {}, {}});
+  }
+  return {};
+}
+
+void Sweep::onAllJobs(const std::function<bool(std::size_t)>& work) {
+  std::atomic<std::size_t> next{0};
+  std::vector<std::jthread> jobs;
+  for (unsigned i = 0; i < options_.jobs; ++i) {
+    jobs.emplace_back([&] {
+      while (work(next++)) {
+      }
+    });
+  }
+}
+
+void Sweep::object(Objection objection) {
+  const std::lock_guard guard(lock_);
+  result_.objections.push_back(std::move(objection));
+}
+
+void Sweep::advance(std::size_t lives) {
+  const std::lock_guard guard(lock_);
+  livesDone_ += lives;
+  if (options_.onProgress) {
+    options_.onProgress(livesDone_, livesToCome_);
+  }
+}
+
+std::unique_ptr<NurseryProcess> Sweep::raise(const Swept& swept,
+                                             const std::optional<runner::DriveFolder>& folder) {
+  auto started = NurseryProcess::start(swept.loaded, folder->drive());
+  if (const auto* refusal = std::get_if<std::string>(&started)) {
+    object({swept.loaded.scenario.name, {*refusal}});
+    return nullptr;
+  }
+  return std::move(std::get<std::unique_ptr<NurseryProcess>>(started));
+}
+
+std::optional<runner::DriveFolder> makeFolder() {
+  auto made = runner::DriveFolder::make(std::nullopt);
+  if (auto* folder = std::get_if<runner::DriveFolder>(&made)) {
+    return std::move(*folder);
+  }
+  return std::nullopt;
+}
+
+void Sweep::plan(Swept& swept) {
+  const host::Scenario& scenario = swept.loaded.scenario;
+  const auto folder = makeFolder();
+  const auto nursery = folder ? raise(swept, folder) : nullptr;
+  if (nursery == nullptr) {
+    return;
+  }
+  const auto lived = nursery->live({});
+  if (const auto* refusal = std::get_if<std::string>(&lived)) {
+    object({scenario.name, {*refusal}});
+    return;
+  }
+  const auto& plain = std::get<runner::RunResult>(lived);
+  for (const auto& difference : judge(scenario, plain, runner::Lines::kCompared)) {
+    object({scenario.name + ", without a fault", {difference.summary}});
+  }
+  const host::LifeWatch& watch = nursery->watch();
+  if (watch.count > host::LifeWatch::kMostCalls) {
+    object({scenario.name, {"it makes more calls than can be kept"}});
+  }
+  const std::span calls(watch.calls, std::min(watch.count, host::LifeWatch::kMostCalls));
+  swept.plain = sightOf(plain);
+  swept.plan = planFaults(calls);
+  const std::lock_guard guard(lock_);
+  for (const host::WatchedCall& call : calls) {
+    result_.reached.insert(host::callsThatCanFail()[call.call]);
+  }
+}
+
+void Sweep::cutIntoPieces() {
+  std::size_t faults = 0;
+  for (const Swept& swept : swept_) {
+    const std::vector<Place>& places = swept.plan.places;
+    result_.calls += swept.plan.calls;
+    result_.places += places.size();
+    for (std::size_t begin = 0; begin < places.size(); begin += kPlacesTogether) {
+      const std::size_t end = std::min(begin + kPlacesTogether, places.size());
+      pieces_.push_back({&swept, begin, end, faults});
+      for (std::size_t i = begin; i < end; ++i) {
+        faults += errorsOf(places[i]);
+      }
+    }
+  }
+  livesToCome_ = 2 * faults / options_.every;
+}
+
+void Sweep::sweep(const Piece& piece) {
+  const auto folder = makeFolder();
+  const auto nursery = folder ? raise(*piece.swept, folder) : nullptr;
+  if (nursery == nullptr) {
+    return;
+  }
+  std::size_t fault = piece.firstFault;
+  for (std::size_t i = piece.begin; i < piece.end; ++i) {
+    const Place& place = piece.swept->plan.places[i];
+    if (!sweepPlace(*piece.swept, *nursery, place, fault)) {
+      return;
+    }
+    fault += errorsOf(place);
+  }
+}
+
+bool Sweep::sweepPlace(const Swept& swept, NurseryProcess& nursery, const Place& place,
+                       std::size_t firstFault) {
+  const auto errors = host::faultTable()[place.call].errors;
+  for (std::size_t i = 0; i < errors.size(); ++i) {
+    if ((firstFault + i) % options_.every == 0 && !fail(swept, nursery, place, errors[i])) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool Sweep::fail(const Swept& swept, NurseryProcess& nursery, const Place& place, DWORD error) {
+  for (const bool lasting : {false, true}) {
+    const host::LifeOrder order{true, lasting, place.call, place.nth, error};
+    const auto lived = nursery.live(order);
+    if (const auto* refusal = std::get_if<std::string>(&lived)) {
+      object({swept.loaded.scenario.name, {*refusal}});
+      return false;
+    }
+    const host::LifeWatch& watch = nursery.watch();
+    take(swept, order, std::get<runner::RunResult>(lived), watch);
+    // A run is the same each time. One that never makes the call again cannot tell a fault that
+    // lasts from one that does not.
+    if (!lasting && watch.callsAfterStrike == 0) {
+      const std::lock_guard guard(lock_);
+      ++result_.same;
+      result_.tried.emplace(host::callsThatCanFail()[place.call], error, place.phase, true);
+      break;
+    }
+  }
+  advance(2);
+  return true;
+}
+
+void Sweep::take(const Swept& swept, const host::LifeOrder& order, const runner::RunResult& life,
+                 const host::LifeWatch& watch) {
+  const Sight sight = sightOf(life);
+  const std::string_view call = host::callsThatCanFail()[order.call];
+  const Verdict verdict =
+      judgeFault(swept.plain, sight, {call, watch.phaseAtStrike, watch.struck, order.error});
+  std::string where = swept.loaded.scenario.name + ": fail " + std::string(call) +
+                      (order.lasting ? " from " : " ") + std::to_string(order.nth) + " with " +
+                      std::to_string(order.error);
+  const std::lock_guard guard(lock_);
+  ++result_.lives;
+  ++result_.outcomes[static_cast<std::size_t>(verdict.outcome)];
+  result_.idle += watch.struck ? 0U : 1U;
+  result_.tried.emplace(call, order.error, watch.phaseAtStrike, order.lasting);
+  Group& group = result_.groups[{call, watch.phaseAtStrike, verdict.outcome}];
+  ++group.lives;
+  group.errors.insert(verdict.errors.begin(), verdict.errors.end());
+  group.ledger.insert(verdict.ledger.begin(), verdict.ledger.end());
+  if (group.example.empty()) {
+    group.example = where;
+  }
+  if (!verdict.reasons.empty()) {
+    result_.objections.push_back({std::move(where), verdict.reasons});
+  }
+}
+
+}  // namespace
+
+std::variant<SweepResult, std::string> runSweep(const SweepOptions& options) {
+  SweepResult result;
+  std::string refusal = Sweep(options).run(result);
+  if (!refusal.empty()) {
+    return refusal;
+  }
+  return result;
+}
+
+std::string_view phaseText(host::Phase phase) {
+  return kPhaseTexts[static_cast<std::size_t>(phase)];
+}
+
+}  // namespace sweep

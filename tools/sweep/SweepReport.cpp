@@ -1,0 +1,67 @@
+#include "tools/sweep/SweepReport.h"
+
+#include <string>
+
+#include "platform/host/FaultTable.h"
+
+namespace sweep {
+namespace {
+
+constexpr std::size_t kMostShown = 40;
+
+void row(std::ostream& out, const std::string& what, std::size_t number) {
+  out << "| " << what << " | " << number << " |\n";
+}
+
+}  // namespace
+
+void printGroups(std::ostream& out, const SweepResult& result) {
+  for (const auto& [key, group] : result.groups) {
+    const auto& [call, phase, outcome] = key;
+    out << call << ", " << phaseText(phase) << ": " << outcomeText(outcome) << ", " << group.lives
+        << " lives, such as " << group.example << '\n';
+    for (const std::string& line : group.errors) {
+      out << "    " << line << '\n';
+    }
+    for (const std::string& line : group.ledger) {
+      out << "    ledger: " << line << '\n';
+    }
+  }
+}
+
+void printObjections(std::ostream& out, const SweepResult& result) {
+  std::size_t shown = 0;
+  for (const Objection& objection : result.objections) {
+    if (++shown > kMostShown) {
+      out << "... and " << result.objections.size() - kMostShown << " more\n";
+      return;
+    }
+    out << objection.where << '\n';
+    for (const std::string& reason : objection.reasons) {
+      out << "    " << reason << '\n';
+    }
+  }
+}
+
+void printFigures(std::ostream& out, const SweepResult& result, std::chrono::seconds took) {
+  std::set<std::string_view> failed;
+  for (const auto& fault : result.tried) {
+    failed.insert(std::get<0>(fault));
+  }
+  out << "\n| fault sweep | |\n|---|---|\n";
+  row(out, "scenarios", result.scenarios);
+  row(out, "calls of their plain runs that can fail", result.calls);
+  row(out, "of those made to fail, turns of one loop left out", result.places);
+  row(out, "names of calls made to fail", failed.size());
+  row(out, "different faults: call, error, phase of the service, once or from then on",
+      result.tried.size());
+  row(out, "lives with a fault", result.lives);
+  row(out, "\"from then on\" that could not differ from \"once\"", result.same);
+  for (std::size_t i = 0; i < kOutcomes; ++i) {
+    row(out, "outcome: " + std::string(outcomeText(static_cast<Outcome>(i))), result.outcomes[i]);
+  }
+  row(out, "runs that are not as they may be", result.objections.size());
+  row(out, "seconds", static_cast<std::size_t>(took.count()));
+}
+
+}  // namespace sweep

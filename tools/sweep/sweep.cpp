@@ -1,0 +1,118 @@
+// The sweep: makes every platform call of every scenario fail, once and from then on, with each
+// error that the platform may give for it, and holds what comes of it against what may come of it.
+
+#include <chrono>
+#include <iostream>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+#include "tools/sweep/Sweep.h"
+#include "tools/sweep/SweepReport.h"
+
+namespace {
+
+constexpr int kAsItMayBe = 0;
+constexpr int kObjections = 1;
+constexpr int kNothingRun = 2;
+
+constexpr char kUsage[] = "Usage: sweep [SCENARIO...] [--every N] [--jobs N] [--groups] [--help]\n";
+constexpr char kHelp[] =
+    "\n"
+    "Makes every platform call of every scenario fail, once and from then on, with each error\n"
+    "that the platform may give for it, and judges what comes of it.\n"
+    "\n"
+    "  SCENARIO    only these; all if none is named\n"
+    "  --every N   only one in N of the faults\n"
+    "  --jobs N    so many lives side by side; as many as there are processors if not given\n"
+    "  --groups    print what each call's failures came to in each phase of the service\n"
+    "  --help      print this text\n"
+    "\n"
+    "Exit status: 0 if every run was as it may be, 1 if not, 2 if nothing was run.\n";
+
+struct Request {
+  sweep::SweepOptions options;
+  bool groups = false;
+  bool help = false;
+};
+
+// A number above 0, or 0 if the text is none.
+unsigned numberFrom(const std::string& text) {
+  unsigned number = 0;
+  for (const char digit : text) {
+    if (digit < '0' || digit > '9' || number > 1'000'000) {
+      return 0;
+    }
+    number = 10 * number + static_cast<unsigned>(digit - '0');
+  }
+  return number;
+}
+
+// What is wrong with the arguments; empty if nothing is.
+std::string read(const std::vector<std::string>& arguments, Request& request) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (argument == "--groups") {
+      request.groups = true;
+    } else if (argument == "--help") {
+      request.help = true;
+    } else if (argument == "--every" || argument == "--jobs") {
+      const unsigned number = i + 1 < arguments.size() ? numberFrom(arguments[i + 1]) : 0;
+      if (number == 0) {
+        return argument + " takes a number above 0";
+      }
+      (argument == "--every" ? request.options.every : request.options.jobs) = number;
+      ++i;
+    } else if (argument.starts_with("-")) {
+      return "no such option: " + argument;
+    } else {
+      request.options.scenarios.push_back(argument);
+    }
+  }
+  return {};
+}
+
+// Tells how far it is, every few seconds.
+std::function<void(std::size_t, std::size_t)> progress() {
+  using Clock = std::chrono::steady_clock;
+  return [next = Clock::now()](std::size_t done, std::size_t all) mutable {
+    if (Clock::now() >= next && all > 0) {
+      next = Clock::now() + std::chrono::seconds(5);
+      std::cerr << "-- " << done << " of at most " << all << " faults (" << 100 * done / all
+                << " %)\n";
+    }
+  };
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Request request;
+  request.options.jobs = std::max(1U, std::thread::hardware_concurrency());
+  const std::string wrong = read(std::vector<std::string>(argv + 1, argv + argc), request);
+  if (!wrong.empty()) {
+    std::cerr << "sweep: " << wrong << '\n' << kUsage;
+    return kNothingRun;
+  }
+  if (request.help) {
+    std::cout << kUsage << kHelp;
+    return kAsItMayBe;
+  }
+  request.options.onProgress = progress();
+  const auto began = std::chrono::steady_clock::now();
+  const auto swept = sweep::runSweep(request.options);
+  if (const auto* refusal = std::get_if<std::string>(&swept)) {
+    std::cerr << "sweep: " << *refusal << '\n';
+    return kNothingRun;
+  }
+  const auto& result = std::get<sweep::SweepResult>(swept);
+  if (request.groups) {
+    sweep::printGroups(std::cout, result);
+  }
+  sweep::printObjections(std::cout, result);
+  sweep::printFigures(
+      std::cout, result,
+      std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - began));
+  return result.objections.empty() ? kAsItMayBe : kObjections;
+}
