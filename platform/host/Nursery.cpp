@@ -17,6 +17,7 @@
 #include "platform/host/CallNames.h"
 #include "platform/host/CallWatch.h"
 #include "platform/host/Machine.h"
+#include "platform/host/Report.h"
 #include "platform/host/XmlLibrary.h"
 
 namespace host {
@@ -26,6 +27,9 @@ constexpr int kReportDescriptor = 3;
 constexpr int kHarnessError = 71;
 // On the clock on the wall, of a machine that may be busy.
 constexpr int kLongestLifeMs = 60'000;
+
+// More than any scenario makes without a wait; a scenario's own limit, if it has one, is lower.
+constexpr unsigned kEndlessLoopCalls = 300'000;
 
 LifeWatch* theWatch = nullptr;
 LifeOrder theOrder;
@@ -158,6 +162,9 @@ void beginWatchedLife(const LifeOrder& order) {
   theWatch->callsAfterStrike = 0;
   theWatch->count = 0;
   watchCalls(look);
+  // A scenario that is required to spin until something happens may wait for that in vain.
+  Scheduler::instance().setEndlessLoopHandler(kEndlessLoopCalls,
+                                              [] { Report::instance().endNow("endless"); });
   if (!order.isFaulted) {
     return;
   }

@@ -113,7 +113,7 @@ test_help_names_every_verb() {
   expect_status 0
   expect_empty err
   local verb
-  for verb in run test build bench lint format clean help; do expect_in out "  $verb "; done
+  for verb in run test build sweep bench lint format clean help; do expect_in out "  $verb "; done
 }
 
 test_no_verb_is_misuse() {
@@ -286,6 +286,21 @@ test_chores_in_one_checkout_take_turns() {
 }
 
 # --- run ----------------------------------------------------------------------------------------
+
+test_sweep_hands_arguments_to_the_tool() {
+  mkdir -p "$place/checkout/build/release/tools/sweep"
+  printf 'CMAKE_HOME_DIRECTORY:INTERNAL=%s\n' "$place/checkout" \
+    >"$place/checkout/build/release/CMakeCache.txt"
+  # shellcheck disable=SC2016  # for the stub to expand
+  printf '#!/bin/bash\nprintf "with %%s\\n" "$*"\nexit 7\n' \
+    >"$place/checkout/build/release/tools/sweep/sweep"
+  chmod +x "$place/checkout/build/release/tools/sweep/sweep"
+  dev sweep first-boot --every 3
+  expect_status 7
+  [[ $(cat "$place/out") == 'with first-boot --every 3' ]] ||
+    give_up 'the tool is not the only one to print'
+  expect_no_leftovers
+}
 
 test_run_hands_arguments_and_folder_to_the_tool() {
   mkdir -p "$place/checkout/build/release/tools"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 
 #include "platform/host/Imbalances.h"
 #include "platform/host/windows/windows.h"
@@ -132,14 +133,22 @@ Outcome outcomeOf(const Sight& plain, const Sight& faulted) {
   }
 }
 
-std::vector<std::string> beyond(std::vector<std::string> more,
+std::vector<std::string> beyond(const std::vector<std::string>& more,
                                 const std::vector<std::string>& fewer) {
+  std::map<std::string_view, std::size_t> covered;
   for (const std::string& element : fewer) {
-    if (const auto found = std::find(more.begin(), more.end(), element); found != more.end()) {
-      more.erase(found);
+    ++covered[element];
+  }
+  std::vector<std::string> left;
+  for (const std::string& element : more) {
+    const auto found = covered.find(element);
+    if (found == covered.end() || found->second == 0) {
+      left.push_back(element);
+    } else {
+      --found->second;
     }
   }
-  return more;
+  return left;
 }
 
 std::string illegalReport(const std::vector<runner::Status>& statuses) {

@@ -43,8 +43,9 @@ Sight sightOf(const runner::RunResult& result);
 
 Outcome outcomeOf(const Sight& plain, const Sight& faulted);
 
-// The elements of `more` that `fewer` does not have, each as often as it has them too seldom.
-std::vector<std::string> beyond(std::vector<std::string> more,
+// The elements of `more` that `fewer` does not have, in their order, each as often as it has
+// them too seldom.
+std::vector<std::string> beyond(const std::vector<std::string>& more,
                                 const std::vector<std::string>& fewer);
 
 // What is wrong with the reports that the service manager got; empty if their order is legal.

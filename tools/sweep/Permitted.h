@@ -1,0 +1,43 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "platform/host/Nursery.h"
+#include "tools/sweep/Outcome.h"
+
+namespace sweep {
+
+// Sets of phases and of outcomes: a bit for each.
+using Phases = unsigned;
+using Outcomes = unsigned;
+
+// What a failure of a call may come to. This list is closed: what no row permits is an objection.
+//
+// `calls` is a call's name, or the beginning of several names and "*". A failure may come to
+// whatever any row permits that names its call and its phase.
+struct Permission {
+  std::string_view calls;
+  Phases phases;
+  Outcomes outcomes;
+};
+std::span<const Permission> permissions();
+bool isPermitted(std::string_view call, host::Phase phase, Outcome outcome);
+
+// A text in log lines of level ERROR and FATAL that the failure of these calls explains.
+struct Explanation {
+  std::string_view calls;
+  std::string_view text;
+};
+std::span<const Explanation> explanations();
+bool isExplained(std::string_view call, std::string_view line);
+
+// What stays open, or is let go in vain, because these calls failed: lines of the ledger.
+struct Unbalanced {
+  std::string_view calls;
+  std::string_view line;
+};
+std::span<const Unbalanced> unbalanced();
+bool isBalanced(std::string_view call, std::string_view line);
+
+}  // namespace sweep
