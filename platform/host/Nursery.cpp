@@ -29,7 +29,7 @@ constexpr int kHarnessError = 71;
 constexpr int kLongestLifeMs = 60'000;
 
 // More than any scenario makes without a wait; a scenario's own limit, if it has one, is lower.
-constexpr unsigned kEndlessLoopCalls = 300'000;
+constexpr unsigned kEndlessLoopCalls = 150'000;
 
 LifeWatch* theWatch = nullptr;
 LifeOrder theOrder;

@@ -34,10 +34,18 @@ TEST(OutcomeTest, OtherLinesAreTold) {
   EXPECT_EQ(outcomeOf(stopped(0), stopped(0, {"[DBG] [TPM] b"})), Outcome::kTold);
 }
 
-TEST(OutcomeTest, AnotherExitCodeOfTheServiceIsAnErrorCode) {
+TEST(OutcomeTest, AnExitCodeOfTheServiceIsAnErrorCode) {
   EXPECT_EQ(outcomeOf(stopped(0), stopped(5)), Outcome::kErrorCode);
-  EXPECT_EQ(outcomeOf(stopped(5), stopped(0)), Outcome::kErrorCode);
   EXPECT_EQ(outcomeOf(ending(End::kRunning), stopped(5)), Outcome::kErrorCode);
+}
+
+TEST(OutcomeTest, AnErrorCodeInPlaceOfAnotherIsAnotherErrorCode) {
+  EXPECT_EQ(outcomeOf(stopped(5), stopped(6)), Outcome::kOtherCode);
+}
+
+TEST(OutcomeTest, AServiceThatStopsWellForOnceEndsSooner) {
+  EXPECT_EQ(outcomeOf(stopped(5), stopped(0)), Outcome::kEndsSooner);
+  EXPECT_EQ(outcomeOf(ending(End::kFault), stopped(0)), Outcome::kEndsSooner);
 }
 
 TEST(OutcomeTest, AnEndWithoutItsReportIsNotStopped) {
@@ -71,6 +79,17 @@ TEST(OutcomeTest, NamesTheAbnormalEnds) {
   for (const End end : {End::kKilled, End::kLost, End::kSanitizer}) {
     EXPECT_EQ(outcomeOf(stopped(0), ending(end)), Outcome::kBroken);
   }
+}
+
+TEST(OutcomeTest, TheSameAbnormalEndWithOtherLinesIsTold) {
+  Sight fault = ending(End::kFault);
+  fault.lines = {"[DBG] [TPM] a"};
+  EXPECT_EQ(outcomeOf(ending(End::kFault), fault), Outcome::kTold);
+  EXPECT_EQ(outcomeOf(ending(End::kTerminate), fault), Outcome::kFault);
+}
+
+TEST(OutcomeTest, AWaitThatNobodyCanEndIsAWait) {
+  EXPECT_EQ(outcomeOf(ending(End::kRunning), ending(End::kDeadlock)), Outcome::kUnnoticed);
 }
 
 TEST(OutcomeTest, BeyondLeavesWhatIsThereOftener) {

@@ -92,6 +92,29 @@ TEST(VerdictTest, ImbalancesOfTheListOrOfTheCallThatFailedAreNone) {
       Reasons{"ledger: key from RegOpenKeyExW is still open"});
 }
 
+// The way in which the plain run ended is permitted here, so it may end so again.
+TEST(VerdictTest, ARunThatEndsAsBadlyAsThePlainOneMayDoSo) {
+  Sight plain = life({"[DBG] a"});
+  plain.statuses.clear();
+  plain.exitCode = -1;
+  EXPECT_EQ(judgeFault(plain, plain, strike("EventRegister", Phase::kEntering)).reasons, Reasons{});
+  EXPECT_FALSE(judgeFault(plain, plain, strike("CreateProcessW", Phase::kRunning)).reasons.empty());
+}
+
+TEST(VerdictTest, AMethodThatDoesItsWorkAndAnswersOneChangesNothing) {
+  const Strike one{"IPrincipal::put_LogonType", Phase::kRunning, true, 1};
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), life({"[DBG] a"}), one).reasons, Reasons{});
+  EXPECT_FALSE(judgeFault(life({"[DBG] a"}), life({"[DBG] b"}), one).reasons.empty());
+}
+
+TEST(VerdictTest, ALogThatNobodyHearsTellsNothing) {
+  Sight unheard = life({"[DBG] a"});
+  unheard.isHeard = false;
+  EXPECT_EQ(
+      judgeFault(unheard, life({"[DBG] a"}), strike("CreateProcessW", Phase::kRunning)).reasons,
+      Reasons{});
+}
+
 TEST(VerdictTest, AFaultThatNeverStruckIsAReason) {
   EXPECT_EQ(judgeFault(life({}), life({}), {"CloseHandle", Phase::kLoading, false, 5}).reasons,
             Reasons{"the fault never struck"});

@@ -14,8 +14,9 @@ namespace {
 using runner::End;
 
 constexpr std::array<std::string_view, kOutcomes> kTexts = {
-    "unnoticed",       "told",        "error code", "not stopped", "usage text", "exit code -1",
-    "goes on waiting", "ends sooner", "spins",      "fault",       "terminate",  "broken",
+    "unnoticed",  "told",         "error code",      "another error code", "not stopped",
+    "usage text", "exit code -1", "goes on waiting", "ends sooner",        "spins",
+    "fault",      "terminate",    "broken",
 };
 
 constexpr std::string_view kFaultMark = "-- fault: ";
@@ -41,25 +42,17 @@ bool isStopped(const Sight& sight) {
   return !sight.statuses.empty() && sight.statuses.back().state == SERVICE_STOPPED;
 }
 
-// Both came to an end of their own, but not to the same.
-Outcome otherExit(const Sight& plain, const Sight& faulted) {
-  if (faulted.exitCode == -1) {
-    return Outcome::kRefused;
+Outcome exitOf(const Sight& sight) {
+  if (sight.exitCode != 0) {
+    return sight.exitCode == -1 ? Outcome::kRefused : Outcome::kBroken;
   }
-  if (faulted.exitCode != 0) {
-    return Outcome::kBroken;
-  }
-  if (faulted.statuses.empty() && hasUsage(faulted)) {
+  if (sight.statuses.empty() && hasUsage(sight)) {
     return Outcome::kUsage;
   }
-  if (!isStopped(faulted)) {
+  if (!isStopped(sight)) {
     return Outcome::kNotStopped;
   }
-  if (faulted.statuses.back().exitCode != 0) {
-    return Outcome::kErrorCode;
-  }
-  // As well as STOPPED can be reported, where the plain run never came to it, or with an error.
-  return plain.end == End::kExit ? Outcome::kErrorCode : Outcome::kEndsSooner;
+  return sight.statuses.back().exitCode != 0 ? Outcome::kErrorCode : Outcome::kTold;
 }
 
 }  // namespace
@@ -96,41 +89,43 @@ Sight sightOf(const runner::RunResult& result) {
   return sight;
 }
 
-Outcome outcomeOf(const Sight& plain, const Sight& faulted) {
-  switch (faulted.end) {
+Outcome endOf(const Sight& sight) {
+  switch (sight.end) {
     case End::kFault:
-      return plain.end == End::kFault && plain.lines == faulted.lines ? Outcome::kUnnoticed
-                                                                      : Outcome::kFault;
+      return Outcome::kFault;
     case End::kTerminate:
-      return plain.end == End::kTerminate && plain.lines == faulted.lines ? Outcome::kUnnoticed
-                                                                          : Outcome::kTerminate;
-    case End::kKilled:
-    case End::kLost:
-    case End::kSanitizer:
-    case End::kInterrupted:
-      return Outcome::kBroken;
-    case End::kExit:
-    case End::kRunning:
-    case End::kDeadlock:
-    case End::kEnded:
-    case End::kEndless:
-      break;
-  }
-  if (plain.end == faulted.end && plain.exitCode == faulted.exitCode &&
-      haveSameLast(plain, faulted)) {
-    return plain.lines == faulted.lines ? Outcome::kUnnoticed : Outcome::kTold;
-  }
-  switch (faulted.end) {
-    case End::kExit:
-      return otherExit(plain, faulted);
+      return Outcome::kTerminate;
     case End::kEndless:
       return Outcome::kEndless;
     case End::kRunning:
     case End::kDeadlock:
       return Outcome::kRunsOn;
-    default:
-      return Outcome::kTold;  // the script ended it, at another moment of its life
+    case End::kEnded:
+      return Outcome::kTold;  // the script ended it, whatever it was at
+    case End::kExit:
+      return exitOf(sight);
+    case End::kKilled:
+    case End::kLost:
+    case End::kSanitizer:
+    case End::kInterrupted:
+      break;
   }
+  return Outcome::kBroken;
+}
+
+Outcome outcomeOf(const Sight& plain, const Sight& faulted) {
+  const Outcome end = endOf(faulted);
+  if (end == Outcome::kBroken) {
+    return end;
+  }
+  if (end == endOf(plain) && plain.exitCode == faulted.exitCode && haveSameLast(plain, faulted)) {
+    return plain.lines == faulted.lines ? Outcome::kUnnoticed : Outcome::kTold;
+  }
+  if (end == Outcome::kErrorCode && endOf(plain) == end) {
+    return Outcome::kOtherCode;
+  }
+  // A service that stops well where the plain run did not stop, or not well.
+  return end == Outcome::kTold ? Outcome::kEndsSooner : end;
 }
 
 std::vector<std::string> beyond(const std::vector<std::string>& more,

@@ -13,12 +13,13 @@ namespace sweep {
 enum class Outcome {
   kUnnoticed,   // nothing that anybody sees is different
   kTold,        // it ended as the plain run, and other lines were printed
-  kErrorCode,   // STOPPED was reported last, with another exit code
+  kErrorCode,   // STOPPED was reported last, with an error as exit code
+  kOtherCode,   // the same, and the plain run reported STOPPED with an error too
   kNotStopped,  // it ended with exit code 0, and STOPPED was not reported last
   kUsage,       // the usage text was printed, nothing was reported, exit code 0
   kRefused,     // the process ended with exit code -1
   kRunsOn,      // still running, or waiting for ever, where the plain run had ended
-  kEndsSooner,  // it ended with STOPPED and 0 where the plain run had not
+  kEndsSooner,  // it ended with STOPPED and 0, and the plain run in another way
   kEndless,     // it went on and on without ever waiting
   kFault,       // an access violation
   kTerminate,   // an exception that nobody caught
@@ -37,9 +38,14 @@ struct Sight {
   std::vector<std::string> lines;   // without the marks of faults
   std::vector<std::string> errors;  // of those, the log's lines of level ERROR and FATAL
   std::vector<std::string> ledger;  // what nobody named
+  bool isHeard = true;              // whether somebody listens to the log all the time
 };
 
 Sight sightOf(const runner::RunResult& result);
+
+// The way in which a run ended, whatever the plain run did; a service that stopped well, or was
+// ended by its scenario, is kTold.
+Outcome endOf(const Sight& sight);
 
 Outcome outcomeOf(const Sight& plain, const Sight& faulted);
 

@@ -32,7 +32,7 @@ constexpr Phases kAlways = ~0U;
 constexpr Phases kWorking = in(kRunning, kStopping);
 
 // An exception leaves the service's work: STOPPED with whatever the last error is, 0 among others.
-constexpr Outcomes kServiceFails = to(kErrorCode, kTold, kEndsSooner);
+constexpr Outcomes kServiceFails = to(kErrorCode, kOtherCode, kTold, kEndsSooner);
 // The launch is given up and its goal stays open: the next TPM event tries again, if one comes.
 constexpr Outcomes kLaunchFails = to(kTold, kRunsOn);
 // The configuration counts as missing or broken, and the defaults may be what it says.
@@ -47,6 +47,10 @@ constexpr std::array kPermissions = {
 
     // Where the stack is: asked for by the log set-up, by the initialisation, by the loading of the
     // client library and by the launch.
+    // What fails for another device than the stack's is passed over.
+    Permission{"CM_Locate_DevNodeW", in(kEntering, kStarting) | kWorking, to(kUnnoticed, kTold)},
+    Permission{"CM_Get_DevNode_Registry_PropertyW", in(kEntering, kStarting) | kWorking,
+               to(kUnnoticed, kTold)},
     Permission{"CM_*", in(kEntering), kNoLog},
     Permission{"CM_*", in(kStarting), kServiceFails},
     Permission{"CM_*", kWorking, kServiceFails | kLaunchFails},
@@ -77,7 +81,9 @@ constexpr std::array kPermissions = {
     Permission{"FindFirstFileW", in(kStarting), kDefaults | to(kTerminate)},
     Permission{"memcpy_s", in(kEntering), kNoLog},
     Permission{"memcpy_s", in(kStarting), to(kTerminate)},
-    Permission{"_dupenv_s", in(kEntering, kStarting), kDefaults},
+    // A variable that cannot be read counts as absent, and then the stack is asked.
+    Permission{"_dupenv_s", in(kEntering), kDefaults | kNoLog},
+    Permission{"_dupenv_s", in(kStarting), kDefaults | kServiceFails},
 
     // The outlets of the log.
     Permission{"EventRegister", in(kEntering), kNoLog},
@@ -86,7 +92,7 @@ constexpr std::array kPermissions = {
 
     // The privileges: whatever fails, the service goes on with the token that it has.
     Permission{"OpenProcessToken", in(kEntering), to(kTold)},
-    Permission{"LookupPrivilegeValueW", in(kEntering), to(kTold)},
+    Permission{"LookupPrivilegeValueW", in(kEntering), to(kTold, kUnnoticed)},
     Permission{"AdjustTokenPrivileges", in(kEntering), to(kTold)},
 
     // The service manager.
@@ -98,19 +104,19 @@ constexpr std::array kPermissions = {
 
     // The lock of the service's object, and its namespace.
     Permission{"CreateMutexW", in(kStarting), kServiceFails},
-    Permission{"CreateBoundaryDescriptorW", in(kStarting), to(kErrorCode)},
-    Permission{"CreateWellKnownSid", in(kStarting), to(kErrorCode)},
-    Permission{"AddSIDToBoundaryDescriptor", in(kStarting), to(kErrorCode)},
-    Permission{"CreatePrivateNamespaceW", in(kStarting), to(kErrorCode)},
+    Permission{"CreateBoundaryDescriptorW", in(kStarting), to(kErrorCode, kOtherCode, kTold)},
+    Permission{"CreateWellKnownSid", in(kStarting), to(kErrorCode, kOtherCode, kTold)},
+    Permission{"AddSIDToBoundaryDescriptor", in(kStarting), to(kErrorCode, kOtherCode, kTold)},
+    Permission{"CreatePrivateNamespaceW", in(kStarting), to(kErrorCode, kUnnoticed)},
 
     // The events and the waits. Without a stop event, and with no error either, the wait fails
     // without end.
     Permission{"CreateEventW", kWorking, kServiceFails | to(kEndless)},
-    Permission{"OpenEventW", kWorking, to(kTold, kRunsOn)},
+    Permission{"OpenEventW", kWorking, to(kTold, kUnnoticed, kRunsOn)},
     Permission{"WaitForMultipleObjects", kWorking, to(kTold, kEndless)},
     Permission{"WaitForSingleObject", kWorking, kServiceFails},
-    Permission{"ReleaseMutex", kWorking, to(kTold)},
-    Permission{"SetEvent", kWorking, to(kTold, kRunsOn)},
+    Permission{"ReleaseMutex", kWorking, to(kTold, kRunsOn)},
+    Permission{"SetEvent", kWorking, to(kTold, kRunsOn, kEndless)},
     Permission{"ResetEvent", kWorking, to(kUnnoticed)},
 
     // The client's libraries: what is missing is an exception that the service's main function does
@@ -118,34 +124,57 @@ constexpr std::array kPermissions = {
     Permission{"SetDllDirectoryW", kWorking, to(kUnnoticed)},
     Permission{"LoadLibraryW", kWorking, to(kTerminate)},
     Permission{"LoadLibraryExW", kWorking, to(kTerminate, kTold, kUnnoticed)},
-    Permission{"GetProcAddress", kWorking, to(kTold, kFault)},
+    Permission{"GetProcAddress", kWorking, to(kTold, kUnnoticed, kFault)},
 
     // The recertification program.
     Permission{"CreateProcessW", kWorking, kLaunchFails},
 
     // Texts of the system, and ours in their place.
-    Permission{"FormatMessageW", kAlways, to(kTold)},
+    Permission{"FormatMessageW", kAlways, to(kTold, kUnnoticed)},
 
     // The scheduled task. No failure is more than lines of the log; but where a task is there
     // already no result is looked at, and what is used then is null.
-    Permission{"GetModuleFileNameW", kWorking, to(kTold)},
+    Permission{"GetModuleFileNameW", kWorking, to(kTold, kUnnoticed)},
     Permission{"PathRemoveFileSpecW", kWorking, to(kTold, kUnnoticed)},
-    Permission{"VerifyVersionInfoW", kWorking, to(kTold)},
+    Permission{"VerifyVersionInfoW", kWorking, to(kTold, kUnnoticed)},
     Permission{"CoInitializeEx", kWorking, to(kTold)},
     Permission{"CoInitializeSecurity", kWorking, to(kTold)},
     Permission{"CoCreateInstance", kWorking, to(kTold)},
     Permission{"SysAllocString*", kWorking, to(kTerminate)},
     Permission{"VariantClear", kWorking, to(kUnnoticed)},
     Permission{"ITaskService::*", kWorking, to(kTold)},
-    Permission{"ITaskFolder::GetTask", kWorking, to(kTold)},
-    Permission{"ITaskFolder::DeleteTask", kWorking, to(kUnnoticed)},
+    Permission{"ITaskFolder::GetTask", kWorking, to(kTold, kUnnoticed)},
+    Permission{"ITaskFolder::DeleteTask", kWorking, to(kUnnoticed, kTold)},
     Permission{"ITaskFolder::RegisterTaskDefinition", kWorking, to(kTold)},
+    Permission{"IRegisteredTask::get_Definition", kWorking, to(kFault)},
+    Permission{"ITaskDefinition::*", kWorking, to(kTold)},
+    Permission{"ITaskDefinition::get_Actions", kWorking, to(kFault)},
+    Permission{"IRegistrationInfo::put_Author", kWorking, to(kTold)},
+    Permission{"IRegistrationInfo::put_Date", kWorking, to(kUnnoticed)},
+    Permission{"IPrincipal::put_LogonType", kWorking, to(kTold)},
+    Permission{"ITaskSettings::get_IdleSettings", kWorking, to(kTold)},
+    Permission{"ITaskSettings::put_IdleSettings", kWorking, to(kTold)},
+    // Not looked at; the scheduler itself may refuse to save what is left, or start it otherwise.
+    Permission{"ITaskSettings::put_*", kWorking, to(kUnnoticed, kTold)},
+    Permission{"IIdleSettings::put_RestartOnIdle", kWorking, to(kTold)},
+    Permission{"IIdleSettings::put_IdleDuration", kWorking, to(kUnnoticed)},
+    Permission{"IIdleSettings::put_WaitTimeout", kWorking, to(kUnnoticed)},
+    Permission{"IIdleSettings::put_StopOnIdleEnd", kWorking, to(kUnnoticed)},
+    Permission{"ITriggerCollection::Create", kWorking, to(kTold)},
+    Permission{"IEventTrigger::put_Enabled", kWorking, to(kUnnoticed)},
+    Permission{"IEventTrigger::put_Subscription", kWorking, to(kTold)},
+    Permission{"IActionCollection::Create", kWorking, to(kTold)},
+    Permission{"IActionCollection::get_Item", kWorking, to(kFault)},
+    Permission{"IUnknown::QueryInterface", kWorking, to(kTold, kFault)},
+    Permission{"IExecAction::put_Path", kWorking, to(kTold, kUnnoticed)},
+    Permission{"IExecAction::get_Path", kWorking, to(kFault)},
 
-    // What is let go: nothing depends on it. Only a file and the token say so.
+    // What is let go: nothing depends on it. Only a file and the token say so. But the exit code
+    // after an exception is the last error, and that is then this one.
     Permission{"CloseHandle", in(kEntering, kStarting), kDefaults},
-    Permission{"CloseHandle", kWorking | in(kStopped), to(kUnnoticed)},
-    Permission{"ClosePrivateNamespace", in(kStopped), to(kTold)},
-    Permission{"EventUnregister", in(kStopped), to(kUnnoticed)},
+    Permission{"CloseHandle", kAlways, to(kUnnoticed, kOtherCode)},
+    Permission{"ClosePrivateNamespace", kAlways, to(kTold, kOtherCode)},
+    Permission{"EventUnregister", in(kEntering, kStopped), to(kUnnoticed)},
     Permission{"FindClose", in(kEntering, kStarting), to(kUnnoticed)},
     Permission{"FreeLibrary", kWorking | in(kStopped), to(kUnnoticed)},
     Permission{"HeapFree", in(kEntering), to(kUnnoticed, kTold)},
@@ -161,6 +190,8 @@ constexpr std::array kExplanations = {
                 "GetDeviceList CM_Get_Device_ID_List_Size failed with status = "},
     Explanation{"CM_Get_Device_ID_ListW", "CM_Get_Device_ID_List failed with status = "},
     Explanation{"CM_Open_DevNode_Key", "CM_Open_DevNode_Key failed with status = "},
+    // A stop that comes in the pause ahead of STOPPED finds no service any more.
+    Explanation{"*", "ServiceControlHandler function Singleton::getInstance():NULL instance of "},
     Explanation{"RegOpenKeyExW", "Couldn't find <tALS Client> in device registry."},
     Explanation{"RegOpenKeyExW", "tals stack not installed"},
     Explanation{"RegQueryValueExW", "tals stack not installed"},
@@ -205,6 +236,9 @@ constexpr std::array kExplanations = {
     Explanation{"CreateEventW", "Waiting for event failed with error: "},
     Explanation{"WaitForMultipleObjects", "Waiting for event failed with error: "},
     Explanation{"WaitForSingleObject", "ScopedLock:Lock failed for "},
+    Explanation{"FormatMessageW", "Process exception occured: Last error code: "},
+    Explanation{"calloc", "Process exception occured: Last error code: "},
+    Explanation{"ReleaseMutex", "ScopedLock:Lock failed for "},
     Explanation{"ReleaseMutex", "ScopedLock dtor: Unlock failed for: "},
     Explanation{"SetEvent",
                 "~Event Unexpected error occured: Event::signal:SetEvent failed, err: "},
@@ -222,6 +256,7 @@ constexpr std::array kUnbalanced = {
     Unbalanced{"EventUnregister", "provider from EventRegister is still open"},
     Unbalanced{"FindClose", "find from FindFirstFileW is still open"},
     Unbalanced{"FreeLibrary", "module from LoadLibraryExW is still open"},
+    Unbalanced{"LocalFree", "allocation from FormatMessageW is still open"},
     Unbalanced{"GetProcessHeap", "allocation from HeapAlloc is still open"},
     Unbalanced{"HeapFree", "allocation from HeapAlloc is still open"},
     Unbalanced{"RegCloseKey", "key from CM_Open_DevNode_Key is still open"},

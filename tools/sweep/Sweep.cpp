@@ -1,5 +1,6 @@
 #include "tools/sweep/Sweep.h"
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <mutex>
@@ -134,6 +135,23 @@ std::unique_ptr<NurseryProcess> Sweep::raise(const Swept& swept,
   return std::move(std::get<std::unique_ptr<NurseryProcess>>(started));
 }
 
+bool isHeard(const host::Scenario& scenario) {
+  using Kind = host::Action::Kind;
+  return scenario.debugListener &&
+         std::none_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
+           return step.action.kind == Kind::kDetachListener;
+         });
+}
+
+// Whether the scenario itself makes this call fail.
+bool failsAnyway(const host::Scenario& scenario, const Place& place) {
+  return std::any_of(scenario.faults.begin(), scenario.faults.end(),
+                     [&](const host::InjectedFault& fault) {
+                       return fault.call == host::callsThatCanFail()[place.call] &&
+                              (fault.nth == place.nth || (fault.lasting && fault.nth < place.nth));
+                     });
+}
+
 std::optional<runner::DriveFolder> makeFolder() {
   auto made = runner::DriveFolder::make(std::nullopt);
   if (auto* folder = std::get_if<runner::DriveFolder>(&made)) {
@@ -164,7 +182,10 @@ void Sweep::plan(Swept& swept) {
   }
   const std::span calls(watch.calls, std::min(watch.count, host::LifeWatch::kMostCalls));
   swept.plain = sightOf(plain);
+  swept.plain.isHeard = isHeard(scenario);
   swept.plan = planFaults(calls);
+  std::erase_if(swept.plan.places,
+                [&](const Place& place) { return failsAnyway(scenario, place); });
   const std::lock_guard guard(lock_);
   for (const host::WatchedCall& call : calls) {
     result_.reached.insert(host::callsThatCanFail()[call.call]);

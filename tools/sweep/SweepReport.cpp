@@ -2,7 +2,9 @@
 
 #include <string>
 
-#include "platform/host/FaultTable.h"
+#include "platform/host/CallNames.h"
+#include "tools/runner/ScenarioRun.h"
+#include "tools/sweep/ProductCalls.h"
 
 namespace sweep {
 namespace {
@@ -11,6 +13,23 @@ constexpr std::size_t kMostShown = 40;
 
 void row(std::ostream& out, const std::string& what, std::size_t number) {
   out << "| " << what << " | " << number << " |\n";
+}
+
+// A method counts as reached if any interface has one of that name that is.
+std::set<std::string_view> neverReached(const SweepResult& result) {
+  const auto ownName = [](std::string_view call) { return call.substr(call.rfind(':') + 1); };
+  std::set<std::string_view> reached;
+  for (const std::string_view call : result.reached) {
+    reached.insert(ownName(call));
+  }
+  std::set<std::string_view> never;
+  for (const std::string_view call :
+       productCalls(runner::scenarioFolder().parent_path(), host::callsThatCanFail())) {
+    if (!reached.contains(ownName(call))) {
+      never.insert(call);
+    }
+  }
+  return never;
 }
 
 }  // namespace
@@ -62,6 +81,12 @@ void printFigures(std::ostream& out, const SweepResult& result, std::chrono::sec
   }
   row(out, "runs that are not as they may be", result.objections.size());
   row(out, "seconds", static_cast<std::size_t>(took.count()));
+  out << "\nCalls of the product that no scenario of these comes to:";
+  const std::set<std::string_view> never = neverReached(result);
+  for (const std::string_view call : never) {
+    out << ' ' << call;
+  }
+  out << (never.empty() ? " none\n" : "\n");
 }
 
 }  // namespace sweep

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/host/FaultTable.h"
 #include "platform/host/Imbalances.h"
 #include "tools/sweep/Permitted.h"
 
@@ -14,18 +15,46 @@ bool isListed(const std::string& line) {
                      [&](const host::Imbalance& row) { return row.text == line; });
 }
 
-// Whether nobody can tell, because the log of this scenario has no line of level DEBUG: most
-// failures are told there.
+// Whether nobody can tell, because the log of this scenario is not heard, or has no line of level
+// DEBUG: most failures are told there.
 bool isQuiet(const Sight& plain) {
   constexpr std::string_view kDebug = "[DBG] ";
-  return std::none_of(plain.lines.begin(), plain.lines.end(),
+  return !plain.isHeard ||
+         std::none_of(plain.lines.begin(), plain.lines.end(),
                       [](const std::string& line) { return line.starts_with(kDebug); });
 }
 
-bool mayBe(const Sight& plain, const Strike& strike, Outcome outcome) {
-  return isPermitted(strike.call, strike.phase, outcome) ||
-         (outcome == Outcome::kUnnoticed && isQuiet(plain) &&
-          isPermitted(strike.call, strike.phase, Outcome::kTold));
+bool isAbnormal(const Sight& sight) {
+  return sight.end == runner::End::kFault || sight.end == runner::End::kTerminate;
+}
+
+// A method that does its work and answers with a number that is no failure.
+bool isSuccess(const Strike& strike) {
+  const host::FaultRow* const row = host::faultRowOf(strike.call);
+  constexpr DWORD kFalse = 1;
+  return row != nullptr && row->kind == host::FaultKind::kHresult && strike.error == kFalse;
+}
+
+bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outcome outcome) {
+  if (isSuccess(strike)) {
+    return outcome == Outcome::kUnnoticed;
+  }
+  const auto isIn = [&](Outcome permitted) {
+    return isPermitted(strike.call, strike.phase, permitted);
+  };
+  switch (outcome) {
+    case Outcome::kUnnoticed:
+      // The plain run ended in a way that is permitted here, and so does this one.
+      return isIn(outcome) || (isQuiet(plain) && isIn(Outcome::kTold)) ||
+             (endOf(faulted) != Outcome::kTold && isIn(endOf(faulted)));
+    case Outcome::kTold:
+      return isIn(outcome) || isIn(endOf(faulted));
+    case Outcome::kEndsSooner:
+      // It did not come to the plain run's abnormal end.
+      return isIn(outcome) || (isAbnormal(plain) && isIn(Outcome::kTold));
+    default:
+      return isIn(outcome);
+  }
 }
 
 }  // namespace
@@ -39,7 +68,7 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
     verdict.reasons.emplace_back("the fault never struck");
     return verdict;
   }
-  if (!mayBe(plain, strike, verdict.outcome)) {
+  if (!mayBe(plain, faulted, strike, verdict.outcome)) {
     verdict.reasons.push_back("it must not come to \"" + std::string(outcomeText(verdict.outcome)) +
                               "\": " + faulted.endText);
   }
