@@ -115,6 +115,14 @@ TEST(VerdictTest, ALogThatNobodyHearsTellsNothing) {
       Reasons{});
 }
 
+TEST(VerdictTest, WhatFailsAnywayMayFail) {
+  const Sight failing = life({"[DBG] a",
+                              "[ERR] [TPM] Cannot run OrvixVTMEKRecertification.exe "
+                              "process."});
+  EXPECT_EQ(judgeFault(failing, failing, strike("CreateProcessW", Phase::kRunning)).reasons,
+            Reasons{});
+}
+
 TEST(VerdictTest, AFaultThatNeverStruckIsAReason) {
   EXPECT_EQ(judgeFault(life({}), life({}), {"CloseHandle", Phase::kLoading, false, 5}).reasons,
             Reasons{"the fault never struck"});

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/host/Nursery.h"
 #include "tools/sweep/Outcome.h"
@@ -31,6 +33,10 @@ struct Explanation {
 };
 std::span<const Explanation> explanations();
 bool isExplained(std::string_view call, std::string_view line);
+
+// Whether the plain run tells of a failure of this call: on that machine it fails anyway, and to be
+// told to fail with the same error changes nothing.
+bool isToldAnyway(std::string_view call, const std::vector<std::string>& plainLines);
 
 // What stays open, or is let go in vain, because these calls failed: lines of the ledger.
 struct Unbalanced {

@@ -45,7 +45,8 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
   switch (outcome) {
     case Outcome::kUnnoticed:
       // The plain run ended in a way that is permitted here, and so does this one.
-      return isIn(outcome) || (isQuiet(plain) && isIn(Outcome::kTold)) ||
+      return isIn(outcome) || isToldAnyway(strike.call, plain.lines) ||
+             (isQuiet(plain) && isIn(Outcome::kTold)) ||
              (endOf(faulted) != Outcome::kTold && isIn(endOf(faulted)));
     case Outcome::kTold:
       return isIn(outcome) || isIn(endOf(faulted));
