@@ -32,6 +32,12 @@ struct Swept {
   FaultPlan plan;
 };
 
+// Where lives happen. The nursery goes ahead of the folder that it works in.
+struct Ground {
+  runner::DriveFolder folder;
+  std::unique_ptr<NurseryProcess> nursery;
+};
+
 struct Piece {
   const Swept* swept;
   std::size_t begin;
@@ -72,8 +78,7 @@ class Sweep {
             const host::LifeWatch& watch);
   void object(Objection objection);
   void advance(std::size_t lives);
-  std::unique_ptr<NurseryProcess> raise(const Swept& swept,
-                                        const std::optional<runner::DriveFolder>& folder);
+  std::optional<Ground> prepare(const Swept& swept);
 
   const SweepOptions& options_;
   std::vector<Swept> swept_;
@@ -125,14 +130,20 @@ void Sweep::advance(std::size_t lives) {
   }
 }
 
-std::unique_ptr<NurseryProcess> Sweep::raise(const Swept& swept,
-                                             const std::optional<runner::DriveFolder>& folder) {
-  auto started = NurseryProcess::start(swept.loaded, folder->drive());
+// Nothing, and an objection, if lives of this scenario cannot be had.
+std::optional<Ground> Sweep::prepare(const Swept& swept) {
+  auto made = runner::DriveFolder::make(std::nullopt);
+  if (const auto* refusal = std::get_if<std::string>(&made)) {
+    object({swept.loaded.scenario.name, {*refusal}});
+    return std::nullopt;
+  }
+  auto& folder = std::get<runner::DriveFolder>(made);
+  auto started = NurseryProcess::start(swept.loaded, folder.drive());
   if (const auto* refusal = std::get_if<std::string>(&started)) {
     object({swept.loaded.scenario.name, {*refusal}});
-    return nullptr;
+    return std::nullopt;
   }
-  return std::move(std::get<std::unique_ptr<NurseryProcess>>(started));
+  return Ground{std::move(folder), std::move(std::get<std::unique_ptr<NurseryProcess>>(started))};
 }
 
 bool isHeard(const host::Scenario& scenario) {
@@ -152,22 +163,13 @@ bool failsAnyway(const host::Scenario& scenario, const Place& place) {
                      });
 }
 
-std::optional<runner::DriveFolder> makeFolder() {
-  auto made = runner::DriveFolder::make(std::nullopt);
-  if (auto* folder = std::get_if<runner::DriveFolder>(&made)) {
-    return std::move(*folder);
-  }
-  return std::nullopt;
-}
-
 void Sweep::plan(Swept& swept) {
   const host::Scenario& scenario = swept.loaded.scenario;
-  const auto folder = makeFolder();
-  const auto nursery = folder ? raise(swept, folder) : nullptr;
-  if (nursery == nullptr) {
+  const auto ground = prepare(swept);
+  if (!ground) {
     return;
   }
-  const auto lived = nursery->live({});
+  const auto lived = ground->nursery->live({});
   if (const auto* refusal = std::get_if<std::string>(&lived)) {
     object({scenario.name, {*refusal}});
     return;
@@ -176,7 +178,7 @@ void Sweep::plan(Swept& swept) {
   for (const auto& difference : judge(scenario, plain, runner::Lines::kCompared)) {
     object({scenario.name + ", without a fault", {difference.summary}});
   }
-  const host::LifeWatch& watch = nursery->watch();
+  const host::LifeWatch& watch = ground->nursery->watch();
   if (watch.count > host::LifeWatch::kMostCalls) {
     object({scenario.name, {"it makes more calls than can be kept"}});
   }
@@ -210,15 +212,14 @@ void Sweep::cutIntoPieces() {
 }
 
 void Sweep::sweep(const Piece& piece) {
-  const auto folder = makeFolder();
-  const auto nursery = folder ? raise(*piece.swept, folder) : nullptr;
-  if (nursery == nullptr) {
+  const auto ground = prepare(*piece.swept);
+  if (!ground) {
     return;
   }
   std::size_t fault = piece.firstFault;
   for (std::size_t i = piece.begin; i < piece.end; ++i) {
     const Place& place = piece.swept->plan.places[i];
-    if (!sweepPlace(*piece.swept, *nursery, place, fault)) {
+    if (!sweepPlace(*piece.swept, *ground->nursery, place, fault)) {
       return;
     }
     fault += errorsOf(place);

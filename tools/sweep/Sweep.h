@@ -20,7 +20,7 @@ struct SweepOptions {
   unsigned jobs = 1;                   // lives side by side
   unsigned every = 1;                  // one in so many faults
   // Told now and then how many lives of how many there have been.
-  std::function<void(std::size_t done, std::size_t all)> onProgress;
+  std::function<void(std::size_t done, std::size_t all)> onProgress = {};
 };
 
 // A fault whose run is not as it may be, or a scenario that could not be swept.
