@@ -112,6 +112,15 @@ TEST(OutcomeTest, SeesTheErrorsOfTheLogAndNotTheMarksOfFaults) {
   EXPECT_EQ(sight.ledger, (std::vector<std::string>{"z"}));
 }
 
+TEST(OutcomeTest, TheLastErrorAheadOfAStatusIsNotCompared) {
+  runner::RunResult result;
+  addRecord(result, {host::ReportKind::kDebugLine, 0,
+                     "[ERR] [TPM] CM_Open_DevNode_Key failed with status = 122 for a 46"});
+  EXPECT_EQ(sightOf(result).lines,
+            std::vector<std::string>{"[ERR] [TPM] CM_Open_DevNode_Key failed with status = # for a "
+                                     "46"});
+}
+
 TEST(ReportOrderTest, AWholeLifeIsLegal) {
   EXPECT_EQ(illegalReport({{SERVICE_START_PENDING, 1, 0, 0, 0},
                            {SERVICE_RUNNING, 0, 0, 1, 0},

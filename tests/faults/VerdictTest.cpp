@@ -123,6 +123,14 @@ TEST(VerdictTest, WhatFailsAnywayMayFail) {
             Reasons{});
 }
 
+TEST(VerdictTest, WhatTheScenarioMakesFailMayComeAtAnotherPlace) {
+  const Sight failing = life({"[ERR] [TPM] Cannot create event with error: 5"});
+  Strike moved = strike("OpenProcessToken", Phase::kEntering);
+  EXPECT_FALSE(judgeFault(life({"[DBG] a"}), failing, moved).reasons.empty());
+  moved.alsoFailing = {"CreateEventW"};
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), failing, moved).reasons, Reasons{});
+}
+
 TEST(VerdictTest, AFaultThatNeverStruckIsAReason) {
   EXPECT_EQ(judgeFault(life({}), life({}), {"CloseHandle", Phase::kLoading, false, 5}).reasons,
             Reasons{"the fault never struck"});

@@ -130,6 +130,14 @@ void Sweep::advance(std::size_t lives) {
   }
 }
 
+std::vector<std::string> ownFaults(const Swept& swept) {
+  std::vector<std::string> calls;
+  for (const host::InjectedFault& fault : swept.loaded.scenario.faults) {
+    calls.push_back(fault.call);
+  }
+  return calls;
+}
+
 // Nothing, and an objection, if lives of this scenario cannot be had.
 std::optional<Ground> Sweep::prepare(const Swept& swept) {
   auto made = runner::DriveFolder::make(std::nullopt);
@@ -264,8 +272,8 @@ void Sweep::take(const Swept& swept, const host::LifeOrder& order, const runner:
                  const host::LifeWatch& watch) {
   const Sight sight = sightOf(life);
   const std::string_view call = host::callsThatCanFail()[order.call];
-  const Verdict verdict =
-      judgeFault(swept.plain, sight, {call, watch.phaseAtStrike, watch.struck, order.error});
+  const Verdict verdict = judgeFault(
+      swept.plain, sight, {call, watch.phaseAtStrike, watch.struck, order.error, ownFaults(swept)});
   std::string where = swept.loaded.scenario.name + ": fail " + std::string(call) +
                       (order.lasting ? " from " : " ") + std::to_string(order.nth) + " with " +
                       std::to_string(order.error);

@@ -24,6 +24,15 @@ bool isQuiet(const Sight& plain) {
                       [](const std::string& line) { return line.starts_with(kDebug); });
 }
 
+bool isPermittedAnytime(std::string_view call, Outcome outcome) {
+  for (std::size_t i = 0; i < host::kPhases; ++i) {
+    if (isPermitted(call, static_cast<host::Phase>(i), outcome)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 bool isAbnormal(const Sight& sight) {
   return sight.end == runner::End::kFault || sight.end == runner::End::kTerminate;
 }
@@ -40,7 +49,10 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
     return outcome == Outcome::kUnnoticed;
   }
   const auto isIn = [&](Outcome permitted) {
-    return isPermitted(strike.call, strike.phase, permitted);
+    return isPermitted(strike.call, strike.phase, permitted) ||
+           std::any_of(
+               strike.alsoFailing.begin(), strike.alsoFailing.end(),
+               [&](const std::string& call) { return isPermittedAnytime(call, permitted); });
   };
   switch (outcome) {
     case Outcome::kUnnoticed:
@@ -77,7 +89,9 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
     verdict.reasons.push_back(std::move(illegal));
   }
   for (const std::string& line : verdict.errors) {
-    if (!isExplained(strike.call, line)) {
+    if (!isExplained(strike.call, line) &&
+        std::none_of(strike.alsoFailing.begin(), strike.alsoFailing.end(),
+                     [&](const std::string& call) { return isExplained(call, line); })) {
       verdict.reasons.push_back("not explained: " + line);
     }
   }
