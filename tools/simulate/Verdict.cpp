@@ -230,12 +230,25 @@ void Judgement::end() {
   }
 }
 
-void Judgement::ledger() {
+// What there was too much of, whether the scenario names it or not; empty for what did not come.
+std::string imbalanceIn(const std::string& entry) {
   constexpr std::string_view kUnnamed = "unnamed: ";
+  if (entry.starts_with(kUnnamed)) {
+    return entry.substr(kUnnamed.size());
+  }
+  for (const host::Imbalance& row : host::imbalances()) {
+    if (entry.starts_with(std::string(host::kNamedImbalance) + std::string(row.text) + " (")) {
+      return std::string(row.text);
+    }
+  }
+  return {};
+}
+
+void Judgement::ledger() {
   std::map<std::string, unsigned> left;
   for (const std::string& entry : life_.result.ledger) {
-    if (entry.starts_with(kUnnamed)) {
-      ++left[entry.substr(kUnnamed.size())];
+    if (const std::string text = imbalanceIn(entry); !text.empty()) {
+      ++left[text];
     }
   }
   const bool isWhole = life_.result.end == End::kExit;

@@ -11,7 +11,10 @@
 #include <variant>
 #include <vector>
 
+#include "tools/runner/ScenarioCatalog.h"
+#include "tools/runner/ScenarioRun.h"
 #include "tools/simulate/Options.h"
+#include "tools/simulate/Orders.h"
 #include "tools/simulate/Simulation.h"
 
 namespace {
@@ -120,6 +123,63 @@ int replay(const simulate::Options& options) {
   return result.broken.empty() ? kAllKept : kSomethingBroken;
 }
 
+void printOrders(const simulate::OrderResult& result) {
+  constexpr const char* kNames[simulate::kOrderKinds] = {"one deviation",   "two deviations",
+                                                         "by seed",         "a stop placed",
+                                                         "a signal placed", "the end placed"};
+  std::cout << result.scenario << ": " << result.calls << " calls, " << result.decisions
+            << " decisions";
+  if (!result.refusal.empty()) {
+    std::cout << "; left out: " << result.refusal;
+  }
+  for (std::size_t i = 0; i < simulate::kOrderKinds; ++i) {
+    const simulate::OrderFigures& figures = result.figures[i];
+    if (figures.possible > 0) {
+      std::cout << "; " << kNames[i] << ' ' << figures.lives << " of " << figures.possible;
+      if (figures.otherOrder > 0) {
+        std::cout << " (" << figures.otherOrder << " in another permitted order)";
+      }
+    }
+  }
+  std::cout << "; " << result.failed << " failed\n";
+  printBroken(result.failures);
+}
+
+int enumerateOrders(const simulate::Options& options) {
+  const runner::ScenarioCatalog catalog(runner::scenarioFolder());
+  std::vector<std::filesystem::path> files;
+  for (const std::string& name : options.scenarios.empty() ? catalog.names() : options.scenarios) {
+    const auto file = catalog.find(name);
+    if (!file) {
+      return refuse("there is no scenario " + name);
+    }
+    files.push_back(*file);
+  }
+  const auto began = Clock::now();
+  const auto ran =
+      simulate::runAllOrders(files, options.budget, options.jobs, progress("scenarios"));
+  if (const auto* refusal = std::get_if<std::string>(&ran)) {
+    return refuse(*refusal);
+  }
+  std::array<std::uint64_t, simulate::kOrderKinds> lives{};
+  std::uint64_t failed = 0;
+  std::uint64_t sum = 0;
+  for (const auto& result : std::get<std::vector<simulate::OrderResult>>(ran)) {
+    printOrders(result);
+    failed += result.failed;
+    for (std::size_t i = 0; i < simulate::kOrderKinds; ++i) {
+      lives[i] += result.figures[i].lives;
+      sum += result.figures[i].lives;
+    }
+  }
+  const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
+  std::cout << files.size() << " scenarios, " << lives[0] + lives[1] << " orders enumerated, "
+            << lives[2] << " drawn, " << lives[3] + lives[4] + lives[5] << " events placed, "
+            << fixed(seconds, 1) << " s, " << fixed(static_cast<double>(sum) / seconds, 0)
+            << " lives/s, " << failed << " failed\n";
+  return failed == 0 ? kAllKept : kSomethingBroken;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -136,6 +196,9 @@ int main(int argc, char** argv) {
   if (options.print) {
     std::cout << textOf(simulate::caseOfSeed(options.firstSeed, simulate::longSpanMs({})));
     return kAllKept;
+  }
+  if (options.orders) {
+    return enumerateOrders(options);
   }
   return options.replay.empty() ? simulateSeeds(options) : replay(options);
 }
