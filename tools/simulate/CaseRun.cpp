@@ -22,12 +22,12 @@ std::optional<std::string> configOf(const host::Scenario& scenario, const fs::pa
 
 }  // namespace
 
-std::variant<std::unique_ptr<CaseRunner>, std::string> CaseRunner::make() {
+std::variant<std::unique_ptr<CaseRunner>, std::string> CaseRunner::make(const fs::path& service) {
   auto folder = runner::DriveFolder::make(std::nullopt);
   if (auto* refusal = std::get_if<std::string>(&folder)) {
     return *refusal;
   }
-  auto lives = ServedLives::start();
+  auto lives = ServedLives::start(service);
   if (auto* refusal = std::get_if<std::string>(&lives)) {
     return *refusal;
   }

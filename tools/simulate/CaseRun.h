@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "tools/runner/DriveFolder.h"
+#include "tools/runner/ScenarioRun.h"
 #include "tools/simulate/Case.h"
 #include "tools/simulate/ServedLives.h"
 #include "tools/simulate/Verdict.h"
@@ -27,8 +28,9 @@ struct CaseResult {
 // on one thread; several stand side by side.
 class CaseRunner {
  public:
-  // Gives why not, if there can be none.
-  static std::variant<std::unique_ptr<CaseRunner>, std::string> make();
+  // Gives why not, if there can be none. `service` is the program whose lives are had.
+  static std::variant<std::unique_ptr<CaseRunner>, std::string> make(
+      const std::filesystem::path& service = runner::Programs().service);
 
   CaseResult run(const Case& one);
 

@@ -95,6 +95,7 @@ void LoopWatch::loopBegins(std::string_view /*rest*/) {
 }
 
 void LoopWatch::passBegins() {
+  expect(!byStop_, "the loop went on after a stop");
   place_ = Place::kPass;
   ran_ = {};
   looked_ = false;

@@ -10,9 +10,10 @@ constexpr std::uint32_t kWaitHintMs = 5000;
 }  // namespace
 
 // Both threads fill in one record with no lock. Who fills it in while the other's report is on its
-// way changes what that report tells: the same is told twice, and what was to be told is lost.
+// way changes what that report tells: the same is told twice, and what was to be told is lost. Once
+// a stop may come, that is the one report of STOPPED.
 bool ReportWatch::isOvertaken(const runner::Status& status) const {
-  return stopRequested_ && last_ && last_->state == status.state &&
+  return stopRequested_ && !overtaken_ && stopped_ == 0 && last_ && last_->state == status.state &&
          last_->checkPoint == status.checkPoint;
 }
 
@@ -60,6 +61,10 @@ void ReportWatch::status(const runner::Status& status) {
       break;
     case SERVICE_STOPPED:
       ++stopped_;
+      if (overtaken_) {
+        verdict_.breaks("the check-point did not rise: " + std::to_string(checkPoint_) +
+                        " was told twice");
+      }
       if (stopped_ > 1) {
         verdict_.hit(Probe::kStoppedTwice);
         if (!stopRequested_) {

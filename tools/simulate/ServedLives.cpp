@@ -16,7 +16,6 @@
 #include "platform/host/LifeServer.h"
 #include "tools/runner/LifeSurroundings.h"
 #include "tools/runner/RecordReader.h"
-#include "tools/runner/ScenarioRun.h"
 
 namespace simulate {
 namespace {
@@ -59,14 +58,15 @@ std::string orderOf(const ServedLife& life) {
 
 }  // namespace
 
-std::variant<std::unique_ptr<ServedLives>, std::string> ServedLives::start() {
+std::variant<std::unique_ptr<ServedLives>, std::string> ServedLives::start(
+    const std::filesystem::path& service) {
   std::unique_ptr<ServedLives> lives(new ServedLives);
   lives->report_ = movedUp(memfd_create("report", MFD_CLOEXEC));
   lives->stray_ = movedUp(memfd_create("stray", MFD_CLOEXEC));
   if (!lives->report_.isOpen() || !lives->stray_.isOpen()) {
     return systemText("no file for what a life tells");
   }
-  std::string refusal = lives->spawn();
+  std::string refusal = lives->spawn(service);
   if (!refusal.empty()) {
     return refusal;
   }
@@ -80,7 +80,7 @@ ServedLives::~ServedLives() {
   }
 }
 
-std::string ServedLives::spawn() {
+std::string ServedLives::spawn(const std::filesystem::path& service) {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
     return systemText("no socket");
@@ -101,14 +101,13 @@ std::string ServedLives::spawn() {
   for (std::string& option : runner::sanitizerEnvironment()) {
     environment.push_back(std::move(option));
   }
-  const runner::Programs programs;
   const runner::FixedAddresses fixedAddresses;
-  errno = posix_spawn(&process_, programs.service.c_str(), &files, nullptr,
-                      pointersTo(arguments).data(), pointersTo(environment).data());
+  errno = posix_spawn(&process_, service.c_str(), &files, nullptr, pointersTo(arguments).data(),
+                      pointersTo(environment).data());
   posix_spawn_file_actions_destroy(&files);
   if (errno != 0) {
     process_ = -1;
-    return systemText(programs.service.string());
+    return systemText(service.string());
   }
   const rlimit noCore{0, 0};
   prlimit(process_, RLIMIT_CORE, &noCore, nullptr);

@@ -25,7 +25,8 @@ struct ServedLife {
 class ServedLives {
  public:
   // Gives why not, if the program could not be started.
-  static std::variant<std::unique_ptr<ServedLives>, std::string> start();
+  static std::variant<std::unique_ptr<ServedLives>, std::string> start(
+      const std::filesystem::path& service);
 
   ~ServedLives();
   ServedLives(const ServedLives&) = delete;
@@ -37,7 +38,7 @@ class ServedLives {
  private:
   ServedLives() = default;
 
-  std::string spawn();
+  std::string spawn(const std::filesystem::path& service);
   std::string whole(int descriptor) const;
 
   pid_t process_ = -1;

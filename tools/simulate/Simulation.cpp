@@ -28,7 +28,7 @@ class Work {
       : options_(options), span_(longSpanMs(options)), next_(options.firstSeed) {}
 
   void runSeeds() {
-    auto made = CaseRunner::make();
+    auto made = CaseRunner::make(options_.service);
     if (auto* refusal = std::get_if<std::string>(&made)) {
       return refuse(*refusal);
     }
@@ -40,7 +40,13 @@ class Work {
       if (!result.refusal.empty()) {
         return refuse("seed " + std::to_string(seed) + ": " + result.refusal);
       }
-      if (take(seed, result)) {
+      if (!take(result)) {
+        continue;
+      }
+      if (options_.endsAtFirst) {
+        keep({seed, result.broken, textOf(one)});
+        next_ = end;
+      } else {
         shrink(runner, seed, textOf(one), result.broken);
       }
     }
@@ -61,7 +67,7 @@ class Work {
   }
 
   // Whether it is a failure that is to be shrunk.
-  bool take(std::uint64_t /*seed*/, const CaseResult& result) {
+  bool take(const CaseResult& result) {
     const std::scoped_lock lock(mutex_);
     ++result_.seeds;
     result_.lives += result.lives;
@@ -81,7 +87,10 @@ class Work {
 
   void shrink(CaseRunner& runner, std::uint64_t seed, const std::string& text,
               const std::vector<std::string>& broken) {
-    SimulationFailure failure{seed, broken, shrunkCase(runner, text, broken)};
+    keep({seed, broken, shrunkCase(runner, text, broken)});
+  }
+
+  void keep(SimulationFailure failure) {
     const std::scoped_lock lock(mutex_);
     result_.failures.push_back(std::move(failure));
   }

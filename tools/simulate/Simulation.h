@@ -19,6 +19,10 @@ struct SimulationOptions {
   // long enough for that.
   double years = 0;
   unsigned jobs = 1;
+  // Ends with the first seed that fails, whose case is not made shorter.
+  bool endsAtFirst = false;
+  // The program whose lives are had.
+  std::filesystem::path service = runner::Programs().service;
   // Told now and then: how many seeds of how many are done.
   std::function<void(std::uint64_t done, std::uint64_t all)> onProgress;
 };
