@@ -30,10 +30,24 @@ constexpr LineProbe kLineProbes[] = {
     {kHandlerFailed, Probe::kHandlerAfterTheObject},
 };
 
+// A log of which a part was not heard says nothing about what came before what.
+bool isListenedToThroughout(const host::Scenario& scenario) {
+  using Kind = host::Action::Kind;
+  return scenario.debugListener &&
+         std::none_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
+           return step.action.kind == Kind::kAttachListener ||
+                  step.action.kind == Kind::kDetachListener;
+         });
+}
+
 // Judges one life from its first record to its last.
 class Judgement {
  public:
-  explicit Judgement(const Life& life) : life_(life), loop_(life, verdict_), reports_(verdict_) {}
+  explicit Judgement(const Life& life)
+      : life_(life),
+        loop_(life, verdict_),
+        reports_(verdict_),
+        isLogWhole_(isListenedToThroughout(life.scenario)) {}
 
   Verdict pass();
 
@@ -54,6 +68,7 @@ class Judgement {
   Verdict verdict_;
   LoopWatch loop_;
   ReportWatch reports_;
+  const bool isLogWhole_;
   bool sawDebugLines_ = false;
   bool wasEnded_ = false;
   bool handlerFailed_ = false;
@@ -74,7 +89,7 @@ std::string_view bareText(std::string_view line) {
 
 void Judgement::line(std::string_view whole, host::Nanoseconds at) {
   const std::string_view text = bareText(whole);
-  sawDebugLines_ = sawDebugLines_ || whole.starts_with("[DBG] ");
+  sawDebugLines_ = sawDebugLines_ || (isLogWhole_ && whole.starts_with("[DBG] "));
   if (whole.starts_with("[ERR] ") || whole.starts_with("[FTL] ")) {
     error(text);
   }
