@@ -262,6 +262,13 @@ TEST(VerdictTest, LifeThatGoesOnAlthoughAllGoalsStand) {
   EXPECT_THAT(life.broken(), ElementsAre("the service goes on although all goals stand"));
 }
 
+TEST(VerdictTest, SpinWithoutAWaitOfZero) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.result_.end = runner::End::kEndless;
+  EXPECT_THAT(life.broken(), ElementsAre("the service spins although its wait is not zero"));
+}
+
 TEST(VerdictTest, WaitThatAConfigurationAsksFor) {
   EXPECT_EQ(simulate::expectedWaitMs(std::nullopt), 3'600'000);
   EXPECT_EQ(simulate::expectedWaitMs("LogLevel = \"DEBUG\"\n"), 3'600'000);

@@ -61,6 +61,7 @@ class Judgement {
   void faulted();
   void terminated();
   void goesOn();
+  void spun();
   void ledger();
   void situation();
 
@@ -218,6 +219,15 @@ void Judgement::goesOn() {
   }
 }
 
+// A wait of zero spins for as long as a goal is open, and that is required. Nothing else spins.
+void Judgement::spun() {
+  if (expectedWaitMs(life_.config) != 0) {
+    verdict_.breaks("the service spins although its wait is not zero");
+    return;
+  }
+  verdict_.hit(Probe::kSpin);
+}
+
 void Judgement::end() {
   switch (life_.result.end) {
     case End::kExit:
@@ -232,6 +242,9 @@ void Judgement::end() {
     case End::kRunning:
     case End::kDeadlock:
       goesOn();
+      break;
+    case End::kEndless:
+      spun();
       break;
     case End::kEnded:
       if (!wasEnded_) {

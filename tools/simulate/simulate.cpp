@@ -1,8 +1,11 @@
 // The simulation: lives of random machines under random orders of threads, each held against what
 // every life promises.
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -24,6 +27,14 @@ constexpr int kSomethingBroken = 1;
 constexpr int kNothingRun = 2;
 
 using Clock = std::chrono::steady_clock;
+
+// The drives of lives are made and removed hundreds of times a second, which a disk makes dear.
+void keepDrivesInMemory() {
+  constexpr char kMemory[] = "/dev/shm";
+  if (access(kMemory, W_OK | X_OK) == 0) {
+    setenv("TMPDIR", kMemory, 0);
+  }
+}
 
 int refuse(const std::string& reason) {
   std::cerr << "simulate: " << reason << '\n';
@@ -183,6 +194,7 @@ int enumerateOrders(const simulate::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  keepDrivesInMemory();
   const auto read = simulate::readOptions(std::vector<std::string>(argv + 1, argv + argc));
   if (const auto* wrong = std::get_if<std::string>(&read)) {
     std::cerr << "simulate: " << *wrong << '\n' << simulate::kUsage;
