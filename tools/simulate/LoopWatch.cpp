@@ -317,7 +317,8 @@ void LoopWatch::closes(std::string_view /*rest*/) {
 }
 
 void LoopWatch::stopComes(std::string_view /*rest*/) {
-  expect(!stop_.has_value(), "a second stop was taken");
+  // A second one may come along with the first, before STOP_PENDING is told; it signals anew.
+  stopTaken_ = false;
   stop_ = Stop{at_, !stopEventThere_, running_ != 0};
   if (!stopEventThere_) {
     verdict_.hit(Probe::kStopBeforeStopEvent);
