@@ -16,10 +16,12 @@
 #include "platform/host/Call.h"
 #include "platform/host/Imbalances.h"
 #include "platform/host/Ledger.h"
+#include "platform/host/LifeServer.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Nursery.h"
 #include "platform/host/ProcessObject.h"
 #include "platform/host/Report.h"
+#include "platform/host/Schedule.h"
 
 namespace host {
 namespace {
@@ -92,10 +94,17 @@ void prepareLife(const char* scenarioPath) {
 
 // Priorities below 101 belong to the implementation; 101 is ahead of all ordinary static objects.
 __attribute__((constructor(101))) void beginProcess() {
+  if (std::getenv(kLifeServerVariable) != nullptr) {
+    serveLives();
+  }
   const char* mode = std::getenv("TPM_HOST_MODE");
   const bool isReal = mode != nullptr && std::strcmp(mode, "real") == 0;
   Scheduler::instance().start(isReal ? Scheduler::Mode::kReal : Scheduler::Mode::kVirtual,
                               numberFrom("TPM_HOST_SEED"));
+  const char* order = std::getenv("TPM_HOST_ORDER");
+  if (order != nullptr && !Schedule::instance().follow(order, numberFrom("TPM_HOST_SEED"))) {
+    giveUp(std::string("TPM_HOST_ORDER is no order of threads: ") + order);
+  }
   if (const char* scenarioPath = std::getenv("TPM_HOST_SCENARIO")) {
     prepareLife(scenarioPath);
   }
@@ -131,6 +140,7 @@ __attribute__((destructor(101))) void endProcess() {
   }
   reportLedger(*theLife, lines);
   Report& report = Report::instance();
+  report.recordOrder();
   report.record(ReportKind::kHash, hexText(Journal::instance().hash()));
   report.record(ReportKind::kMemory, std::to_string(peakMemoryKiB()));
   report.record(ReportKind::kEnd, "exit " + std::to_string(theExitCode));

@@ -5,6 +5,10 @@
 
 #include <cstdio>
 
+#include "platform/host/Call.h"
+#include "platform/host/CallNames.h"
+#include "platform/host/Schedule.h"
+
 namespace host {
 namespace {
 
@@ -61,7 +65,23 @@ void Report::flush() {
   gathered_.clear();
 }
 
+void Report::recordOrder() {
+  const Schedule& schedule = Schedule::instance();
+  if (schedule.kind() != Schedule::Kind::kList) {
+    return;
+  }
+  std::string calls;
+  for (const std::string_view name : platformCalls()) {
+    if (const std::size_t count = Journal::instance().count(name); count > 0) {
+      calls += std::string(name) + " " + std::to_string(count) + "\n";
+    }
+  }
+  record(ReportKind::kDecisions, schedule.decisions());
+  record(ReportKind::kCalls, calls);
+}
+
 void Report::endNow(std::string_view how) {
+  recordOrder();
   record(ReportKind::kEnd, how);
   flush();
   _exit(0);

@@ -21,6 +21,8 @@ enum class ReportKind : char {
   kEnd = 'E',        // how it ended: "exit <code>", "running", "deadlock", "ended", "endless"
   kHash = 'H',       // the hash over all steps
   kMemory = 'M',     // peak resident memory in KiB
+  kDecisions = 'O',  // of a run with a list of deviations: Schedule::decisions
+  kCalls = 'A',      // of the same: each platform call that was made, with how often, one a line
 };
 
 class Report {
@@ -32,6 +34,9 @@ class Report {
   // write wakes the run tool. A fault or an abort still writes what was gathered.
   void open(int descriptor, bool together);
   void record(ReportKind kind, std::string_view text);
+
+  // The records of a run with a list of deviations; nothing in any other.
+  void recordOrder();
 
   // Writes what was gathered.
   void flush();

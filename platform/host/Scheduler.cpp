@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "platform/host/Races.h"
+#include "platform/host/Schedule.h"
 
 namespace host {
 namespace {
@@ -43,6 +44,14 @@ void futexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected) {
 void futexWake(std::atomic<std::uint32_t>& word) {
   syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word), FUTEX_WAKE_PRIVATE, 1, nullptr,
           nullptr, 0);
+}
+
+// The caller has nothing to wait for: it is as if the system gave it no processor.
+void holdUp(Nanoseconds delay) {
+  Scheduler& scheduler = Scheduler::instance();
+  const Scheduler::Guard guard;
+  scheduler.block(
+      "a processor", [] { return false; }, scheduler.now() + delay);
 }
 
 // "thread 1a2c (main)"
@@ -137,15 +146,26 @@ void Scheduler::yield(const char* call) {
     endlessLoopHandler_();
   }
   const bool turnIsOver = callsInTurn_ >= kCallsInATurn;
-  if (!turnIsOver && choices_.pick(kCallsBetweenChoices) != kCallsBetweenChoices - 1) {
+  Schedule& schedule = Schedule::instance();
+  if (const Nanoseconds delay = schedule.holdUp(); delay > 0) {
+    holdUp(delay);
+  }
+  const bool isDrawnHere =
+      schedule.kind() == Schedule::Kind::kUniform || schedule.kind() == Schedule::Kind::kStall;
+  if (isDrawnHere && !turnIsOver &&
+      choices_.pick(kCallsBetweenChoices) != kCallsBetweenChoices - 1) {
     return;
   }
   std::vector<Thread*> candidates = runnable();
   if (turnIsOver && candidates.size() > 1) {
     std::erase(candidates, &self);
   }
-  callsInTurn_ = 0;
-  Thread* next = candidates[choices_.pick(static_cast<std::uint32_t>(candidates.size()))];
+  Thread* next = isDrawnHere
+                     ? candidates[choices_.pick(static_cast<std::uint32_t>(candidates.size()))]
+                     : schedule.atCall(candidates, self);
+  if (isDrawnHere || turnIsOver) {
+    callsInTurn_ = 0;
+  }
   if (next != &self) {
     passTurn(self, *next);
   }
@@ -186,7 +206,10 @@ Thread* Scheduler::pick() {
   for (;;) {
     const std::vector<Thread*> candidates = runnable();
     if (!candidates.empty()) {
-      return candidates[choices_.pick(static_cast<std::uint32_t>(candidates.size()))];
+      Schedule& schedule = Schedule::instance();
+      return schedule.kind() == Schedule::Kind::kUniform
+                 ? candidates[choices_.pick(static_cast<std::uint32_t>(candidates.size()))]
+                 : schedule.atWait(candidates);
     }
     if (!jump()) {
       deadlock();

@@ -96,6 +96,8 @@ std::vector<std::string> printedLines(const Record& record, bool verbose) {
     case host::ReportKind::kMemory:
       return verbose ? marked("peak memory in KiB: ", record.text) : std::vector<std::string>{};
     case host::ReportKind::kEnd:
+    case host::ReportKind::kDecisions:
+    case host::ReportKind::kCalls:
       return {};
   }
   return {};
@@ -144,6 +146,8 @@ std::vector<std::string> comparableLines(const std::vector<Record>& records) {
       case host::ReportKind::kEnd:
       case host::ReportKind::kHash:
       case host::ReportKind::kMemory:
+      case host::ReportKind::kDecisions:
+      case host::ReportKind::kCalls:
         break;
     }
   }

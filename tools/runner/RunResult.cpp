@@ -106,6 +106,8 @@ void addRecord(RunResult& result, const Record& record) {
     case host::ReportKind::kNote:
     case host::ReportKind::kConsole:
     case host::ReportKind::kThreads:
+    case host::ReportKind::kDecisions:
+    case host::ReportKind::kCalls:
       break;
   }
 }

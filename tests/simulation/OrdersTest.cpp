@@ -1,0 +1,98 @@
+#include "tools/simulate/Orders.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <variant>
+
+#include "tests/machine/TemporaryFolder.h"
+#include "tools/runner/ScenarioRun.h"
+
+namespace {
+
+using simulate::OrderKind;
+
+constexpr std::uint64_t kBudget = 6;
+
+class OrdersTest : public ::testing::Test {
+ protected:
+  simulate::OrderResult ordersOf(const std::filesystem::path& file) {
+    auto made = simulate::CaseRunner::make();
+    if (auto* refusal = std::get_if<std::string>(&made)) {
+      ADD_FAILURE() << *refusal;
+      return {};
+    }
+    return simulate::runOrders(*std::get<std::unique_ptr<simulate::CaseRunner>>(made), file,
+                               kBudget);
+  }
+
+  static std::filesystem::path scenario(const std::string& name) {
+    return runner::scenarioFolder() / (name + ".scenario");
+  }
+
+  static const simulate::OrderFigures& figuresOf(const simulate::OrderResult& result,
+                                                 OrderKind kind) {
+    return result.figures[static_cast<std::size_t>(kind)];
+  }
+};
+
+TEST_F(OrdersTest, eachThreadHasItsOwnLines) {
+  const simulate::LinesByThread parts = simulate::byThread({
+      "[DBG] [TPM] Service started.",
+      "-- service manager: stop requested",
+      "-- service manager: STOP_PENDING, check-point 2, wait hint 5000 ms, exit code 0",
+      "-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0",
+      "[DBG] [TPM] Stopping service...",
+      "-- event Global\\TpmEnrollmentEvent signalled",
+  });
+  EXPECT_THAT(parts.service,
+              ::testing::ElementsAre(
+                  "[DBG] [TPM] Service started.",
+                  "-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0"));
+  EXPECT_THAT(parts.handler,
+              ::testing::ElementsAre("-- service manager: STOP_PENDING, check-point 2, wait hint "
+                                     "5000 ms, exit code 0",
+                                     "[DBG] [TPM] Stopping service..."));
+  EXPECT_THAT(parts.script,
+              ::testing::ElementsAre("-- service manager: stop requested",
+                                     "-- event Global\\TpmEnrollmentEvent signalled"));
+}
+
+TEST_F(OrdersTest, lifeWithAStopHasOrdersOfEachKindAndAllAreRight) {
+  const simulate::OrderResult result = ordersOf(scenario("stop-while-waiting"));
+  EXPECT_EQ(result.refusal, "");
+  EXPECT_THAT(result.failures, ::testing::IsEmpty());
+  EXPECT_GT(result.decisions, 10U);
+  for (const OrderKind kind :
+       {OrderKind::kOneDeviation, OrderKind::kTwoDeviations, OrderKind::kBySeed, OrderKind::kStop,
+        OrderKind::kSignal, OrderKind::kEnd}) {
+    EXPECT_EQ(figuresOf(result, kind).lives, kBudget) << static_cast<int>(kind);
+    EXPECT_GE(figuresOf(result, kind).possible, kBudget) << static_cast<int>(kind);
+  }
+}
+
+TEST_F(OrdersTest, scenarioWhoseLinesAreNotThoseOfTheRunFails) {
+  std::ifstream file(scenario("no-config"), std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  std::string other = text.str();
+  const std::string line = "-- event Global\\TpmEnrollmentEvent signalled\n";
+  other.erase(other.rfind(line), line.size());
+  const TemporaryFolder folder;
+  const std::filesystem::path changed = folder.path() / "changed.scenario";
+  std::ofstream(changed, std::ios::binary) << other;
+  const simulate::OrderResult result = ordersOf(changed);
+  EXPECT_EQ(result.failed, 1U);
+  ASSERT_EQ(result.failures.size(), 1U);
+  EXPECT_THAT(result.failures.front(), ::testing::HasSubstr("the plain order: line "));
+}
+
+TEST_F(OrdersTest, scenarioThatIsNoneIsLeftOutWithTheReason) {
+  const simulate::OrderResult result = ordersOf(scenario("there-is-none"));
+  EXPECT_THAT(result.refusal, ::testing::HasSubstr("there-is-none.scenario"));
+}
+
+}  // namespace

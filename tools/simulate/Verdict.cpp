@@ -1,0 +1,349 @@
+#include "tools/simulate/Verdict.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "platform/host/Imbalances.h"
+#include "platform/host/Text.h"
+#include "platform/host/windows/windows.h"
+#include "tools/runner/PrintedLines.h"
+#include "tools/simulate/LoopWatch.h"
+#include "tools/simulate/ReportWatch.h"
+
+namespace simulate {
+namespace {
+
+using runner::End;
+
+constexpr std::string_view kHandlerFailed = "Exception occured in ServiceControlHandler function ";
+
+struct LineProbe {
+  std::string_view text;
+  Probe probe;
+};
+constexpr LineProbe kLineProbes[] = {
+    {"Success! Task successfully registered.", Probe::kTaskMade},
+    {"Task has beed updated to new OVER location, Ending", Probe::kTaskMended},
+    {"Task is Ok, Skipping...", Probe::kTaskInOrder},
+    {"Corrupted config. Default values will be used.", Probe::kCorruptConfig},
+    {"Could not read parameter: TCBRepeaterTime", Probe::kBadWait},
+    {kHandlerFailed, Probe::kHandlerAfterTheObject},
+};
+
+// A log of which a part was not heard says nothing about what came before what.
+bool isListenedToThroughout(const host::Scenario& scenario) {
+  using Kind = host::Action::Kind;
+  return scenario.debugListener &&
+         std::none_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
+           return step.action.kind == Kind::kAttachListener ||
+                  step.action.kind == Kind::kDetachListener;
+         });
+}
+
+// Judges one life from its first record to its last.
+class Judgement {
+ public:
+  explicit Judgement(const Life& life)
+      : life_(life),
+        loop_(life, verdict_),
+        reports_(verdict_),
+        isLogWhole_(isListenedToThroughout(life.scenario)) {}
+
+  Verdict pass();
+
+ private:
+  void take(const runner::Record& record);
+  void line(std::string_view whole, host::Nanoseconds at);
+  void note(std::string_view text);
+  void error(std::string_view text);
+  void end();
+  void exited();
+  void faulted();
+  void terminated();
+  void goesOn();
+  void spun();
+  void ledger();
+  void situation();
+
+  const Life& life_;
+  Verdict verdict_;
+  LoopWatch loop_;
+  ReportWatch reports_;
+  const bool isLogWhole_;
+  bool sawDebugLines_ = false;
+  bool wasEnded_ = false;
+  bool handlerFailed_ = false;
+  unsigned programs_ = 0;
+};
+
+// Without level, use case, address and method.
+std::string_view bareText(std::string_view line) {
+  while (line.starts_with('[')) {
+    const std::size_t end = line.find("] ");
+    if (end == std::string_view::npos) {
+      break;
+    }
+    line.remove_prefix(end + 2);
+  }
+  return line;
+}
+
+void Judgement::line(std::string_view whole, host::Nanoseconds at) {
+  const std::string_view text = bareText(whole);
+  sawDebugLines_ = sawDebugLines_ || (isLogWhole_ && whole.starts_with("[DBG] "));
+  if (whole.starts_with("[ERR] ") || whole.starts_with("[FTL] ")) {
+    error(text);
+  }
+  for (const LineProbe& row : kLineProbes) {
+    if (text.starts_with(row.text)) {
+      verdict_.hit(row.probe);
+    }
+  }
+  if (sawDebugLines_) {
+    loop_.line(text, at);
+  }
+}
+
+// Each line of level ERROR and FATAL has a reason in the life's own scenario.
+void Judgement::error(std::string_view text) {
+  const host::Scenario& scenario = life_.scenario;
+  const bool mayDelete = std::any_of(
+      scenario.script.begin(), scenario.script.end(),
+      [](const host::Step& step) { return step.action.kind == host::Action::Kind::kDeleteFile; });
+  const bool programMissing =
+      !scenario.recertificationProgram || mayDelete || !scenario.faults.empty();
+  if (text.starts_with("Cannot run OrvixVTMEKRecertification.exe process.") ||
+      text.starts_with("Process exception occured: ")) {
+    if (!programMissing) {
+      verdict_.breaks("a program that is there could not be started");
+    }
+    return;
+  }
+  if (text.starts_with("Corrupted config. ")) {
+    return;
+  }
+  if (text.starts_with(kHandlerFailed)) {
+    handlerFailed_ = true;
+    if (!reports_.hasStopBeenRequested()) {
+      verdict_.breaks("the control handler failed without a stop");
+    }
+    return;
+  }
+  verdict_.breaks("an error that nothing explains: " + std::string(text));
+}
+
+void Judgement::note(std::string_view text) {
+  if (text == "service manager: stop requested") {
+    reports_.stopRequested();
+  } else if (text.starts_with("service manager: stop refused")) {
+    verdict_.hit(reports_.hasStopBeenRequested() ? Probe::kSecondStopRefused : Probe::kStopRefused);
+  } else if (text == "the process is ended from outside") {
+    wasEnded_ = true;
+    verdict_.hit(Probe::kProcessEnded);
+  } else if (text.starts_with("program started: ")) {
+    ++programs_;
+    loop_.programStarted();
+  } else if (text.starts_with("task \"") && text.find(" started ") != std::string_view::npos) {
+    verdict_.hit(Probe::kTaskStarted);
+  }
+}
+
+void Judgement::take(const runner::Record& record) {
+  switch (record.kind) {
+    case host::ReportKind::kDebugLine:
+      for (const std::string& printed : runner::printedLines(record, false)) {
+        line(runner::comparableLine(printed), record.at);
+      }
+      break;
+    case host::ReportKind::kNote:
+      note(record.text);
+      break;
+    case host::ReportKind::kStatus:
+      reports_.status(runner::parseStatus(record.text).value_or(runner::Status{}));
+      break;
+    default:
+      break;
+  }
+}
+
+void Judgement::exited() {
+  const auto& last = life_.result.lastStatus;
+  if (life_.result.exitCode != 0) {
+    verdict_.breaks("the process ended with exit code " + std::to_string(life_.result.exitCode));
+  }
+  if (!reports_.isStopped()) {
+    verdict_.breaks("the process ended by itself without STOPPED");
+  }
+  if (last && last->exitCode != 0) {
+    verdict_.breaks("STOPPED with exit code " + std::to_string(last->exitCode));
+  }
+  if (sawDebugLines_ && !loop_.hasClosed()) {
+    verdict_.breaks("the service ended without the end of its loop");
+  }
+}
+
+// What was released when the service's thread ended is used by a handler that is still at it.
+void Judgement::faulted() {
+  if (life_.isHeldUp && reports_.isStopped() && reports_.hasStopBeenRequested()) {
+    verdict_.hit(Probe::kHandlerAfterTheObject);
+    return;
+  }
+  const bool isScripted = loop_.isInClient() && loop_.scriptedAnswer() == "crash";
+  const bool hasEntry = life_.scenario.clientLibrary == "talsClient";
+  const bool isUnseen =
+      !sawDebugLines_ && life_.scenario.clientScript.find("crash") != std::string::npos;
+  if (!isScripted && hasEntry && !isUnseen) {
+    verdict_.breaks("the process ended with a fault");
+    return;
+  }
+  verdict_.hit(Probe::kClientCrashed);
+}
+
+// The exception that the loading of the client library ends in is none that the service catches.
+void Judgement::terminated() {
+  if (!life_.scenario.clientLibrary.empty() && !life_.scenario.proxyLibrary.empty()) {
+    verdict_.breaks("an exception ended the process although everything is there: " +
+                    life_.result.strayOutput);
+  }
+  verdict_.hit(Probe::kLibraryMissing);
+}
+
+// The life was given up at its limit.
+void Judgement::goesOn() {
+  if (!sawDebugLines_) {
+    return;
+  }
+  loop_.cutShort(life_.result.machineTime);
+  if (loop_.isInClient() && loop_.scriptedAnswer() == "never") {
+    verdict_.hit(Probe::kClientNeverReturned);
+  }
+}
+
+// A wait of zero spins for as long as a goal is open, and that is required. Nothing else spins.
+void Judgement::spun() {
+  if (expectedWaitMs(life_.config) != 0) {
+    verdict_.breaks("the service spins although its wait is not zero");
+    return;
+  }
+  verdict_.hit(Probe::kSpin);
+}
+
+void Judgement::end() {
+  switch (life_.result.end) {
+    case End::kExit:
+      exited();
+      break;
+    case End::kFault:
+      faulted();
+      break;
+    case End::kTerminate:
+      terminated();
+      break;
+    case End::kRunning:
+    case End::kDeadlock:
+      goesOn();
+      break;
+    case End::kEndless:
+      spun();
+      break;
+    case End::kEnded:
+      if (!wasEnded_) {
+        verdict_.breaks("the process ended as if from outside");
+      }
+      break;
+    default:
+      verdict_.breaks("the life ended as it must not: " + endText(life_.result) + " " +
+                      life_.result.strayOutput);
+      break;
+  }
+}
+
+// What there was too much of, whether the scenario names it or not; empty for what did not come.
+std::string imbalanceIn(const std::string& entry) {
+  constexpr std::string_view kUnnamed = "unnamed: ";
+  if (entry.starts_with(kUnnamed)) {
+    return entry.substr(kUnnamed.size());
+  }
+  for (const host::Imbalance& row : host::imbalances()) {
+    if (entry.starts_with(std::string(host::kNamedImbalance) + std::string(row.text) + " (")) {
+      return std::string(row.text);
+    }
+  }
+  return {};
+}
+
+void Judgement::ledger() {
+  std::map<std::string, unsigned> left;
+  for (const std::string& entry : life_.result.ledger) {
+    if (const std::string text = imbalanceIn(entry); !text.empty()) {
+      ++left[text];
+    }
+  }
+  const bool isWhole = life_.result.end == End::kExit;
+  const auto takes = [&](const std::string& text, unsigned least, unsigned most) {
+    const auto found = left.find(text);
+    const unsigned count = found == left.end() ? 0 : found->second;
+    if (isWhole && (count < least || count > most)) {
+      verdict_.breaks(text + ": " + std::to_string(count) + " times");
+    }
+    left.erase(text);
+  };
+  const unsigned unopened = (loop_.hasOpenedEvent() ? 0U : 1U) + (loop_.hasStopEvent() ? 0U : 1U);
+  takes("boundary from CreateBoundaryDescriptorW is still open", 1, 1);
+  takes("CloseHandle: null is no handle", sawDebugLines_ ? unopened : 0,
+        sawDebugLines_ ? unopened : 2);
+  takes("process from CreateProcessW is still open", programs_, programs_);
+  takes("thread from CreateProcessW is still open", programs_, programs_);
+  for (const auto& [text, count] : left) {
+    if (!handlerFailed_) {
+      verdict_.breaks("an imbalance that nothing explains: " + text);
+    }
+  }
+}
+
+// Rare things that the scenario alone tells.
+void Judgement::situation() {
+  if (!life_.config) {
+    verdict_.hit(Probe::kNoConfig);
+  } else if (life_.config->find("\"4294968\"") != std::string::npos && sawDebugLines_) {
+    verdict_.hit(Probe::kWrappedWait);
+  }
+  if (life_.scenario.majorVersion < 10 && reports_.isStopped()) {
+    verdict_.hit(Probe::kOlderWindows);
+  }
+}
+
+Verdict Judgement::pass() {
+  for (const runner::Record& record : life_.result.records) {
+    take(record);
+  }
+  end();
+  ledger();
+  situation();
+  return std::move(verdict_);
+}
+
+}  // namespace
+
+Verdict judgeLife(const Life& life) {
+  return Judgement(life).pass();
+}
+
+std::int32_t expectedWaitMs(const std::optional<std::string>& config) {
+  constexpr std::int32_t kDefaultMs = 3'600'000;
+  constexpr std::string_view kKey = "TCBRepeaterTime = \"";
+  const std::size_t at = config ? config->find(kKey) : std::string::npos;
+  if (at == std::string::npos) {
+    return kDefaultMs;
+  }
+  const std::size_t begin = at + kKey.size();
+  const std::string text = config->substr(begin, config->find('"', begin) - begin);
+  std::int32_t seconds = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (error != std::errc{} || end != text.data() + text.size() || seconds < 0) {
+    return kDefaultMs;
+  }
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(seconds) * 1000U);
+}
+
+}  // namespace simulate

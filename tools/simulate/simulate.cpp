@@ -1,0 +1,216 @@
+// The simulation: lives of random machines under random orders of threads, each held against what
+// every life promises.
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+#include "tools/runner/ScenarioCatalog.h"
+#include "tools/runner/ScenarioRun.h"
+#include "tools/simulate/Options.h"
+#include "tools/simulate/Orders.h"
+#include "tools/simulate/Simulation.h"
+
+namespace {
+
+constexpr int kAllKept = 0;
+constexpr int kSomethingBroken = 1;
+constexpr int kNothingRun = 2;
+
+using Clock = std::chrono::steady_clock;
+
+// The drives of lives are made and removed hundreds of times a second, which a disk makes dear.
+void keepDrivesInMemory() {
+  constexpr char kMemory[] = "/dev/shm";
+  if (access(kMemory, W_OK | X_OK) == 0) {
+    setenv("TMPDIR", kMemory, 0);
+  }
+}
+
+int refuse(const std::string& reason) {
+  std::cerr << "simulate: " << reason << '\n';
+  return kNothingRun;
+}
+
+std::string fixed(double number, int digits) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%.*f", digits, number);
+  return text;
+}
+
+// Tells how far it is, every few seconds.
+std::function<void(std::uint64_t, std::uint64_t)> progress(const char* things) {
+  return [things, next = Clock::now()](std::uint64_t done, std::uint64_t all) mutable {
+    if (Clock::now() >= next && all > 0) {
+      next = Clock::now() + std::chrono::seconds(5);
+      std::cerr << "-- " << done << " of " << all << ' ' << things << " (" << 100 * done / all
+                << " %)\n";
+    }
+  };
+}
+
+void printBroken(const std::vector<std::string>& broken) {
+  for (const std::string& promise : broken) {
+    std::cout << "  " << promise << '\n';
+  }
+}
+
+// Prints which probes were never hit; false if one of them must have been.
+bool printProbes(const simulate::SimulationResult& result) {
+  bool fine = true;
+  const bool isEnough = result.seeds >= simulate::kSeedsForProbes;
+  for (std::size_t i = 0; i < simulate::kProbes; ++i) {
+    const auto& row = simulate::probeRow(static_cast<simulate::Probe>(i));
+    if (result.probes[i] == 0) {
+      const bool isMissed = row.isRequired && isEnough;
+      std::cout << (isMissed ? "never, and must: " : "never: ") << row.name << '\n';
+      fine = fine && !isMissed;
+    }
+  }
+  return fine;
+}
+
+int simulateSeeds(const simulate::Options& options) {
+  simulate::SimulationOptions wanted;
+  wanted.firstSeed = options.firstSeed;
+  wanted.seeds = options.seeds;
+  wanted.years = options.years;
+  wanted.jobs = options.jobs;
+  wanted.onProgress = progress("seeds");
+  const auto began = Clock::now();
+  const auto ran = simulate::runSimulation(wanted);
+  if (const auto* refusal = std::get_if<std::string>(&ran)) {
+    return refuse(*refusal);
+  }
+  const auto& result = std::get<simulate::SimulationResult>(ran);
+  for (const simulate::SimulationFailure& failure : result.failures) {
+    std::cout << "seed " << failure.seed << " broke a promise:\n";
+    printBroken(failure.broken);
+    std::cout << "the shortest case that still does (keep it in a file and --replay it):\n"
+              << failure.text << '\n';
+  }
+  if (options.verbose) {
+    for (std::size_t i = 0; i < simulate::kProbes; ++i) {
+      std::cout << result.probes[i]
+                << " times: " << simulate::probeRow(static_cast<simulate::Probe>(i)).name << '\n';
+    }
+  }
+  const bool allProbes = printProbes(result);
+  const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
+  std::cout << result.seeds << " seeds, " << result.lives << " lives, " << fixed(result.years, 2)
+            << " years of machine time, " << fixed(seconds, 1) << " s, "
+            << fixed(static_cast<double>(result.lives) / seconds, 0) << " lives/s, "
+            << result.failedSeeds << " seeds failed\n";
+  return result.failedSeeds == 0 && allProbes ? kAllKept : kSomethingBroken;
+}
+
+int replay(const simulate::Options& options) {
+  std::ifstream file(options.replay, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  if (!file) {
+    return refuse(options.replay + " cannot be read");
+  }
+  auto made = simulate::CaseRunner::make();
+  if (const auto* refusal = std::get_if<std::string>(&made)) {
+    return refuse(*refusal);
+  }
+  simulate::CaseRunner& runner = *std::get<std::unique_ptr<simulate::CaseRunner>>(made);
+  const simulate::CaseResult result = runner.run(simulate::caseFrom(text.str()));
+  if (!result.refusal.empty()) {
+    return refuse(options.replay + ": " + result.refusal);
+  }
+  printBroken(result.broken);
+  std::cout << result.lives << " lives, " << result.broken.size() << " promises broken\n";
+  return result.broken.empty() ? kAllKept : kSomethingBroken;
+}
+
+void printOrders(const simulate::OrderResult& result) {
+  constexpr const char* kNames[simulate::kOrderKinds] = {"one deviation",   "two deviations",
+                                                         "by seed",         "a stop placed",
+                                                         "a signal placed", "the end placed"};
+  std::cout << result.scenario << ": " << result.calls << " calls, " << result.decisions
+            << " decisions";
+  if (!result.refusal.empty()) {
+    std::cout << "; left out: " << result.refusal;
+  }
+  for (std::size_t i = 0; i < simulate::kOrderKinds; ++i) {
+    const simulate::OrderFigures& figures = result.figures[i];
+    if (figures.possible > 0) {
+      std::cout << "; " << kNames[i] << ' ' << figures.lives << " of " << figures.possible;
+      if (figures.otherOrder > 0) {
+        std::cout << " (" << figures.otherOrder << " in another permitted order)";
+      }
+    }
+  }
+  std::cout << "; " << result.failed << " failed\n";
+  printBroken(result.failures);
+}
+
+int enumerateOrders(const simulate::Options& options) {
+  const runner::ScenarioCatalog catalog(runner::scenarioFolder());
+  std::vector<std::filesystem::path> files;
+  for (const std::string& name : options.scenarios.empty() ? catalog.names() : options.scenarios) {
+    const auto file = catalog.find(name);
+    if (!file) {
+      return refuse("there is no scenario " + name);
+    }
+    files.push_back(*file);
+  }
+  const auto began = Clock::now();
+  const auto ran =
+      simulate::runAllOrders(files, options.budget, options.jobs, progress("scenarios"));
+  if (const auto* refusal = std::get_if<std::string>(&ran)) {
+    return refuse(*refusal);
+  }
+  std::array<std::uint64_t, simulate::kOrderKinds> lives{};
+  std::uint64_t failed = 0;
+  std::uint64_t sum = 0;
+  for (const auto& result : std::get<std::vector<simulate::OrderResult>>(ran)) {
+    printOrders(result);
+    failed += result.failed;
+    for (std::size_t i = 0; i < simulate::kOrderKinds; ++i) {
+      lives[i] += result.figures[i].lives;
+      sum += result.figures[i].lives;
+    }
+  }
+  const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
+  std::cout << files.size() << " scenarios, " << lives[0] + lives[1] << " orders enumerated, "
+            << lives[2] << " drawn, " << lives[3] + lives[4] + lives[5] << " events placed, "
+            << fixed(seconds, 1) << " s, " << fixed(static_cast<double>(sum) / seconds, 0)
+            << " lives/s, " << failed << " failed\n";
+  return failed == 0 ? kAllKept : kSomethingBroken;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  keepDrivesInMemory();
+  const auto read = simulate::readOptions(std::vector<std::string>(argv + 1, argv + argc));
+  if (const auto* wrong = std::get_if<std::string>(&read)) {
+    std::cerr << "simulate: " << *wrong << '\n' << simulate::kUsage;
+    return kNothingRun;
+  }
+  const auto& options = std::get<simulate::Options>(read);
+  if (options.help) {
+    std::cout << simulate::kUsage << simulate::kHelp;
+    return kAllKept;
+  }
+  if (options.print) {
+    std::cout << textOf(simulate::caseOfSeed(options.firstSeed, simulate::longSpanMs({})));
+    return kAllKept;
+  }
+  if (options.orders) {
+    return enumerateOrders(options);
+  }
+  return options.replay.empty() ? simulateSeeds(options) : replay(options);
+}
