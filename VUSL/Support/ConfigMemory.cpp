@@ -25,7 +25,7 @@ const std::string* find(const std::map<std::string, std::string>& settings,
   return found == settings.end() ? nullptr : &found->second;
 }
 
-bool isWhiteSpace(char character) {
+bool isSpaceToAStream(char character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
@@ -48,7 +48,7 @@ bool isAllowed(const T& value, const std::list<T>* allowed) {
 template <typename T>
 bool convert(const std::string& text, T* number) {
   const char* const end = text.data() + text.size();
-  const char* first = std::find_if_not(text.data(), end, isWhiteSpace);
+  const char* first = std::find_if_not(text.data(), end, isSpaceToAStream);
   if (first != end && *first == '+') {
     ++first;
     if (first != end && *first == '-') {

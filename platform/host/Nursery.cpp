@@ -18,6 +18,7 @@
 #include "platform/host/CallWatch.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Report.h"
+#include "platform/host/ThreadIds.h"
 #include "platform/host/XmlLibrary.h"
 
 namespace host {
@@ -70,8 +71,6 @@ std::uint16_t placeOf(std::string_view call) {
 }
 
 void look(std::string_view call) {
-  constexpr std::uint32_t kFirstThreadId = 0x1a2c;
-  constexpr std::uint32_t kThreadIdStep = 4;
   if (theWatch->isTraced && theWatch->count < LifeWatch::kMostCalls) {
     const std::uint32_t id = Scheduler::isKnown() ? Scheduler::current().id : kFirstThreadId;
     theWatch->calls[theWatch->count] = {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "platform/host/ThreadIds.h"
+
 namespace host {
 namespace {
 
@@ -10,8 +12,6 @@ namespace {
 constexpr std::uint32_t kCallsOfALife = 2'500;
 constexpr std::uint32_t kHighestDrawnRank = 1'000'000;
 constexpr std::uint32_t kMostThreads = 4;
-constexpr std::uint32_t kFirstThreadId = 0x1a2c;
-constexpr std::uint32_t kThreadIdStep = 4;
 constexpr std::uint32_t kLongestHoldUpMs = 60'000;
 constexpr std::uint32_t kCallsBetweenStickyChoices = 64;
 constexpr std::size_t kMostDecisions = 20'000;

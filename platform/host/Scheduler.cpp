@@ -12,6 +12,7 @@
 
 #include "platform/host/Races.h"
 #include "platform/host/Schedule.h"
+#include "platform/host/ThreadIds.h"
 
 namespace host {
 namespace {
@@ -21,9 +22,6 @@ namespace {
 constexpr unsigned kCallsInATurn = 1000;
 // With a seed other than 0 the turn may pass at one in so many calls.
 constexpr std::uint32_t kCallsBetweenChoices = 8;
-// Windows hands out thread ids that are multiples of four.
-constexpr std::uint32_t kFirstThreadId = 0x1a2c;
-constexpr std::uint32_t kThreadIdStep = 4;
 constexpr int kDeadlockExitStatus = 70;
 
 thread_local Thread* currentThread = nullptr;

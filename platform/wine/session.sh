@@ -14,8 +14,12 @@ unset DISPLAY
 # not keep what a caller reads to its end.
 keep_session() { wineserver -p >/dev/null 2>&1 </dev/null 3>&-; }
 
+# By an interrupt alone: without a number -k kills a server that is slow to end, on a busy machine
+# one that is still writing its registry.
 end_session() {
-  wineserver -k >/dev/null 2>&1 </dev/null || true
+  wineserver -k2 >/dev/null 2>&1 </dev/null || true
+  timeout 120 wineserver -w >/dev/null 2>&1 </dev/null && return
+  wineserver -k9 >/dev/null 2>&1 </dev/null || true
   wineserver -w >/dev/null 2>&1 </dev/null || true
 }
 
@@ -36,6 +40,10 @@ make_template() {
   wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f \
     >/dev/null 2>&1 </dev/null 9>&-
   end_session
+  if [[ ! -f $WINEPREFIX/system.reg ]]; then
+    printf 'session.sh: Wine left no registry in its new prefix %s\n' "$WINEPREFIX" >&2
+    return 1
+  fi
   mv -- "$WINEPREFIX" "$folder"
 }
 
