@@ -12,32 +12,19 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <cstring>
 
 #include "tools/runner/LifeSurroundings.h"
 
 namespace runner {
 namespace {
 
-constexpr char kProgramName[] = "TPMEnrollmentService";
 constexpr int kReportDescriptor = 3;
-// The ends of pipes are kept clear of the descriptors that the life gets.
-constexpr int kLowestOwnDescriptor = 10;
 constexpr std::size_t kMostStrayBytes = std::size_t{1} << 20U;
-
-std::string systemText(const std::string& what, int error) {
-  return what + ": " + std::strerror(error);
-}
 
 struct Pipe {
   Descriptor readEnd;
   Descriptor writeEnd;
 };
-
-Descriptor movedUp(int descriptor) {
-  const Descriptor low(descriptor);
-  return Descriptor(fcntl(low.get(), F_DUPFD_CLOEXEC, kLowestOwnDescriptor));
-}
 
 bool makePipe(Pipe& made) {
   int ends[2];
@@ -83,15 +70,6 @@ class SpawnSettings {
   posix_spawnattr_t attributes{};
 };
 
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) {
-    pointers.push_back(text.data());
-  }
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
 // Reads what there is. The piece is empty at the end of the pipe, or if nothing is there yet:
 // `ended` tells which.
 std::string_view readPiece(int descriptor, std::array<char, 65536>& buffer, bool& ended) {
@@ -126,7 +104,7 @@ std::string LifeProcess::start() {
   Pipe report;
   Pipe stray;
   if (!makePipe(report) || !makePipe(stray)) {
-    return systemText("no pipe for the life's report", errno);
+    return systemText("no pipe for the life's report");
   }
   deadline_ = std::chrono::steady_clock::now() + options_.bound;
   std::string refusal = spawn(report.writeEnd.get(), stray.writeEnd.get());
@@ -135,7 +113,7 @@ std::string LifeProcess::start() {
   }
   processEnd_ = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
   if (!processEnd_.isOpen()) {
-    return systemText("the life cannot be watched", errno);
+    return systemText("the life cannot be watched");
   }
   report_ = std::move(report.readEnd);
   stray_ = std::move(stray.readEnd);
@@ -198,7 +176,7 @@ bool LifeProcess::waitForNews(bool& hasExited) {
   const auto waitMs =
       static_cast<int>(std::min<std::chrono::milliseconds::rep>(left.count(), INT_MAX));
   if (poll(news.data(), news.size(), waitMs) < 0 && errno != EINTR) {
-    return giveUp(End::kLost, systemText("nothing can be heard of it", errno));
+    return giveUp(End::kLost, systemText("nothing can be heard of it"));
   }
   if (news[3].revents != 0) {
     return giveUp(End::kInterrupted, "");

@@ -1,5 +1,6 @@
 #include "tools/runner/LifeSurroundings.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/personality.h>
 #include <sys/wait.h>
@@ -12,10 +13,29 @@ namespace {
 
 constexpr int kSanitizerExitStatus = 99;
 constexpr unsigned long kReadPersonality = 0xffffffff;
+constexpr int kLowestOwnDescriptor = 10;
 
 constexpr std::string_view kSanitizer = RUNNER_SANITIZER;
 
 }  // namespace
+
+Descriptor movedUp(int descriptor) {
+  const Descriptor low(descriptor);
+  return Descriptor(fcntl(low.get(), F_DUPFD_CLOEXEC, kLowestOwnDescriptor));
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) {
+    pointers.push_back(text.data());
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+std::string systemText(const std::string& what, int error) {
+  return what + ": " + std::strerror(error);
+}
 
 // A fault has to end the life as it ends it without a sanitizer; only what a sanitizer itself finds
 // is its report.

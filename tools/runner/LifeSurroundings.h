@@ -1,11 +1,27 @@
 #pragma once
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
+#include "tools/runner/Descriptor.h"
 #include "tools/runner/RunResult.h"
 
 namespace runner {
+
+// What the service's program is called, as it finds it in its arguments.
+inline constexpr char kProgramName[] = "TPMEnrollmentService";
+
+// Takes over `descriptor` and gives it a number that is kept clear of those that a life gets. Not
+// open if the system has none left, or if there was none.
+Descriptor movedUp(int descriptor);
+
+// `texts` as a program's arguments or environment: one pointer each and a null behind them. Good
+// for as long as the texts are not touched.
+std::vector<char*> pointersTo(std::vector<std::string>& texts);
+
+// What did not succeed, and the system's words for `error`.
+std::string systemText(const std::string& what, int error = errno);
 
 // "NAME=value" each: what the sanitizers of this build need, so that a fault ends a life as it ends
 // it without them. Empty in a build without.

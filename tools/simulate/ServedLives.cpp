@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <vector>
 
 #include "platform/host/LifeServer.h"
@@ -19,28 +18,6 @@
 
 namespace simulate {
 namespace {
-
-constexpr char kProgramName[] = "TPMEnrollmentService";
-// Ends that the program does not get are kept clear of those that it does.
-constexpr int kLowestOwnDescriptor = 10;
-
-std::string systemText(const std::string& what) {
-  return what + ": " + std::strerror(errno);
-}
-
-runner::Descriptor movedUp(int descriptor) {
-  const runner::Descriptor low(descriptor);
-  return runner::Descriptor(fcntl(low.get(), F_DUPFD_CLOEXEC, kLowestOwnDescriptor));
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) {
-    pointers.push_back(text.data());
-  }
-  pointers.push_back(nullptr);
-  return pointers;
-}
 
 void add(std::string& message, const std::string& variable) {
   message += variable;
@@ -61,10 +38,10 @@ std::string orderOf(const ServedLife& life) {
 std::variant<std::unique_ptr<ServedLives>, std::string> ServedLives::start(
     const std::filesystem::path& service) {
   std::unique_ptr<ServedLives> lives(new ServedLives);
-  lives->report_ = movedUp(memfd_create("report", MFD_CLOEXEC));
-  lives->stray_ = movedUp(memfd_create("stray", MFD_CLOEXEC));
+  lives->report_ = runner::movedUp(memfd_create("report", MFD_CLOEXEC));
+  lives->stray_ = runner::movedUp(memfd_create("stray", MFD_CLOEXEC));
   if (!lives->report_.isOpen() || !lives->stray_.isOpen()) {
-    return systemText("no file for what a life tells");
+    return runner::systemText("no file for what a life tells");
   }
   std::string refusal = lives->spawn(service);
   if (!refusal.empty()) {
@@ -83,10 +60,10 @@ ServedLives::~ServedLives() {
 std::string ServedLives::spawn(const std::filesystem::path& service) {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-    return systemText("no socket");
+    return runner::systemText("no socket");
   }
-  control_ = movedUp(ends[0]);
-  const runner::Descriptor theirs = movedUp(ends[1]);
+  control_ = runner::movedUp(ends[0]);
+  const runner::Descriptor theirs = runner::movedUp(ends[1]);
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
   posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -94,7 +71,7 @@ std::string ServedLives::spawn(const std::filesystem::path& service) {
   posix_spawn_file_actions_adddup2(&files, stray_.get(), STDERR_FILENO);
   posix_spawn_file_actions_adddup2(&files, report_.get(), host::kLifeServerReport);
   posix_spawn_file_actions_adddup2(&files, theirs.get(), host::kLifeServerControl);
-  std::vector<std::string> arguments{kProgramName};
+  std::vector<std::string> arguments{runner::kProgramName};
   std::vector<std::string> environment{std::string(host::kLifeServerVariable) + "=yes",
                                        "TPM_HOST_REPORT=" + std::to_string(host::kLifeServerReport),
                                        "TPM_HOST_MODE=virtual"};
@@ -102,12 +79,12 @@ std::string ServedLives::spawn(const std::filesystem::path& service) {
     environment.push_back(std::move(option));
   }
   const runner::FixedAddresses fixedAddresses;
-  errno = posix_spawn(&process_, service.c_str(), &files, nullptr, pointersTo(arguments).data(),
-                      pointersTo(environment).data());
+  errno = posix_spawn(&process_, service.c_str(), &files, nullptr,
+                      runner::pointersTo(arguments).data(), runner::pointersTo(environment).data());
   posix_spawn_file_actions_destroy(&files);
   if (errno != 0) {
     process_ = -1;
-    return systemText(service.string());
+    return runner::systemText(service.string());
   }
   const rlimit noCore{0, 0};
   prlimit(process_, RLIMIT_CORE, &noCore, nullptr);
@@ -140,7 +117,7 @@ std::variant<runner::RunResult, std::string> ServedLives::live(const ServedLife&
   });
   result.strayOutput = whole(stray_.get());
   if (ftruncate(stray_.get(), 0) != 0 || lseek(stray_.get(), 0, SEEK_SET) != 0) {
-    return systemText("the stray output cannot be emptied");
+    return runner::systemText("the stray output cannot be emptied");
   }
   if (ending.tookTooLong) {
     result.end = runner::End::kKilled;

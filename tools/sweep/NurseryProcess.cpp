@@ -11,7 +11,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <vector>
 
 #include "tools/runner/LifeSurroundings.h"
@@ -22,29 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kProgramName[] = "TPMEnrollmentService";
 constexpr int kReportDescriptor = 3;
-// Ends that the program does not get are kept clear of those that it does.
-constexpr int kLowestOwnDescriptor = 10;
 constexpr std::size_t kMostStrayBytes = 4096;
-
-std::string systemText(const std::string& what) {
-  return what + ": " + std::strerror(errno);
-}
-
-runner::Descriptor movedUp(int descriptor) {
-  const runner::Descriptor low(descriptor);
-  return runner::Descriptor(fcntl(low.get(), F_DUPFD_CLOEXEC, kLowestOwnDescriptor));
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) {
-    pointers.push_back(text.data());
-  }
-  pointers.push_back(nullptr);
-  return pointers;
-}
 
 std::string readWhole(int descriptor, std::size_t most) {
   std::string text;
@@ -92,17 +70,17 @@ NurseryProcess::~NurseryProcess() {
 }
 
 std::string NurseryProcess::open() {
-  report_ = movedUp(memfd_create("report", MFD_CLOEXEC));
-  stray_ = movedUp(memfd_create("stray", MFD_CLOEXEC));
-  watchFile_ = movedUp(memfd_create("watch", MFD_CLOEXEC));
+  report_ = runner::movedUp(memfd_create("report", MFD_CLOEXEC));
+  stray_ = runner::movedUp(memfd_create("stray", MFD_CLOEXEC));
+  watchFile_ = runner::movedUp(memfd_create("watch", MFD_CLOEXEC));
   if (!report_.isOpen() || !stray_.isOpen() || !watchFile_.isOpen() ||
       ftruncate(watchFile_.get(), sizeof(host::LifeWatch)) != 0) {
-    return systemText("no file for what a life tells");
+    return runner::systemText("no file for what a life tells");
   }
   void* const mapped =
       mmap(nullptr, sizeof(host::LifeWatch), PROT_READ, MAP_SHARED, watchFile_.get(), 0);
   if (mapped == MAP_FAILED) {
-    return systemText("the watch cannot be mapped");
+    return runner::systemText("the watch cannot be mapped");
   }
   watch_ = static_cast<const host::LifeWatch*>(mapped);
   return {};
@@ -111,10 +89,10 @@ std::string NurseryProcess::open() {
 std::string NurseryProcess::spawn(const runner::LifeOptions& options) {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-    return systemText("no socket");
+    return runner::systemText("no socket");
   }
-  control_ = movedUp(ends[0]);
-  const runner::Descriptor theirs = movedUp(ends[1]);
+  control_ = runner::movedUp(ends[0]);
+  const runner::Descriptor theirs = runner::movedUp(ends[1]);
 
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
@@ -124,7 +102,7 @@ std::string NurseryProcess::spawn(const runner::LifeOptions& options) {
   posix_spawn_file_actions_adddup2(&files, report_.get(), kReportDescriptor);
   posix_spawn_file_actions_adddup2(&files, theirs.get(), host::kNurseryControl);
   posix_spawn_file_actions_adddup2(&files, watchFile_.get(), host::kNurseryWatch);
-  std::vector<std::string> arguments{kProgramName};
+  std::vector<std::string> arguments{runner::kProgramName};
   arguments.insert(arguments.end(), options.arguments.begin(), options.arguments.end());
   std::vector<std::string> environment = options.environment;
   environment.push_back("TPM_HOST_REPORT=" + std::to_string(kReportDescriptor));
@@ -134,11 +112,11 @@ std::string NurseryProcess::spawn(const runner::LifeOptions& options) {
   }
   const runner::FixedAddresses fixedAddresses;
   errno = posix_spawn(&process_, options.program.c_str(), &files, nullptr,
-                      pointersTo(arguments).data(), pointersTo(environment).data());
+                      runner::pointersTo(arguments).data(), runner::pointersTo(environment).data());
   posix_spawn_file_actions_destroy(&files);
   if (errno != 0) {
     process_ = -1;
-    return systemText(options.program.string());
+    return runner::systemText(options.program.string());
   }
   const rlimit noCore{0, 0};
   prlimit(process_, RLIMIT_CORE, &noCore, nullptr);
@@ -180,7 +158,7 @@ std::variant<runner::RunResult, std::string> NurseryProcess::live(const host::Li
   const std::string fault = readReport(result, endTold);
   result.strayOutput = readWhole(stray_.get(), kMostStrayBytes);
   if (ftruncate(stray_.get(), 0) != 0 || lseek(stray_.get(), 0, SEEK_SET) != 0) {
-    return systemText("the stray output cannot be emptied");
+    return runner::systemText("the stray output cannot be emptied");
   }
   if (ending.tookTooLong) {
     result.end = runner::End::kKilled;
