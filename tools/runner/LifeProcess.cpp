@@ -46,28 +46,13 @@ class SpawnSettings {
     posix_spawn_file_actions_adddup2(&files, strayEnd, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&files, strayEnd, STDERR_FILENO);
     posix_spawn_file_actions_adddup2(&files, reportEnd, kReportDescriptor);
-
-    // A process group of its own: an interrupt from the terminal reaches the runner alone, which
-    // ends the life and everything that the life started.
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    sigset_t signals;
-    sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes, &signals);
-    sigfillset(&signals);
-    posix_spawnattr_setsigdefault(&attributes, &signals);
-    posix_spawnattr_setflags(
-        &attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
-  ~SpawnSettings() {
-    posix_spawn_file_actions_destroy(&files);
-    posix_spawnattr_destroy(&attributes);
-  }
+  ~SpawnSettings() { posix_spawn_file_actions_destroy(&files); }
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
 
   posix_spawn_file_actions_t files{};
-  posix_spawnattr_t attributes{};
+  OwnSignals signals;
 };
 
 // Reads what there is. The piece is empty at the end of the pipe, or if nothing is there yet:
@@ -133,7 +118,7 @@ std::string LifeProcess::spawn(int reportEnd, int strayEnd) {
   const FixedAddresses fixedAddresses;
   result_.addressesFixed = fixedAddresses.inForce();
   const int error =
-      posix_spawn(&process_, options_.program.c_str(), &settings.files, &settings.attributes,
+      posix_spawn(&process_, options_.program.c_str(), &settings.files, settings.signals.get(),
                   pointersTo(arguments).data(), pointersTo(environment).data());
   if (error != 0) {
     process_ = -1;

@@ -37,6 +37,18 @@ std::string systemText(const std::string& what, int error) {
   return what + ": " + std::strerror(error);
 }
 
+OwnSignals::OwnSignals() {
+  posix_spawnattr_init(&attributes_);
+  posix_spawnattr_setpgroup(&attributes_, 0);
+  sigset_t signals;
+  sigemptyset(&signals);
+  posix_spawnattr_setsigmask(&attributes_, &signals);
+  sigfillset(&signals);
+  posix_spawnattr_setsigdefault(&attributes_, &signals);
+  posix_spawnattr_setflags(&attributes_,
+                           POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+}
+
 // A fault has to end the life as it ends it without a sanitizer; only what a sanitizer itself finds
 // is its report.
 std::vector<std::string> sanitizerEnvironment() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <spawn.h>
+
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -26,6 +28,23 @@ std::string systemText(const std::string& what, int error = errno);
 // "NAME=value" each: what the sanitizers of this build need, so that a fault ends a life as it ends
 // it without them. Empty in a build without.
 std::vector<std::string> sanitizerEnvironment();
+
+// How a program is started with none of the tool's own signals: nothing blocked, nothing ignored,
+// and in a process group of its own, so that an interrupt from the terminal reaches the tool alone,
+// which ends what it started.
+class OwnSignals {
+ public:
+  OwnSignals();
+  ~OwnSignals() { posix_spawnattr_destroy(&attributes_); }
+  OwnSignals(const OwnSignals&) = delete;
+  OwnSignals& operator=(const OwnSignals&) = delete;
+
+  // For posix_spawn().
+  const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_{};
+};
 
 // Switches address randomisation off for what the calling thread starts, for its lifetime.
 class FixedAddresses {

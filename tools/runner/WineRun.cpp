@@ -1,4 +1,5 @@
 #include "tools/runner/WineRun.h"
+#include "tools/runner/LifeSurroundings.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -12,6 +13,7 @@
 #include "platform/host/Drive.h"
 #include "platform/host/Text.h"
 #include "tools/runner/DriveCheck.h"
+#include "tools/runner/LifeSurroundings.h"
 #include "tools/runner/WinePlan.h"
 
 namespace runner {
@@ -41,18 +43,11 @@ std::string runSession(const WinePrograms& programs, std::vector<std::string> ar
   const std::string what = arguments.front();
   arguments.insert(arguments.begin(), {kShell, programs.session.string()});
   std::vector<std::string> environment = wineEnvironment();
-  std::vector<char*> argv;
-  std::vector<char*> envp;
-  for (std::string& argument : arguments) {
-    argv.push_back(argument.data());
-  }
-  for (std::string& variable : environment) {
-    envp.push_back(variable.data());
-  }
-  argv.push_back(nullptr);
-  envp.push_back(nullptr);
   pid_t process = -1;
-  const int error = posix_spawn(&process, kShell, nullptr, nullptr, argv.data(), envp.data());
+  // Wine's server ends by an interrupt, so it must not be born with that one blocked.
+  const OwnSignals signals;
+  const int error = posix_spawn(&process, kShell, nullptr, signals.get(),
+                                pointersTo(arguments).data(), pointersTo(environment).data());
   if (error != 0) {
     return std::string(kShell) + ": " + std::strerror(error);
   }
