@@ -72,7 +72,7 @@ void prepareLife(const char* scenarioPath) {
   theLife = new Scenario(std::move(std::get<Scenario>(parsed)));
   std::optional<LifeOrder> order;
   if (std::getenv(kNurseryVariable) != nullptr) {
-    order = raiseLife();
+    order = raiseWatchedLife();
   }
   const auto descriptor = static_cast<int>(numberFrom("TPM_HOST_REPORT"));
   fcntl(descriptor, F_SETFD, FD_CLOEXEC);

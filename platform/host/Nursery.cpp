@@ -1,33 +1,25 @@
 #include "platform/host/Nursery.h"
 
-#include <poll.h>
-#include <signal.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <array>
+#include <bit>
 #include <cstdio>
 #include <string_view>
 
 #include "platform/host/Call.h"
 #include "platform/host/CallNames.h"
 #include "platform/host/CallWatch.h"
+#include "platform/host/ForkedLives.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Report.h"
 #include "platform/host/ThreadIds.h"
-#include "platform/host/XmlLibrary.h"
 
 namespace host {
 namespace {
 
-constexpr int kReportDescriptor = 3;
 constexpr int kHarnessError = 71;
-// On the clock on the wall, of a machine that may be busy.
-constexpr int kLongestLifeMs = 60'000;
 
 // More than any scenario makes without a wait; a scenario's own limit, if it has one, is lower.
 constexpr unsigned kEndlessLoopCalls = 150'000;
@@ -90,38 +82,9 @@ void look(std::string_view call) {
   }
 }
 
-bool receive(LifeOrder& order) {
-  ssize_t size = 0;
-  do {
-    size = recv(kNurseryControl, &order, sizeof order, 0);
-  } while (size < 0 && errno == EINTR);
-  return size == static_cast<ssize_t>(sizeof order);
-}
-
-// Sees a life to its end. Whoever gave the order may go away meanwhile: then it is cut short.
-LifeEnding watchOver(pid_t life) {
-  LifeEnding ending;
-  const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, life, 0));
-  pollfd news[] = {{descriptor, POLLIN, 0}, {kNurseryControl, POLLIN, 0}};
-  ending.tookTooLong = poll(news, 2, kLongestLifeMs) <= 0;
-  close(descriptor);
-  // The life and the programs that it started, before its number can name another group.
-  kill(-life, SIGKILL);
-  kill(life, SIGKILL);
-  while (waitpid(life, &ending.waitStatus, 0) < 0 && errno == EINTR) {
-  }
-  return ending;
-}
-
-void beginLife() {
-  setpgid(0, 0);
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  close(kNurseryControl);
-}
-
 }  // namespace
 
-LifeOrder raiseLife() {
+LifeOrder raiseWatchedLife() {
   void* const shared =
       mmap(nullptr, sizeof(LifeWatch), PROT_READ | PROT_WRITE, MAP_SHARED, kNurseryWatch, 0);
   if (shared == MAP_FAILED) {
@@ -129,28 +92,11 @@ LifeOrder raiseLife() {
   }
   close(kNurseryWatch);
   theWatch = static_cast<LifeWatch*>(shared);
-  // Loaded once for all lives.
-  XmlLibrary::instance();
-  LifeOrder order;
-  while (receive(order)) {
-    if (ftruncate(kReportDescriptor, 0) != 0 || lseek(kReportDescriptor, 0, SEEK_SET) != 0) {
-      giveUp("the report cannot be emptied");
-    }
-    const pid_t life = fork();
-    if (life < 0) {
-      giveUp("no life can be forked");
-    }
-    if (life == 0) {
-      beginLife();
-      return order;
-    }
-    setpgid(life, life);
-    const LifeEnding ending = watchOver(life);
-    if (send(kNurseryControl, &ending, sizeof ending, MSG_NOSIGNAL) < 0) {
-      break;
-    }
+  std::array<char, sizeof(LifeOrder)> message{};
+  if (raiseLife(message) != message.size()) {
+    giveUp("an order of another size");
   }
-  _exit(0);
+  return std::bit_cast<LifeOrder>(message);
 }
 
 void beginWatchedLife(const LifeOrder& order) {

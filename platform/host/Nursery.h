@@ -7,16 +7,13 @@
 
 namespace host {
 
-// Many lives of one scenario at the cost of one start: the program is started once, stops ahead of
-// the product's static objects, and forks a life for each order that it is given.
+// Many lives of one scenario, forked by a program that has stopped ahead of the product's static
+// objects (see ForkedLives.h). An order is a LifeOrder.
 //
-// It is started as for a single life, and with the environment variable kNurseryVariable and the
-// descriptors below beside the one of the report. That one is a file here, written anew by each
-// life.
+// The program is started as for a single life, and with the environment variable kNurseryVariable
+// and the descriptor below beside those of all forked lives.
 
 inline constexpr char kNurseryVariable[] = "TPM_HOST_NURSERY";
-// A socket that keeps messages apart: LifeOrder comes in, LifeEnding goes out.
-inline constexpr int kNurseryControl = 4;
 // A file of the size of LifeWatch, mapped on both sides.
 inline constexpr int kNurseryWatch = 5;
 
@@ -40,12 +37,6 @@ struct LifeOrder {
   DWORD error = 0;
 };
 
-// How it went, apart from what it told itself.
-struct LifeEnding {
-  int waitStatus = 0;
-  bool tookTooLong = false;
-};
-
 struct WatchedCall {
   std::uint16_t call;  // place in callsThatCanFail
   Phase phase;
@@ -66,7 +57,7 @@ struct LifeWatch {
 
 // Serves orders until nobody gives any more; comes back in each life that it forks, and never in
 // the process that forks them.
-LifeOrder raiseLife();
+LifeOrder raiseWatchedLife();
 
 // Begins to watch, and arms the fault that is ordered. Called when the machine is set up.
 void beginWatchedLife(const LifeOrder& order);

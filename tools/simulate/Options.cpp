@@ -1,8 +1,9 @@
 #include "tools/simulate/Options.h"
 
 #include <algorithm>
-#include <charconv>
 #include <thread>
+
+#include "tools/runner/OptionNumber.h"
 
 namespace simulate {
 
@@ -34,28 +35,21 @@ const char kHelp[] =
 
 namespace {
 
-template <class Number>
-bool readNumber(const std::string& text, Number& number) {
-  const char* end = text.data() + text.size();
-  const auto [stopped, error] = std::from_chars(text.data(), end, number);
-  return error == std::errc{} && stopped == end && number > 0;
-}
-
 // Takes the value of an option that has one; what is wrong with it, or nothing.
 std::string takeValue(const std::string& name, const std::string& value, Options& options) {
   bool isRight = false;
   if (name == "--seeds") {
-    isRight = readNumber(value, options.seeds);
+    isRight = runner::readAboveZero(value, options.seeds);
   } else if (name == "--first") {
-    isRight = readNumber(value, options.firstSeed);
+    isRight = runner::readAboveZero(value, options.firstSeed);
   } else if (name == "--years") {
-    isRight = readNumber(value, options.years) && options.years <= 1e6;
+    isRight = runner::readAboveZero(value, options.years) && options.years <= 1e6;
   } else if (name == "--jobs") {
-    isRight = readNumber(value, options.jobs) && options.jobs <= 1024;
+    isRight = runner::readAboveZero(value, options.jobs) && options.jobs <= 1024;
   } else if (name == "--budget") {
-    isRight = readNumber(value, options.budget);
+    isRight = runner::readAboveZero(value, options.budget);
   } else if (name == "--print") {
-    isRight = readNumber(value, options.firstSeed);
+    isRight = runner::readAboveZero(value, options.firstSeed);
     options.print = true;
   } else if (name == "--replay") {
     options.replay = value;

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <sys/types.h>
-
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <variant>
 
-#include "tools/runner/Descriptor.h"
+#include "tools/runner/ForkingProgram.h"
 #include "tools/runner/RunResult.h"
 
 namespace simulate {
@@ -28,23 +27,14 @@ class ServedLives {
   static std::variant<std::unique_ptr<ServedLives>, std::string> start(
       const std::filesystem::path& service);
 
-  ~ServedLives();
-  ServedLives(const ServedLives&) = delete;
-  ServedLives& operator=(const ServedLives&) = delete;
-
   // Lets one life happen in virtual time. Gives its result, or why no more lives can be had.
   std::variant<runner::RunResult, std::string> live(const ServedLife& life);
 
  private:
-  ServedLives() = default;
+  explicit ServedLives(std::unique_ptr<runner::ForkingProgram> program)
+      : program_(std::move(program)) {}
 
-  std::string spawn(const std::filesystem::path& service);
-  std::string whole(int descriptor) const;
-
-  pid_t process_ = -1;
-  runner::Descriptor control_;
-  runner::Descriptor report_;
-  runner::Descriptor stray_;
+  std::unique_ptr<runner::ForkingProgram> program_;
 };
 
 }  // namespace simulate

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -9,6 +7,7 @@
 
 #include "platform/host/Nursery.h"
 #include "tools/runner/Descriptor.h"
+#include "tools/runner/ForkingProgram.h"
 #include "tools/runner/RunResult.h"
 #include "tools/runner/ScenarioRun.h"
 
@@ -36,19 +35,14 @@ class NurseryProcess {
  private:
   NurseryProcess() = default;
 
-  std::string open();
-  std::string spawn(const runner::LifeOptions& options);
+  std::string openWatch();
   std::string freshDrive();
-  std::string readReport(runner::RunResult& result, bool& endTold);
 
   std::filesystem::path template_;
   std::filesystem::path drive_;
-  pid_t process_ = -1;
-  runner::Descriptor control_;
-  runner::Descriptor report_;
-  runner::Descriptor stray_;
   runner::Descriptor watchFile_;
   const host::LifeWatch* watch_ = nullptr;
+  std::unique_ptr<runner::ForkingProgram> program_;
 };
 
 }  // namespace sweep

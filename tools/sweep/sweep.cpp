@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "tools/runner/OptionNumber.h"
 #include "tools/sweep/Sweep.h"
 #include "tools/sweep/SweepReport.h"
 
@@ -40,18 +41,6 @@ struct Request {
   bool help = false;
 };
 
-// A number above 0, or 0 if the text is none.
-unsigned numberFrom(const std::string& text) {
-  unsigned number = 0;
-  for (const char digit : text) {
-    if (digit < '0' || digit > '9' || number > 1'000'000) {
-      return 0;
-    }
-    number = 10 * number + static_cast<unsigned>(digit - '0');
-  }
-  return number;
-}
-
 // What is wrong with the arguments; empty if nothing is.
 std::string read(const std::vector<std::string>& arguments, Request& request) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -61,12 +50,11 @@ std::string read(const std::vector<std::string>& arguments, Request& request) {
     } else if (argument == "--help") {
       request.help = true;
     } else if (argument == "--every" || argument == "--jobs") {
-      const unsigned number = i + 1 < arguments.size() ? numberFrom(arguments[i + 1]) : 0;
-      if (number == 0) {
+      unsigned& number = argument == "--every" ? request.options.every : request.options.jobs;
+      ++i;
+      if (i == arguments.size() || !runner::readAboveZero(arguments[i], number)) {
         return argument + " takes a number above 0";
       }
-      (argument == "--every" ? request.options.every : request.options.jobs) = number;
-      ++i;
     } else if (argument.starts_with("-")) {
       return "no such option: " + argument;
     } else {
