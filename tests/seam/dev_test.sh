@@ -355,6 +355,12 @@ test_test_adds_up_all_builds() {
     'build, threads' 'tests, threads' 'build, Windows' 'tests, Windows'; do
     grep -Eq "^$row +ok +[0-9]+ min [0-9]{2} s\$" "$place/out" || give_up "no row: $row"
   done
+  grep -q '^cmake --build .*/build/debug .*--target all_but_unit_tests$' "$place/calls" ||
+    give_up 'the unit tests were built twice'
+  grep -q '^ctest .*/build/debug -LE ^unit$ ' "$place/calls" ||
+    give_up 'unit tests were run that were not built'
+  grep -q '^cmake --build .*/build/sanitize --parallel [0-9]*$' "$place/calls" ||
+    give_up 'the build under the sanitizers lacks something'
   expect_in calls "cmake --build $place/checkout/build/thread-sanitize --parallel"
   grep -q -- '--target thread_tests$' "$place/calls" || give_up 'more was built than is needed'
   grep -q '^ctest .*/build/thread-sanitize -L threads ' "$place/calls" ||
