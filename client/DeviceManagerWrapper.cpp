@@ -8,6 +8,7 @@ namespace {
 
 constexpr ULONG kPresentOfClass = CM_GETIDLIST_FILTER_CLASS | CM_GETIDLIST_FILTER_PRESENT;
 constexpr ULONG kCurrentHardwareProfile = 0;
+constexpr char kGetDeviceList[] = "GetDeviceList";
 
 // Whoever walks through the list goes by its end marks alone. A platform that leaves them out would
 // send them beyond the block; here it costs the last id two characters. The block was all zeros, so
@@ -49,7 +50,7 @@ std::uint32_t DeviceManagerWrapper::GetDeviceList(const wchar_t* classGuidText, 
   const CONFIGRET sized = CM_Get_Device_ID_List_SizeW(&length, classGuidText, kPresentOfClass);
   if (sized != CR_SUCCESS) {
     const DWORD error = GetLastError();
-    LogItem("GetDeviceList").error()
+    LogItem(kGetDeviceList).error()
         << "CM_Get_Device_ID_List_Size failed with status = " << error << " for a " << sized;
     return sized;
   }
@@ -57,7 +58,7 @@ std::uint32_t DeviceManagerWrapper::GetDeviceList(const wchar_t* classGuidText, 
   void* const block =
       HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, std::size_t{length} * sizeof(wchar_t));
   if (block == nullptr) {
-    LogItem("GetDeviceList").error() << "HeapAlloc failed";
+    LogItem(kGetDeviceList).error() << "HeapAlloc failed";
     // Deliberate: this reads as success with no list, and the search that follows faults on it. A
     // failure here would turn an exhausted heap into "the stack is not installed".
     return CR_SUCCESS;

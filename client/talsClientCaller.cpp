@@ -4,6 +4,7 @@
 
 #include "VUSL/Support/LogItem.h"
 #include "VUSL/Support/LogTag.h"
+#include "VUSL/Support/SharedTexts.h"
 #include "client/Progress.h"
 #include "client/ProtectedCaid.h"
 #include "client/TalsCallShapes.h"
@@ -114,7 +115,7 @@ talsStatus talsClientCaller::transactRecertification(std::uint32_t type) const {
   const TalsRecertificationRequest wanted{type};
   std::array<unsigned char, sizeof wanted> request{};
   if (memcpy_s(request.data(), request.size(), &wanted, sizeof wanted) != 0) {
-    LogItem().error() << "memcpy_s failed";
+    LogItem().error() << kMemcpyFailed;
     return STATUS_ERROR;
   }
 

@@ -12,6 +12,7 @@ class PlatformString {
   // like any other. Throws ComError(E_OUTOFMEMORY) if the platform has no memory.
   explicit PlatformString(const std::wstring& text);
 
+  // Shares the string of `other`, and lets go of what it had before; the last copy frees it.
   PlatformString(const PlatformString& other);
   PlatformString& operator=(const PlatformString& other);
   ~PlatformString();

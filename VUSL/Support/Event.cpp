@@ -3,6 +3,7 @@
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/LogItem.h"
 #include "VUSL/Support/LogTag.h"
+#include "VUSL/Support/SharedTexts.h"
 
 namespace vusl {
 
@@ -17,7 +18,7 @@ Event::~Event() {
   try {
     signal();
   } catch (const Exception& e) {
-    LogItem("~Event").error() << "Unexpected error occured: " << e.what();
+    LogItem("~Event").error() << kUnexpectedError << e.what();
   }
   CloseHandle(handle_);
 }
@@ -25,7 +26,7 @@ Event::~Event() {
 WaitResult Event::Lock(uint32_t timeoutMs) {
   const WaitResult result = waitForHandle(handle_, timeoutMs);
   if (result == WaitResult::kError) {
-    LogItem().error() << LogAddress(this) << "Event::Lock: Wait complete - error.";
+    LogItem().error() << LogAddress(this) << kWaitFailed;
   }
   return result;
 }

@@ -21,19 +21,23 @@ struct LogTag {
   const char* method;
 };
 
+// Writes the address as above, and gives the item.
 inline LogItem& operator<<(LogItem& item, const LogAddress& tag) {
   return item << "[0x" << LogBase::kHexadecimal << reinterpret_cast<uintptr_t>(tag.object)
               << LogBase::kDecimal << "] ";
 }
 
+// Writes address and method as above, and gives the item.
 inline LogItem& operator<<(LogItem& item, const LogTag& tag) {
   return item << LogAddress(tag.object) << "[" << tag.method << "] ";
 }
 
+// The same for an item that nobody has named.
 inline LogItem& operator<<(LogItem&& item, const LogAddress& tag) {
   return item << tag;
 }
 
+// The same for an item that nobody has named.
 inline LogItem& operator<<(LogItem&& item, const LogTag& tag) {
   return item << tag;
 }

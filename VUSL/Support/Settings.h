@@ -53,6 +53,7 @@ inline constexpr char kPathSeparator[] = "\\";
 
 namespace detail {
 
+// `left` with `right` behind it, made by the compiler.
 template <std::size_t LeftSize, std::size_t RightSize>
 consteval auto joined(const char (&left)[LeftSize], const char (&right)[RightSize]) {
   std::array<char, LeftSize + RightSize - 1> text{};
@@ -86,6 +87,7 @@ inline constexpr int32_t kPathTypeServiceConfFile = 9;
 // Names the whole path of the service's own configuration file.
 inline constexpr char kServiceConfVariable[] = "TALS_TPM_ENROLLMENT_SERVICE_CONF_PATH";
 
+// A path of the installation, and the environment variable that moves it.
 struct PathVariable {
   int32_t pathType;
   const char* name;

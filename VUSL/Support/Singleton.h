@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "VUSL/Support/Exception.h"
+#include "VUSL/Support/SharedTexts.h"
 #include "VUSL/Support/TypeName.h"
 
 // Publishes one process-wide instance of `T` for as long as the holder lives. The holder does not
@@ -29,7 +30,7 @@ class Singleton {
   static T* getInstance() {
     T* const instance = instanceOrNull();
     if (instance == nullptr) {
-      throw Exception("Singleton::getInstance()") << "NULL instance of " << TypeName<T>::text;
+      throw Exception(kGetInstance) << kNullInstance << TypeName<T>::text;
     }
     return instance;
   }

@@ -6,6 +6,7 @@
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/LogItem.h"
 #include "VUSL/Support/LogTag.h"
+#include "VUSL/Support/SharedTexts.h"
 #include "VUSL/Support/win32/ThreadNaming.h"
 
 namespace vusl {
@@ -55,9 +56,7 @@ WaitResult Thread::Lock(uint32_t timeoutMs) {
   LogItem() << "WaitForSingleObject";
   const WaitResult result = waitForHandle(threadHandle, timeoutMs);
   if (result == WaitResult::kError) {
-    // The words name the event, not the thread. That is deliberate: whoever searches the log for
-    // failed waits finds both kinds by one sentence.
-    LogItem().error() << LogAddress(this) << "Event::Lock: Wait complete - error.";
+    LogItem().error() << LogAddress(this) << kWaitFailed;
   }
   return result;
 }

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "VUSL/Support/Exception.h"
+#include "VUSL/Support/SharedTexts.h"
 
 namespace {
 
@@ -14,8 +15,8 @@ UseCaseIdentifier& UseCaseIdentifier::getInstance() {
   // Never destroyed: static objects log while they are destroyed.
   static UseCaseIdentifier* const instance = new (std::nothrow) UseCaseIdentifier(kUseCase);
   if (instance == nullptr) {
-    throw Exception("Singleton::getInstance()")
-        << "NULL instance of " << TypeName<UseCaseIdentifier>::text;
+    throw Exception(kGetInstance)
+        << kNullInstance << TypeName<UseCaseIdentifier>::text;
   }
   return *instance;
 }

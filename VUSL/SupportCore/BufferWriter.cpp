@@ -5,6 +5,7 @@
 #include "VUSL/Support/AssertException.h"
 #include "VUSL/Support/BufferWriterException.h"
 #include "VUSL/Support/LogItem.h"
+#include "VUSL/Support/SharedTexts.h"
 
 namespace {
 
@@ -29,6 +30,6 @@ void BufferWriter::failForRoom(unsigned int size, uint32_t room) {
 }
 
 void BufferWriter::failToCopy() {
-  LogItem("writeRaw").error() << "memcpy_s failed";
+  LogItem("writeRaw").error() << kMemcpyFailed;
   throw std::exception();
 }

@@ -9,6 +9,7 @@
 #include "VUSL/Support/AssertException.h"
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/LogItem.h"
+#include "VUSL/Support/SharedTexts.h"
 #include "VUSL/SupportCore/Buffer.h"
 #include "VUSL/SupportCore/BufferWriter.h"
 
@@ -19,6 +20,7 @@ namespace {
 constexpr DWORD kAppendAccess = GENERIC_READ | GENERIC_WRITE | FILE_APPEND_DATA;
 constexpr DWORD kShareMode = FILE_SHARE_READ | FILE_SHARE_WRITE;
 constexpr char kInvalidData[] = "Invalid data passed";
+constexpr char kLastError[] = "Last error: ";
 
 }  // namespace
 
@@ -29,7 +31,7 @@ File::~File() {
     // Only this class's own part of the object is left by now.
     File::close();
   } catch (const std::exception& e) {
-    LogItem("~File").error() << "Unexpected error occured: " << e.what();
+    LogItem("~File").error() << kUnexpectedError << e.what();
   }
 }
 
@@ -89,7 +91,7 @@ void File::write(const void* data, unsigned int size) {
   if (WriteFile(handle, data, size, &written, nullptr) == FALSE) {
     const DWORD error = GetLastError();
     throw Exception() << "Error when writing " << size << " bytes to file " << Narrow(name)
-                      << "Last error: " << error;
+                      << kLastError << error;
   }
 }
 
@@ -105,7 +107,7 @@ void File::read(void* data, unsigned int size) {
   DWORD readSize = 0;
   if (ReadFile(handle, data, size, &readSize, nullptr) == FALSE) {
     const DWORD error = GetLastError();
-    throw Exception() << "Error when reading file " << Narrow(name) << "Last error: " << error;
+    throw Exception() << "Error when reading file " << Narrow(name) << kLastError << error;
   }
 }
 
@@ -126,7 +128,7 @@ void File::remove() {
   close();
   if (DeleteFileW(name.c_str()) == FALSE) {
     const DWORD error = GetLastError();
-    throw Exception() << "Error when deleting file: " << Narrow(name) << "Last error: " << error;
+    throw Exception() << "Error when deleting file: " << Narrow(name) << kLastError << error;
   }
 }
 
@@ -135,7 +137,7 @@ void File::rename(const string_t& newName) {
   if (MoveFileW(name.c_str(), newName.c_str()) == FALSE) {
     const DWORD error = GetLastError();
     throw Exception() << "Error when renaming file from " << Narrow(name) << " to "
-                      << Narrow(newName) << "Last error: " << error;
+                      << Narrow(newName) << kLastError << error;
   }
 }
 

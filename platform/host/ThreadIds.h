@@ -4,8 +4,8 @@
 
 namespace host {
 
-// The machine's threads are numbered in the order in which they start. Windows hands out ids that are
-// multiples of four.
+// The machine's threads are numbered in the order in which they start. Windows hands out ids that
+// are multiples of four.
 inline constexpr std::uint32_t kFirstThreadId = 0x1a2c;
 inline constexpr std::uint32_t kThreadIdStep = 4;
 

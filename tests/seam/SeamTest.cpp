@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/seam/StyleRules.h"
+
 // The rules of the seam, held against the checkout itself.
 
 namespace {
@@ -88,8 +90,24 @@ TEST(SeamTest, EveryTestFileIsRegisteredAndHoldsATest) {
   expectNone(seam::idleTestFiles(seam::readTree(kRoot, {"tests"}), kRoot, compiled()));
 }
 
-TEST(SeamTest, ProductFilesKeepToLinesAndColumns) {
-  expectNone(seam::tooLong(product()));
+TEST(SeamTest, FilesAndFunctionsKeepToLinesAndColumns) {
+  const seam::SourceTree tree = seam::readTree(kRoot, {"VUSL", "client", "service", "task", "bench",
+                                                       "platform", "standins", "tests", "tools"});
+  expectNone(seam::tooLong(tree));
+  expectNone(seam::longFunctions(tree));
+}
+
+TEST(SeamTest, ProductCallsThePlatformByItsWideNames) {
+  expectNone(
+      seam::narrowPlatformCalls(product(), seam::readTree(kRoot, {"platform/host/windows"})));
+}
+
+TEST(SeamTest, HeadersOfTheProductSayWhatTheyOffer) {
+  expectNone(seam::undocumented(product()));
+}
+
+TEST(SeamTest, TextsOfTheSystemStandOnce) {
+  expectNone(seam::textsTwice(product()));
 }
 
 }  // namespace

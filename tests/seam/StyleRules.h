@@ -1,0 +1,24 @@
+#pragma once
+
+#include "tests/seam/SeamRules.h"
+
+// The style that a formatter cannot see, each rule as a function that lists what breaks it.
+namespace seam {
+
+// Functions, those of tests among them, have at most 70 lines from their first line to the brace
+// that ends them.
+Findings longFunctions(const SourceTree& files);
+
+// Where the platform has a function for wide text, that one is called. `declared` are the files
+// that declare the platform's functions.
+Findings narrowPlatformCalls(const SourceTree& product, const SourceTree& declared);
+
+// In a header each class and each operation that others can call stands in a paragraph that begins
+// with a comment. Not asked of destructors, of what overrides or is defaulted or deleted, and of
+// operations that give what their name says in one line.
+Findings undocumented(const SourceTree& product);
+
+// No text literal of 12 characters or more stands twice in the product.
+Findings textsTwice(const SourceTree& product);
+
+}  // namespace seam
