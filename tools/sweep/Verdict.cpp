@@ -25,12 +25,44 @@ bool isQuiet(const Sight& plain) {
 }
 
 bool isPermittedAnytime(std::string_view call, Outcome outcome) {
-  for (std::size_t i = 0; i < host::kPhases; ++i) {
-    if (isPermitted(call, static_cast<host::Phase>(i), outcome)) {
-      return true;
+  const auto rows = permissions();
+  return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
+    bool isNamed = false;
+    for (std::size_t i = 0; i < host::kPhases; ++i) {
+      isNamed = isNamed || isAbout(row, call, static_cast<host::Phase>(i));
     }
+    return isNamed && permits(row, outcome);
+  });
+}
+
+bool isOn(const Sight& plain, Only machines) {
+  switch (machines) {
+    case Only::kEverywhere:
+      return true;
+    case Only::kWithDevices:
+      return plain.hasOtherDevices;
+    case Only::kWithVariables:
+      return plain.hasVariables;
+    case Only::kWithTraces:
+      return plain.hasTraces;
   }
   return false;
+}
+
+bool isPermitted(const Sight& plain, const std::vector<std::string>& newLines, const Strike& strike,
+                 Outcome outcome) {
+  const auto isTold = [&](const Permission& row) {
+    return row.told.empty() || outcome == Outcome::kUnnoticed || isQuiet(plain) ||
+           std::any_of(newLines.begin(), newLines.end(), [&](const std::string& line) {
+             return line.find(row.told) != std::string::npos;
+           });
+  };
+  const auto rows = permissions();
+  return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
+    return isAbout(row, strike.call, strike.phase) && permits(row, outcome) &&
+           (row.times == Times::kAny || (row.times == Times::kFromThenOn) == strike.lasting) &&
+           row.error.value_or(strike.error) == strike.error && isOn(plain, row.only) && isTold(row);
+  });
 }
 
 bool isAbnormal(const Sight& sight) {
@@ -48,8 +80,9 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
   if (isSuccess(strike)) {
     return outcome == Outcome::kUnnoticed;
   }
+  const std::vector<std::string> newLines = beyond(faulted.lines, plain.lines);
   const auto isIn = [&](Outcome permitted) {
-    return isPermitted(strike.call, strike.phase, permitted) ||
+    return isPermitted(plain, newLines, strike, permitted) ||
            std::any_of(
                strike.alsoFailing.begin(), strike.alsoFailing.end(),
                [&](const std::string& call) { return isPermittedAnytime(call, permitted); });
@@ -57,14 +90,16 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
   switch (outcome) {
     case Outcome::kUnnoticed:
       // The plain run ended in a way that is permitted here, and so does this one.
-      return isIn(outcome) || isToldAnyway(strike.call, plain.lines) ||
-             (isQuiet(plain) && isIn(Outcome::kTold)) ||
+      return isIn(outcome) || isToldAnyway(strike.call, strike.phase, plain.lines) ||
+             (isQuiet(plain) && (isIn(Outcome::kTold) || isIn(Outcome::kErrorAsZero))) ||
              (endOf(faulted) != Outcome::kTold && isIn(endOf(faulted)));
     case Outcome::kTold:
-      return isIn(outcome) || isIn(endOf(faulted));
+      return isIn(outcome) || isIn(endOf(faulted)) ||
+             (isQuiet(plain) && isIn(Outcome::kErrorAsZero));
     case Outcome::kEndsSooner:
-      // It did not come to the plain run's abnormal end.
-      return isIn(outcome) || (isAbnormal(plain) && isIn(Outcome::kTold));
+      // It did not come to the plain run's abnormal end, or nobody heard why it came to its own.
+      return isIn(outcome) || (isAbnormal(plain) && isIn(Outcome::kTold)) ||
+             (isQuiet(plain) && isIn(Outcome::kErrorAsZero));
     default:
       return isIn(outcome);
   }
@@ -91,9 +126,10 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
     verdict.reasons.push_back(std::move(illegal));
   }
   for (const std::string& line : verdict.errors) {
-    if (!isExplained(strike.call, line) &&
-        std::none_of(strike.alsoFailing.begin(), strike.alsoFailing.end(),
-                     [&](const std::string& call) { return isExplained(call, line); })) {
+    if (!isExplained(strike.call, line, verdict.errors) &&
+        std::none_of(
+            strike.alsoFailing.begin(), strike.alsoFailing.end(),
+            [&](const std::string& call) { return isExplained(call, line, verdict.errors); })) {
       verdict.reasons.push_back("not explained: " + line);
     }
   }
