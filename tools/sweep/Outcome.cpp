@@ -57,7 +57,7 @@ Outcome exitOf(const Sight& sight) {
 
 std::ptrdiff_t exceptionsLeavingMain(const Sight& sight) {
   return std::count_if(sight.errors.begin(), sight.errors.end(), [](const std::string& line) {
-    return line.find("Exception occured in ServiceMain function ") != std::string::npos;
+    return line.find("Exception occured in ServiceMain function") != std::string::npos;
   });
 }
 
@@ -138,8 +138,10 @@ Outcome outcomeOf(const Sight& plain, const Sight& faulted) {
   if (end == Outcome::kBroken) {
     return end;
   }
-  if (end == Outcome::kTold && faulted.end == End::kExit &&
-      exceptionsLeavingMain(faulted) > exceptionsLeavingMain(plain)) {
+  // Where the plain run fails too, it tells another number.
+  const std::ptrdiff_t exceptions = exceptionsLeavingMain(faulted);
+  if (end == Outcome::kTold && faulted.end == End::kExit && exceptions > 0 &&
+      (exceptions > exceptionsLeavingMain(plain) || endOf(plain) == Outcome::kErrorCode)) {
     return Outcome::kErrorAsZero;
   }
   if (end == endOf(plain) && plain.exitCode == faulted.exitCode && haveSameLast(plain, faulted)) {

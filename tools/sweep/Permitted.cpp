@@ -45,10 +45,13 @@ constexpr Outcomes kDefaults = to(kUnnoticed, kTold, kRunsOn, kEndsSooner);
 // The log cannot be set up: the process ends in silence.
 constexpr Outcomes kNoLog = to(kRefused);
 
-constexpr std::string_view kLeavesMain = "Exception occured in ServiceMain function ";
-constexpr std::string_view kLeavesHandler = "Exception occured in ServiceControlHandler function ";
+constexpr std::string_view kLeavesMain = "Exception occured in ServiceMain function";
+constexpr std::string_view kLeavesHandler = "Exception occured in ServiceControlHandler function";
 constexpr std::string_view kLeavesLaunch = "[Run] Exception occured: ";
 constexpr std::string_view kNotLaunched = "Cannot run OrvixVTMEKRecertification.exe process.";
+constexpr std::string_view kProcessFailed = "Process exception occured: Last error code: ";
+constexpr std::string_view kRunFailed = "Service stopped with error: ";
+constexpr std::string_view kUnknownPrivilege = "LookupPrivilegeValue for ";
 constexpr std::string_view kNoPrivate = "Unable to initialize service. Error message:";
 constexpr std::string_view kBrokenConfig = "Corrupted config. Default values will be used.";
 
@@ -116,7 +119,7 @@ constexpr std::array kStart = {
     // The privileges: whatever fails, the service goes on with the token that it has; but memory
     // for them is an exception of the standard library, which ends the entry.
     row("OpenProcessToken", in(kEntering), to(kTold), "OpenProcessToken failed, error code: "),
-    row("LookupPrivilegeValueW", in(kEntering), to(kTold), "LookupPrivilegeValue for "),
+    row("LookupPrivilegeValueW", in(kEntering), to(kTold), kUnknownPrivilege),
     row("AdjustTokenPrivileges", in(kEntering), to(kTold),
         "AdjustTokenPrivileges failed, error code = "),
     row("HeapAlloc", in(kEntering), kNoLog,
@@ -138,6 +141,9 @@ constexpr std::array kStart = {
     once(row("SetServiceStatus", kSettingUp, kServiceFails, kLeavesMain)),
     fromThenOn(row("SetServiceStatus", kSettingUp, to(kTerminate), kLeavesMain)),
 
+    // A second exception, out of what handles the first.
+    only(Only::kFailingAnyway, row("SetServiceStatus", kSettingUp | kWorking, to(kTerminate))),
+
     // The lock of the service's object, and its namespace.
     row("CreateMutexW", in(kStarting), kServiceFails, kLeavesMain),
     row("CreateBoundaryDescriptorW", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
@@ -152,14 +158,17 @@ constexpr std::array kStack = {
     row("CM_*", in(kEntering), kNoLog),
     row("CM_*", in(kStarting) | kWorking, kServiceFails, kLeavesMain),
     row("CM_*", kWorking, kLaunchFails, kLeavesLaunch),
-    // What fails for another device than the stack's is passed over.
+    // What fails for another device than the stack's is passed over; that may be the one that kept
+    // the search from the stack's.
     only(Only::kWithDevices, row("CM_Locate_DevNodeW", in(kEntering), to(kUnnoticed))),
-    only(Only::kWithDevices, row("CM_Locate_DevNodeW", in(kStarting) | kWorking, to(kTold),
-                                 "CM_Locate_DevNode failed with status = ")),
+    only(Only::kWithDevices,
+         row("CM_Locate_DevNodeW", in(kStarting) | kWorking, to(kTold, kEndsSooner),
+             "CM_Locate_DevNode failed with status = ")),
     only(Only::kWithDevices,
          row("CM_Get_DevNode_Registry_PropertyW", in(kEntering), to(kUnnoticed))),
-    only(Only::kWithDevices, row("CM_Get_DevNode_Registry_PropertyW", in(kStarting) | kWorking,
-                                 to(kTold), "GetDeviceHardwareID failed with status = ")),
+    only(Only::kWithDevices,
+         row("CM_Get_DevNode_Registry_PropertyW", in(kStarting) | kWorking, to(kTold, kEndsSooner),
+             "GetDeviceHardwareID failed with status = ")),
     row("RegQueryValueExW", in(kEntering), kNoLog),
     row("RegQueryValueExW", in(kStarting) | kWorking, kServiceFails, kLeavesMain),
     row("RegQueryValueExW", kWorking, kLaunchFails, kLeavesLaunch),
@@ -218,8 +227,15 @@ constexpr std::array kWork = {
     // The recertification program.
     row("CreateProcessW", kWorking, kLaunchFails, kNotLaunched),
 
-    // Texts of the system, and ours in their place.
-    row("FormatMessageW", kAlways, to(kTold, kUnnoticed)),
+    // Texts of the system: an empty one stands in their place. For -1 there is none anyway.
+    row("FormatMessageW", in(kStarting), to(kUnnoticed)),
+    row("FormatMessageW", in(kEntering), to(kTold), kUnknownPrivilege),
+    row("FormatMessageW", kAlways, to(kTold), kRunFailed),
+    row("FormatMessageW", kWorking, to(kTold), kProcessFailed),
+    row("calloc", in(kStarting), to(kUnnoticed)),
+    row("calloc", in(kEntering), to(kTold), kUnknownPrivilege),
+    row("calloc", kAlways, to(kTold), kRunFailed),
+    row("calloc", kWorking, to(kTold), kProcessFailed),
 };
 
 // The scheduled task. No failure is more than lines of the log; but where a task is there already
@@ -273,8 +289,8 @@ constexpr std::array kTask = {
     row("IUnknown::QueryInterface", kWorking, to(kTold), "QueryInterface call failed for I"),
     row("IUnknown::QueryInterface", kWorking, to(kFault)),
     row("IExecAction::put_Path", kWorking, to(kTold), "Cannot put action path: "),
-    // Of a task that is pointed at another place.
-    row("IExecAction::put_Path", kWorking, to(kUnnoticed)),
+    // Of a task that is pointed at another place: it keeps the old one.
+    only(Only::kWithATaskToMend, row("IExecAction::put_Path", kWorking, to(kUnnoticed, kTold))),
     row("IExecAction::get_Path", kWorking, to(kFault)),
 };
 
@@ -285,7 +301,7 @@ constexpr std::array kLettingGo = {
     row("CloseHandle", in(kStarting), kDefaults, kBrokenConfig),
     row("CloseHandle", kAlways, to(kUnnoticed, kOtherCode)),
     row("ClosePrivateNamespace", kAlways, to(kTold, kOtherCode), "Cannot close private namespace!"),
-    row("EventUnregister", in(kEntering, kStopped), to(kUnnoticed)),
+    row("EventUnregister", kAlways, to(kUnnoticed)),
     row("FindClose", kSettingUp, to(kUnnoticed)),
     row("FreeLibrary", kWorking | in(kStopped), to(kUnnoticed)),
     row("HeapFree", kSettingUp | kWorking, to(kUnnoticed)),
@@ -303,7 +319,7 @@ constexpr std::array kExplanations = {
     // A stop that comes in the pause ahead of STOPPED, when an exception has ended the work, finds
     // no service any more.
     Explanation{"*", "ServiceControlHandler function Singleton::getInstance():NULL instance of ",
-                "Exception occured in ServiceMain function "},
+                kLeavesMain},
     Explanation{"RegOpenKeyExW", "Couldn't find <tALS Client> in device registry."},
     Explanation{"RegOpenKeyExW", "tals stack not installed"},
     Explanation{"RegQueryValueExW", "tals stack not installed"},

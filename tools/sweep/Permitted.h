@@ -24,6 +24,9 @@ enum class Only {
   kWithDevices,    // that have other devices than the stack's
   kWithVariables,  // whose environment says where a path is
   kWithTraces,     // on which somebody listens to trace events
+  // Where the plain run points a task at another place, or an exception leaves the service's work.
+  kWithATaskToMend,
+  kFailingAnyway,
 };
 
 // What a failure of a call may come to. This list is closed: what no row permits is an objection.

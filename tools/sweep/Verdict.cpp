@@ -35,6 +35,11 @@ bool isPermittedAnytime(std::string_view call, Outcome outcome) {
   });
 }
 
+bool hasLine(const std::vector<std::string>& lines, std::string_view text) {
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return line.find(text) != std::string::npos; });
+}
+
 bool isOn(const Sight& plain, Only machines) {
   switch (machines) {
     case Only::kEverywhere:
@@ -45,17 +50,20 @@ bool isOn(const Sight& plain, Only machines) {
       return plain.hasVariables;
     case Only::kWithTraces:
       return plain.hasTraces;
+    case Only::kWithATaskToMend:
+      return hasLine(plain.lines, "Task has beed updated to new OVER location, Ending");
+    case Only::kFailingAnyway:
+      return hasLine(plain.errors, "Exception occured in ServiceMain function");
   }
   return false;
 }
 
-bool isPermitted(const Sight& plain, const std::vector<std::string>& newLines, const Strike& strike,
+// What must be told stands among these lines.
+bool isPermitted(const Sight& plain, const std::vector<std::string>& lines, const Strike& strike,
                  Outcome outcome) {
   const auto isTold = [&](const Permission& row) {
     return row.told.empty() || outcome == Outcome::kUnnoticed || isQuiet(plain) ||
-           std::any_of(newLines.begin(), newLines.end(), [&](const std::string& line) {
-             return line.find(row.told) != std::string::npos;
-           });
+           hasLine(lines, row.told);
   };
   const auto rows = permissions();
   return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
@@ -81,25 +89,31 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
     return outcome == Outcome::kUnnoticed;
   }
   const std::vector<std::string> newLines = beyond(faulted.lines, plain.lines);
-  const auto isIn = [&](Outcome permitted) {
-    return isPermitted(plain, newLines, strike, permitted) ||
+  const auto isAmong = [&](const std::vector<std::string>& lines, Outcome permitted) {
+    return isPermitted(plain, lines, strike, permitted) ||
            std::any_of(
                strike.alsoFailing.begin(), strike.alsoFailing.end(),
                [&](const std::string& call) { return isPermittedAnytime(call, permitted); });
   };
+  const auto isIn = [&](Outcome permitted) { return isAmong(newLines, permitted); };
+  // The plain run comes to what is permitted here and tells it, and so does this one.
+  const bool failsAnyway = isToldAnyway(strike.call, strike.phase, plain.lines);
+  const bool isTheSame =
+      isAmong(faulted.lines, endOf(faulted)) && (endOf(faulted) != Outcome::kTold || failsAnyway);
+  // Nobody heard why it came to its end.
+  const bool mayHaveFailed = isQuiet(plain) && isIn(Outcome::kErrorAsZero);
   switch (outcome) {
     case Outcome::kUnnoticed:
-      // The plain run ended in a way that is permitted here, and so does this one.
-      return isIn(outcome) || isToldAnyway(strike.call, strike.phase, plain.lines) ||
-             (isQuiet(plain) && (isIn(Outcome::kTold) || isIn(Outcome::kErrorAsZero))) ||
-             (endOf(faulted) != Outcome::kTold && isIn(endOf(faulted)));
+      return isIn(outcome) || isTheSame || failsAnyway || mayHaveFailed ||
+             (isQuiet(plain) && isIn(Outcome::kTold));
     case Outcome::kTold:
-      return isIn(outcome) || isIn(endOf(faulted)) ||
-             (isQuiet(plain) && isIn(Outcome::kErrorAsZero));
+      return isIn(outcome) || isTheSame || mayHaveFailed;
     case Outcome::kEndsSooner:
-      // It did not come to the plain run's abnormal end, or nobody heard why it came to its own.
-      return isIn(outcome) || (isAbnormal(plain) && isIn(Outcome::kTold)) ||
-             (isQuiet(plain) && isIn(Outcome::kErrorAsZero));
+      // It did not come to the plain run's abnormal end.
+      return isIn(outcome) || mayHaveFailed || (isAbnormal(plain) && isIn(Outcome::kTold));
+    case Outcome::kNotStopped:
+      // STOPPED is overtaken, which is what the scenario is about.
+      return !illegalReport(plain.statuses).empty();
     default:
       return isIn(outcome);
   }
@@ -122,7 +136,7 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
   }
   // A scenario may be about reports that overtake each other: the fault did not cause those.
   if (std::string illegal = illegalReport(faulted.statuses);
-      !illegal.empty() && illegal != illegalReport(plain.statuses)) {
+      !illegal.empty() && illegalReport(plain.statuses).empty()) {
     verdict.reasons.push_back(std::move(illegal));
   }
   for (const std::string& line : verdict.errors) {
