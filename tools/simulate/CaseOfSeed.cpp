@@ -91,8 +91,11 @@ std::string Draw::order() {
   return among(kOrders);
 }
 
+// A scenario's numbers have 32 bits, which is 49 days of milliseconds.
 std::string ms(std::uint64_t number) {
-  return std::to_string(number) + " ms";
+  constexpr std::uint64_t kDay = 24 * std::uint64_t{kHour};
+  const std::string days = number < kDay ? "" : std::to_string(number / kDay) + " days ";
+  return days + std::to_string(number % kDay) + " ms";
 }
 
 std::string Draw::time() {

@@ -32,6 +32,7 @@ const char kHelp[] =
     "  --figures FILE write the figures into the rows that this page has for them\n"
     "  --help         print this text\n"
     "\n"
+    "SIGTERM ends the simulation ahead of its last seed; what was run counts.\n"
     "Exit status: 0 if every promise was kept, 1 if not, 2 if nothing was run.\n";
 
 namespace {

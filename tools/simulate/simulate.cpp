@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -35,6 +36,16 @@ void keepDrivesInMemory() {
   if (access(kMemory, W_OK | X_OK) == 0) {
     setenv("TMPDIR", kMemory, 0);
   }
+}
+
+volatile std::sig_atomic_t isTerminated = 0;
+
+// What was run up to there counts; a second signal ends the program.
+void reportWhenTerminated() {
+  std::signal(SIGTERM, [](int signal) {
+    isTerminated = 1;
+    std::signal(signal, SIG_DFL);
+  });
 }
 
 int refuse(const std::string& reason) {
@@ -95,6 +106,8 @@ int simulateSeeds(const simulate::Options& options) {
   wanted.years = options.years;
   wanted.jobs = options.jobs;
   wanted.onProgress = progress("seeds");
+  wanted.isOver = [] { return isTerminated != 0; };
+  reportWhenTerminated();
   const auto began = Clock::now();
   const auto ran = simulate::runSimulation(wanted);
   if (const auto* refusal = std::get_if<std::string>(&ran)) {
@@ -122,7 +135,8 @@ int simulateSeeds(const simulate::Options& options) {
   const std::string seeds = "./dev simulate --seeds " + std::to_string(options.seeds) +
                             " --years " + fixed(options.years, options.years < 1 ? 2 : 0);
   if (!tellFigures(options,
-                   {{"lives simulated", runner::inThrees(result.lives)},
+                   {{"seeds simulated", runner::inThrees(result.seeds)},
+                    {"lives simulated", runner::inThrees(result.lives)},
                     {"years simulated", fixed(result.years, 1)},
                     {"seeds failed", runner::inThrees(result.failedSeeds)}},
                    seeds)) {
