@@ -66,7 +66,7 @@ constexpr DWORD kLaunching[] = {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR
 constexpr DWORD kHandler[] = {kNoSuchService, ERROR_NOT_ENOUGH_MEMORY};
 constexpr DWORD kDispatching[] = {ERROR_FAILED_SERVICE_CONTROLLER_CONNECT,
                                   ERROR_SERVICE_ALREADY_RUNNING};
-constexpr DWORD kReporting[] = {ERROR_INVALID_HANDLE, kInvalidData};
+constexpr DWORD kReporting[] = {ERROR_INVALID_HANDLE, kInvalidData, ERROR_SUCCESS};
 constexpr DWORD kTracing[] = {ERROR_ACCESS_DENIED, ERROR_NOT_ENOUGH_MEMORY};
 constexpr DWORD kRegistry[] = {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED};
 constexpr DWORD kDevices[] = {kNoSuchDevice, kDevicesFailed};

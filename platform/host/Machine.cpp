@@ -75,6 +75,11 @@ void Machine::setLocalTime(int year, int month, int day, int hour, int minute, i
   setLocalTime(time);
 }
 
+void Machine::stepClock(std::int64_t ms) {
+  const Scheduler::Guard guard;
+  startLocalMs_ += ms;
+}
+
 SYSTEMTIME Machine::localTime() const {
   return toSystemTime(startLocalMs_ + nowMs());
 }

@@ -75,6 +75,8 @@ struct Machine {
   void setLocalTime(const SYSTEMTIME& time);
   void setLocalTime(int year, int month, int day, int hour, int minute, int second,
                     int millisecond);
+  // Somebody sets the clock on or back by so much. What waits does not go by it.
+  void stepClock(std::int64_t ms);
   SYSTEMTIME localTime() const;
   // Milliseconds since 1601, as the times of files count.
   std::int64_t utcMs() const;

@@ -86,6 +86,10 @@ int main(int argc, char** argv) {
   if (scenario == nullptr) {
     return runProduct(std::move(arguments));
   }
+  // The program that forks lives of any scenarios was started with the arguments of none.
+  if (argc <= 1) {
+    arguments.insert(arguments.end(), scenario->arguments.begin(), scenario->arguments.end());
+  }
   // Static, so that the buffers outlive the product's static objects.
   static ConsoleBuffer<wchar_t> wideConsole;
   static ConsoleBuffer<char> narrowConsole;

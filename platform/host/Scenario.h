@@ -33,6 +33,8 @@ struct Action {
     kDetachListener,  // nobody listens to it any more
     kPower,           // number: 1 for batteries, 0 for mains
     kNetwork,         // number: 1 if there is one from now on
+    kSuspend,         // span: for so long the machine sleeps
+    kClock,           // span: by so much somebody sets the clock on, or back if it is negative
     kEndProcess,      // the process is ended from outside
   };
   // The level that the session's own section gives.
@@ -42,6 +44,7 @@ struct Action {
   std::wstring subject;
   std::string text;
   DWORD number = 0;
+  Nanoseconds span = 0;
 };
 
 // When it happens.

@@ -178,6 +178,21 @@ Reason readNetwork(std::string_view text, Action& action) {
   return readChoice(text, "gone", "back", action);
 }
 
+Reason readSuspension(std::string_view text, Action& action) {
+  return readDuration(text, action.span);
+}
+
+Reason readClockStep(std::string_view text, Action& action) {
+  const bool isSigned = text.starts_with('+') || text.starts_with('-');
+  if (!isSigned || readDuration(text.substr(1), action.span)) {
+    return inQuotes(text) + " is no step of the clock (as in \"+1 h\" or \"-2 days\")";
+  }
+  if (text.front() == '-') {
+    action.span = -action.span;
+  }
+  return std::nullopt;
+}
+
 struct ActionRow {
   std::string_view name;
   Action::Kind kind;
@@ -198,6 +213,8 @@ constexpr std::array kActions = {
     ActionRow{"detach listener", Action::Kind::kDetachListener, readNothing},
     ActionRow{"power", Action::Kind::kPower, readPower},
     ActionRow{"network", Action::Kind::kNetwork, readNetwork},
+    ActionRow{"suspend", Action::Kind::kSuspend, readSuspension},
+    ActionRow{"clock", Action::Kind::kClock, readClockStep},
     ActionRow{"end process", Action::Kind::kEndProcess, readNothing},
 };
 

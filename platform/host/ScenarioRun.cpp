@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/host/Bootstrap.h"
@@ -23,6 +24,10 @@ constexpr unsigned kEndlessLoopCalls = 10'000;
 
 // The sessions of the scenario that is run, which lives as long as the process.
 const std::vector<ScenarioTrace>* theTraces = nullptr;
+// The script's own thread: what it does comes from outside the machine.
+const Thread* theScript = nullptr;
+// Before version 6.2 a wait counts the time in which the machine sleeps.
+bool theWaitsCountOn = false;
 
 void note(const std::string& what) {
   machine().note(what);
@@ -81,6 +86,21 @@ void changePower(const Action& action) {
 void changeNetwork(const Action& action) {
   machine().network = action.number != 0;
   note(machine().network ? "the network is back" : "the network is gone");
+}
+
+std::string inMs(Nanoseconds span) {
+  return std::to_string(span / kNanosecondsPerMillisecond) + " ms";
+}
+
+void suspend(const Action& action) {
+  Scheduler::instance().suspend(action.span, theWaitsCountOn, theScript);
+  note("the machine slept for " + inMs(action.span));
+}
+
+void stepClock(const Action& action) {
+  machine().stepClock(action.span / kNanosecondsPerMillisecond);
+  note(action.span < 0 ? "the clock is set back by " + inMs(-action.span)
+                       : "the clock is set on by " + inMs(action.span));
 }
 
 // A life that is cut short has given nothing back yet, so what is open does not count.
@@ -153,6 +173,10 @@ void perform(const Action& action) {
       return changePower(action);
     case Action::Kind::kNetwork:
       return changeNetwork(action);
+    case Action::Kind::kSuspend:
+      return suspend(action);
+    case Action::Kind::kClock:
+      return stepClock(action);
     case Action::Kind::kEndProcess:
       endProcess();
   }
@@ -247,6 +271,7 @@ void armCalls(const Scenario& scenario) {
 void setUpSystem(const Scenario& scenario) {
   Machine& system = machine();
   system.version = {scenario.majorVersion, scenario.minorVersion, scenario.buildNumber};
+  theWaitsCountOn = std::pair(scenario.majorVersion, scenario.minorVersion) < std::pair(6U, 2U);
   system.userLanguage = scenario.language;
   system.minutesAheadOfUtc = scenario.minutesAheadOfUtc;
   if (scenario.clock) {
@@ -368,7 +393,7 @@ void startScript(const Scenario& scenario) {
   if (!scenario.endlessLoopExpected) {
     Scheduler::instance().setEndlessLoopHandler(kEndlessLoopCalls, [] { giveUp("endless"); });
   }
-  Scheduler::instance().spawn("script", [&scenario] { follow(scenario); });
+  theScript = &Scheduler::instance().spawn("script", [&scenario] { follow(scenario); });
 }
 
 }  // namespace host

@@ -133,6 +133,21 @@ void Scheduler::spend(Nanoseconds duration) {
   }
 }
 
+void Scheduler::suspend(Nanoseconds span, bool waitsCountOn, const Thread* outside) {
+  if (mode_ == Mode::kReal) {
+    realStart_ -= span;
+    return;
+  }
+  virtualNow_ += span;
+  callsSinceJump_ = 0;
+  for (const auto& thread : threads_) {
+    const bool isWaiting = thread->state == Thread::State::kBlocked && thread->deadline != kForever;
+    if (!waitsCountOn && isWaiting && thread.get() != outside) {
+      thread->deadline += span;
+    }
+  }
+}
+
 void Scheduler::yield(const char* call) {
   Thread& self = current();
   self.lastCall.store(call, std::memory_order_relaxed);

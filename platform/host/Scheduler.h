@@ -66,6 +66,11 @@ class Scheduler {
   static Thread& current();
   static bool isKnown();
 
+  // The machine sleeps: time passes in which nobody runs. `outside` is no thread of the machine's
+  // own and finds its deadlines passed; so does everybody if waits count on. Otherwise waits go on
+  // where they stood, as they always do in real time. The caller holds the guard.
+  void suspend(Nanoseconds span, bool waitsCountOn, const Thread* outside);
+
   // A point where the turn may pass. `call` names the platform call for reports (a literal).
   void yield(const char* call);
 
@@ -133,7 +138,7 @@ class Scheduler {
   std::vector<std::unique_ptr<Thread>> threads_;
   Choices choices_{0};
   Nanoseconds virtualNow_ = 0;
-  Nanoseconds realStart_ = 0;
+  std::atomic<Nanoseconds> realStart_ = 0;
   unsigned callsInTurn_ = 0;
   unsigned callsSinceJump_ = 0;
   unsigned endlessLoopCalls_ = 0;

@@ -36,8 +36,9 @@ Strike strike(std::string_view call, Phase phase) {
 using Reasons = std::vector<std::string>;
 
 TEST(VerdictTest, WhatIsPermittedIsNoReason) {
-  const Verdict verdict = judgeFault(life({"[DBG] a"}), life({"[DBG] b"}),
-                                     strike("OpenProcessToken", Phase::kEntering));
+  const Verdict verdict =
+      judgeFault(life({"[DBG] a"}), life({"[DBG] CoInitializeEx failed: 80010106"}),
+                 strike("CoInitializeEx", Phase::kRunning));
   EXPECT_EQ(verdict.outcome, Outcome::kTold);
   EXPECT_EQ(verdict.reasons, Reasons{});
 }
@@ -48,6 +49,66 @@ TEST(VerdictTest, WhatIsNotPermittedIsOne) {
   fault.endText = "fault (SIGSEGV)";
   EXPECT_EQ(judgeFault(life({"[DBG] a"}), fault, strike("CreateProcessW", Phase::kRunning)).reasons,
             Reasons{"it must not come to \"fault\": fault (SIGSEGV)"});
+}
+
+// Another line than the one that the failure is required to leave.
+TEST(VerdictTest, WhatIsToldInOtherWordsIsAReason) {
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), life({"[DBG] CoCreateInstance failed: 80010106"}),
+                       strike("CoInitializeEx", Phase::kRunning))
+                .reasons,
+            Reasons{"it must not come to \"told\": exit code 0"});
+}
+
+// Of two tries the second succeeds, so a fault that does not last must not be felt.
+TEST(VerdictTest, WhatAFaultThatLastsMayComeToOneThatDoesNotMayNot) {
+  Sight refused = life({"[DBG] a"});
+  refused.statuses.clear();
+  refused.exitCode = -1;
+  Strike opening = strike("RegOpenKeyExW", Phase::kEntering);
+  EXPECT_FALSE(judgeFault(life({"[DBG] a"}), refused, opening).reasons.empty());
+  EXPECT_TRUE(judgeFault(life({"[DBG] a"}), life({"[DBG] a"}), opening).reasons.empty());
+  opening.lasting = true;
+  EXPECT_TRUE(judgeFault(life({"[DBG] a"}), refused, opening).reasons.empty());
+  EXPECT_FALSE(judgeFault(life({"[DBG] a"}), life({"[DBG] a"}), opening).reasons.empty());
+}
+
+TEST(VerdictTest, OnlyOneErrorMayComeToTheUsageText) {
+  Sight usage = life({"-- console: Usage: x parameter"});
+  usage.statuses.clear();
+  Strike refused = strike("StartServiceCtrlDispatcherW", Phase::kEntering);
+  refused.error = ERROR_FAILED_SERVICE_CONTROLLER_CONNECT;
+  EXPECT_TRUE(judgeFault(life({"[DBG] a"}), usage, refused).reasons.empty());
+  refused.error = ERROR_SERVICE_ALREADY_RUNNING;
+  EXPECT_FALSE(judgeFault(life({"[DBG] a"}), usage, refused).reasons.empty());
+}
+
+// A device that cannot be located is passed over if it is not the stack's.
+TEST(VerdictTest, MachineDecidesWhatAFailureMayComeTo) {
+  const Strike locating = strike("CM_Locate_DevNodeW", Phase::kEntering);
+  Sight plain = life({"[DBG] a"});
+  EXPECT_FALSE(judgeFault(plain, life({"[DBG] a"}), locating).reasons.empty());
+  plain.hasOtherDevices = true;
+  EXPECT_TRUE(judgeFault(plain, life({"[DBG] a"}), locating).reasons.empty());
+}
+
+TEST(VerdictTest, ServiceThatFailsAndTellsZeroHasFailed) {
+  Sight failed = life({"[DBG] a"});
+  failed.errors = {
+      "[FTL] [TPM] Exception occured in ServiceMain function tals stack not installed"};
+  failed.lines.push_back(failed.errors.front());
+  const Verdict verdict =
+      judgeFault(life({"[DBG] a"}), failed, strike("CM_Open_DevNode_Key", Phase::kStarting));
+  EXPECT_EQ(verdict.outcome, Outcome::kErrorAsZero);
+  EXPECT_EQ(verdict.reasons, Reasons{});
+}
+
+TEST(VerdictTest, StopThatFindsNoServiceIsExplainedByAnExceptionAlone) {
+  const std::string late =
+      "[ERR] [TPM] Exception occured in ServiceControlHandler function "
+      "Singleton::getInstance():NULL instance of x";
+  EXPECT_FALSE(isExplained("CreateMutexW", late, {late}));
+  EXPECT_TRUE(isExplained("CreateMutexW", late,
+                          {late, "[FTL] [TPM] Exception occured in ServiceMain function y"}));
 }
 
 TEST(VerdictTest, AFailureThatMustBeToldIsNotUnnoticed) {
@@ -70,14 +131,16 @@ TEST(VerdictTest, AnotherPhaseMayNotComeToTheSame) {
 }
 
 TEST(VerdictTest, ErrorsThatTheFaultDoesNotExplainAreReasons) {
-  EXPECT_EQ(judgeFault(life({"[DBG] a"}), life({"[ERR] [TPM] Dropping Privileges: Failure"}),
+  const std::string told = "[ERR] [TPM] OpenProcessToken failed, error code: 5";
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), life({told, "[ERR] [TPM] Dropping Privileges: Failure"}),
                        strike("OpenProcessToken", Phase::kEntering))
                 .reasons,
             Reasons{});
-  EXPECT_EQ(judgeFault(life({"[DBG] a"}), life({"[ERR] [TPM] HeapFree failed, error code = 87"}),
-                       strike("OpenProcessToken", Phase::kEntering))
-                .reasons,
-            Reasons{"not explained: [ERR] [TPM] HeapFree failed, error code = 87"});
+  EXPECT_EQ(
+      judgeFault(life({"[DBG] a"}), life({told, "[ERR] [TPM] HeapFree failed, error code = 87"}),
+                 strike("OpenProcessToken", Phase::kEntering))
+          .reasons,
+      Reasons{"not explained: [ERR] [TPM] HeapFree failed, error code = 87"});
 }
 
 TEST(VerdictTest, ImbalancesOfTheListOrOfTheCallThatFailedAreNone) {
@@ -159,11 +222,9 @@ TEST(PermittedTest, EachRowNamesACallThatCanFail) {
 }
 
 TEST(PermittedTest, NothingMayBreak) {
-  for (const host::FaultRow& row : host::faultTable()) {
-    for (const Phase phase : {Phase::kLoading, Phase::kEntering, Phase::kStarting, Phase::kRunning,
-                              Phase::kStopping, Phase::kStopped}) {
-      EXPECT_FALSE(isPermitted(row.call, phase, Outcome::kBroken)) << row.call;
-    }
+  for (const Permission& row : permissions()) {
+    EXPECT_FALSE(permits(row, Outcome::kBroken)) << row.calls;
+    EXPECT_FALSE(permits(row, Outcome::kNotStopped)) << row.calls;
   }
 }
 

@@ -36,6 +36,7 @@ std::vector<std::string> linesOf(const std::filesystem::path& program, const std
 Search search(const std::filesystem::path& program, const std::string& options) {
   Search result;
   static const std::regex errors("State-vector .*, errors: ([0-9]+)");
+  static const std::regex states("^ *([0-9]+) states, stored");
   bool isTold = false;
   bool isCutShort = false;
   for (const std::string& line : linesOf(program, options)) {
@@ -44,6 +45,9 @@ Search search(const std::filesystem::path& program, const std::string& options) 
     if (std::regex_search(line, match, errors)) {
       isTold = true;
       result.errors = static_cast<unsigned>(std::stoul(match[1]));
+    }
+    if (std::regex_search(line, match, states)) {
+      result.states = std::stoull(match[1]);
     }
     isCutShort = isCutShort || line.starts_with("error: max search depth") ||
                  line.find("Search not completed") != std::string::npos;

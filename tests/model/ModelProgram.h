@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -15,7 +16,8 @@ std::vector<std::string> linesOf(const std::filesystem::path& program, const std
 struct Search {
   bool complete = false;  // the state space was searched to its end, or to the first error
   unsigned errors = 0;
-  std::string printed;  // for a failed test
+  std::uint64_t states = 0;  // different ones that were come to
+  std::string printed;       // for a failed test
 };
 Search search(const std::filesystem::path& program, const std::string& options);
 

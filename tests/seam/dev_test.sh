@@ -113,7 +113,9 @@ test_help_names_every_verb() {
   expect_status 0
   expect_empty err
   local verb
-  for verb in run test build sweep simulate bench lint format clean help; do expect_in out "  $verb "; done
+  for verb in run test build sweep simulate proof bench lint format clean help; do
+    expect_in out "  $verb "
+  done
 }
 
 test_no_verb_is_misuse() {
@@ -140,6 +142,16 @@ test_unknown_arguments_are_misuse() {
     expect_in err "$verb takes no argument, but got: --fast"
     expect_in err 'usage: ./dev VERB'
   done
+  expect_empty calls
+}
+
+test_proof_takes_three_numbers() {
+  dev proof many
+  expect_status 2
+  expect_in err 'proof takes numbers, not: many'
+  dev proof 10 1 5 7
+  expect_status 2
+  expect_in err 'proof takes three numbers at most, but got also: 7'
   expect_empty calls
 }
 

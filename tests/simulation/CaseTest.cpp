@@ -65,8 +65,11 @@ TEST(CaseTest, seedStandsForTheSameTextEachTimeAndAnotherForAnother) {
 }
 
 TEST(CaseTest, whateverASeedStandsForIsAScenario) {
+  // The longest are those of a thousand years shared by two thousand seeds.
+  constexpr std::uint64_t kLongestMs = 8 * std::uint64_t{365} * 24 * 3600 * 1000;
   for (std::uint64_t seed = 1; seed <= 2'000; ++seed) {
-    for (const std::string& life : simulate::caseOfSeed(seed, kLongSpanMs).lives) {
+    for (const std::string& life :
+         simulate::caseOfSeed(seed, seed % 2 == 0 ? kLongSpanMs : kLongestMs).lives) {
       const auto parsed = host::parseScenario("life", life);
       if (const auto* error = std::get_if<host::ScenarioError>(&parsed)) {
         FAIL() << "seed " << seed << ", line " << error->line << ": " << error->reason;

@@ -38,6 +38,11 @@ TEST(OptionsTest, scenariosAreTakenWithOrders) {
   EXPECT_EQ(options.budget, 12U);
 }
 
+TEST(OptionsTest, figuresAreWrittenIntoAPage) {
+  EXPECT_EQ(optionsOf({"--figures", "a.md"}).figures, "a.md");
+  EXPECT_EQ(wrongWith({"--figures"}), "--figures does not take \"\"");
+}
+
 TEST(OptionsTest, scenarioWithoutOrdersIsRefused) {
   EXPECT_EQ(wrongWith({"spin"}), "a scenario is named, and --orders is not: spin");
 }

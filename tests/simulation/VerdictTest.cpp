@@ -183,6 +183,39 @@ TEST(VerdictTest, StopThatIsSeenAfterTheLookTookIt) {
               Contains("a stop was seen that did not come, or that had been taken before"));
 }
 
+// Nobody can see the stop while the machine sleeps, and the wait goes on where it stood.
+TEST(VerdictTest, SleepOfTheMachineCountsForNothing) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 60 seconds.").stopComes();
+  life.later(7200 * kSecond).note("the machine slept for 7200000 ms");
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 0");
+  life.log("[0x7ff] [Run] Stop service event signaled.").ends(0);
+  EXPECT_THAT(life.broken(), IsEmpty());
+  EXPECT_EQ(life.verdict().probes[static_cast<std::size_t>(simulate::Probe::kSleepInTheWait)], 1U);
+}
+
+TEST(VerdictTest, StopThatIsLostInASleep) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 60 seconds.").stopComes();
+  life.later(7200 * kSecond).note("the machine slept for 7200000 ms").later(kSecond);
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 258");
+  EXPECT_THAT(life.broken(), Contains("a stop was lost that was not to be lost"));
+}
+
+TEST(VerdictTest, WaitThatASleepMakesTooShort) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 60 seconds.").later(kSecond);
+  life.later(7200 * kSecond).note("the machine slept for 7200000 ms");
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 258");
+  EXPECT_THAT(life.broken(), Contains("a wait timed out too early"));
+  life.scenario_.majorVersion = 6;
+  life.scenario_.minorVersion = 1;
+  EXPECT_THAT(life.broken(), IsEmpty());
+}
+
 TEST(VerdictTest, LookThatEndsEarlyWithoutAStop) {
   LifeText life;
   life.begins().runs(1, "00").log("Registering to TPM Event...");

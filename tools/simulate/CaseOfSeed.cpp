@@ -91,8 +91,11 @@ std::string Draw::order() {
   return among(kOrders);
 }
 
+// A scenario's numbers have 32 bits, which is 49 days of milliseconds.
 std::string ms(std::uint64_t number) {
-  return std::to_string(number) + " ms";
+  constexpr std::uint64_t kDay = 24 * std::uint64_t{kHour};
+  const std::string days = number < kDay ? "" : std::to_string(number / kDay) + " days ";
+  return days + std::to_string(number % kDay) + " ms";
 }
 
 std::string Draw::time() {
@@ -110,21 +113,26 @@ std::string Draw::time() {
   }
 }
 
+// One draw after the other: which operand of a sum comes first is the compiler's choice.
 std::string Draw::moment() {
   switch (below(4)) {
     case 0:
       return "at " + time() + ": ";
-    case 1:
-      return "on log " + std::to_string(1 + below(3)) + " \"" + among(kLines) + "\": ";
-    case 2:
-      return "before " + among(kCalls) + " " + std::to_string(1 + below(oneIn(4) ? 60 : 6)) + ": ";
+    case 1: {
+      const std::string nth = std::to_string(1 + below(3));
+      return "on log " + nth + " \"" + among(kLines) + "\": ";
+    }
+    case 2: {
+      const std::string call = among(kCalls);
+      return "before " + call + " " + std::to_string(1 + below(oneIn(4) ? 60 : 6)) + ": ";
+    }
     default:
       return "on status " + among(kStates) + ": ";
   }
 }
 
 std::string Draw::happening() {
-  switch (below(10)) {
+  switch (below(12)) {
     case 0:
     case 1:
     case 2:
@@ -140,6 +148,12 @@ std::string Draw::happening() {
     case 7:
       return "event System Microsoft-Windows-TPM-WMI " + std::string(oneIn(2) ? "1025" : "1026");
     case 8:
+      return "suspend " + ms(1 + below(oneIn(2) ? 20 * kSecond : 2 * kHour));
+    case 9: {
+      const std::string direction = oneIn(2) ? "clock +" : "clock -";
+      return direction + ms(1 + below(48 * kHour));
+    }
+    case 10:
       return oneIn(3) ? "control 4" : "delete " + place_ + "\\OrvixVTMEkRecertification.exe";
     default:
       return "write " + place_ + "\\..\\conf\\TPMEnrollmentService.conf: LogLevel = \"DEBUG\"\\n" +
@@ -195,10 +209,13 @@ std::string Draw::longScript() {
 }
 
 std::string Draw::answer() {
-  constexpr std::array<std::string_view, 10> kAnswers = {"8", "8",  "8",     "8",         "1",
-                                                         "2", "23", "throw", "throw int", "0"};
+  constexpr std::array<std::string_view, 8> kAnswers = {"8",     "8",         "8", "8",
+                                                        "throw", "throw int", "0", "any"};
+  // The statuses that there are, and one that there is not.
+  constexpr std::uint32_t kStatuses = 25;
   const bool isDelayed = oneIn(3);
-  const std::string text = among(kAnswers);
+  const std::string kind = among(kAnswers);
+  const std::string text = kind == "any" ? std::to_string(below(kStatuses)) : kind;
   return text +
          (isDelayed && !text.starts_with("t") ? " after " + ms(1 + below(20 * kSecond)) : "");
 }

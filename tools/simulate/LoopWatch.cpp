@@ -1,6 +1,7 @@
 #include "tools/simulate/LoopWatch.h"
 
 #include <charconv>
+#include <utility>
 #include <vector>
 
 #include "platform/host/Text.h"
@@ -307,6 +308,20 @@ void LoopWatch::launchFailed(std::string_view /*rest*/) {
 
 void LoopWatch::programStarted() {
   ++launches_;
+}
+
+// What is measured from now on is measured in time in which somebody could run. From version 6.2 of
+// the platform on that goes for the wait's timeout too.
+void LoopWatch::slept(host::Nanoseconds span) {
+  const host::Scenario& scenario = life_.scenario;
+  at_ += span;
+  if (stop_) {
+    stop_->at += span;
+  }
+  if (place_ == Place::kWait &&
+      std::pair(scenario.majorVersion, scenario.minorVersion) >= std::pair(6U, 2U)) {
+    waitBegan_ += span;
+  }
 }
 
 void LoopWatch::closes(std::string_view /*rest*/) {

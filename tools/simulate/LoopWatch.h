@@ -20,6 +20,10 @@ class LoopWatch {
   // A line of the log, without level, use case, address and method.
   void line(std::string_view text, host::Nanoseconds at);
   void programStarted();
+  // The machine slept for so long: nobody could do anything meanwhile.
+  void slept(host::Nanoseconds span);
+  bool isWaiting() const { return place_ == Place::kWait; }
+  bool isLooking() const { return place_ == Place::kLook; }
 
   // Whether anything of the loop was seen at all.
   bool hasBegun() const { return place_ != Place::kBefore; }

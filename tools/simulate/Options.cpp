@@ -29,8 +29,10 @@ const char kHelp[] =
     "                 end of the process at each platform call\n"
     "  --budget N     at most so many lives for each of these and each scenario, spread evenly;\n"
     "                 500 if not given\n"
+    "  --figures FILE write the figures into the rows that this page has for them\n"
     "  --help         print this text\n"
     "\n"
+    "SIGTERM ends the simulation ahead of its last seed; what was run counts.\n"
     "Exit status: 0 if every promise was kept, 1 if not, 2 if nothing was run.\n";
 
 namespace {
@@ -51,6 +53,9 @@ std::string takeValue(const std::string& name, const std::string& value, Options
   } else if (name == "--print") {
     isRight = runner::readAboveZero(value, options.firstSeed);
     options.print = true;
+  } else if (name == "--figures") {
+    options.figures = value;
+    isRight = !value.empty();
   } else if (name == "--replay") {
     options.replay = value;
     isRight = !value.empty();

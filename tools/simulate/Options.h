@@ -19,6 +19,7 @@ struct Options {
   std::vector<std::string> scenarios;  // whose orders; all if none is named
   std::uint64_t budget = 500;          // lives for each scenario and kind of order
   bool verbose = false;
+  std::string figures;  // a page that has rows for them; empty for none
   bool help = false;
 };
 

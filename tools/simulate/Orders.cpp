@@ -174,10 +174,6 @@ bool ScenarioOrders::begin() {
     return false;
   }
   const host::Scenario& scenario = std::get<runner::LoadedScenario>(loaded).scenario;
-  if (!scenario.arguments.empty()) {
-    result_.refusal = "it is started with arguments";
-    return false;
-  }
   if (!scenario.after.empty()) {
     before_ = wholeFile(file_.parent_path() / (scenario.after + runner::kScenarioEnding));
   }
@@ -339,11 +335,13 @@ LinesByThread byThread(const std::vector<std::string>& lines) {
   constexpr std::array<std::string_view, 3> kOfTheHandler = {
       "Stopping service...", "-- service manager: STOP_PENDING",
       "Exception occured in ServiceControlHandler function "};
-  constexpr std::array<std::string_view, 11> kOfTheScript = {"-- event ",
+  constexpr std::array<std::string_view, 13> kOfTheScript = {"-- event ",
                                                              "-- service manager: stop ",
                                                              "-- service manager: control ",
                                                              "-- file ",
                                                              "-- the machine goes ",
+                                                             "-- the machine slept ",
+                                                             "-- the clock is set ",
                                                              "-- the network is ",
                                                              "-- listener ",
                                                              "-- the process is ended",

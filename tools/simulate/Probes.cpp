@@ -36,6 +36,9 @@ constexpr std::array<ProbeRow, kProbes> kRows = {{
     {"a wait of zero", true},
     {"the client library is missing", true},
     {"the process is ended from outside", true},
+    {"the machine sleeps while the service waits", true},
+    {"the machine sleeps during the look for the event", true},
+    {"the clock is set back while the service waits", true},
     {"the control handler outlives the service's object", false},
     {"STOP_PENDING is reported after STOPPED", false},
     {"STOPPED is reported twice", false},
@@ -46,6 +49,16 @@ constexpr std::array<ProbeRow, kProbes> kRows = {{
 
 const ProbeRow& probeRow(Probe probe) {
   return kRows[static_cast<std::size_t>(probe)];
+}
+
+std::vector<MissedProbe> missedProbes(const ProbeCounts& counts, std::uint64_t seeds) {
+  std::vector<MissedProbe> missed;
+  for (std::size_t i = 0; i < kProbes; ++i) {
+    if (counts[i] == 0) {
+      missed.push_back({kRows[i].name, kRows[i].isRequired && seeds >= kSeedsForProbes});
+    }
+  }
+  return missed;
 }
 
 }  // namespace simulate

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace simulate {
 
@@ -42,6 +43,9 @@ enum class Probe : std::uint8_t {
   kSpin,
   kLibraryMissing,
   kProcessEnded,
+  kSleepInTheWait,
+  kSleepInTheLook,
+  kClockSetBack,
   kHandlerAfterTheObject,
   kStopPendingAfterStopped,
   kStoppedTwice,
@@ -59,5 +63,12 @@ inline constexpr std::size_t kSeedsForProbes = 5'000;
 const ProbeRow& probeRow(Probe probe);
 
 using ProbeCounts = std::array<std::uint64_t, kProbes>;
+
+// A situation that no life came into.
+struct MissedProbe {
+  std::string_view name;
+  bool isFailure = false;  // so many seeds must have come into it
+};
+std::vector<MissedProbe> missedProbes(const ProbeCounts& counts, std::uint64_t seeds);
 
 }  // namespace simulate

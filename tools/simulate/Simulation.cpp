@@ -35,6 +35,9 @@ class Work {
     CaseRunner& runner = *std::get<std::unique_ptr<CaseRunner>>(made);
     const std::uint64_t end = options_.firstSeed + options_.seeds;
     for (std::uint64_t seed = next_++; seed < end; seed = next_++) {
+      if (options_.isOver && options_.isOver()) {
+        return;
+      }
       const Case one = caseOfSeed(seed, span_);
       const CaseResult result = runner.run(one);
       if (!result.refusal.empty()) {

@@ -23,6 +23,8 @@ struct SimulationOptions {
   bool endsAtFirst = false;
   // The program whose lives are had.
   std::filesystem::path service = runner::Programs().service;
+  // Asked ahead of each seed: whether no more are to be begun. Never if empty.
+  std::function<bool()> isOver;
   // Told now and then: how many seeds of how many are done.
   std::function<void(std::uint64_t done, std::uint64_t all)> onProgress;
 };

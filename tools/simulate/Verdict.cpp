@@ -17,6 +17,8 @@ using runner::End;
 
 constexpr std::string_view kHandlerFailed = "Exception occured in ServiceControlHandler function ";
 
+constexpr std::string_view kSlept = "the machine slept for ";
+
 struct LineProbe {
   std::string_view text;
   Probe probe;
@@ -55,6 +57,7 @@ class Judgement {
   void take(const runner::Record& record);
   void line(std::string_view whole, host::Nanoseconds at);
   void note(std::string_view text);
+  void slept(std::string_view text);
   void error(std::string_view text);
   void end();
   void exited();
@@ -143,9 +146,25 @@ void Judgement::note(std::string_view text) {
   } else if (text.starts_with("program started: ")) {
     ++programs_;
     loop_.programStarted();
+  } else if (text.starts_with(kSlept)) {
+    slept(text.substr(kSlept.size()));
+  } else if (text.starts_with("the clock is set back ") && loop_.isWaiting()) {
+    verdict_.hit(Probe::kClockSetBack);
   } else if (text.starts_with("task \"") && text.find(" started ") != std::string_view::npos) {
     verdict_.hit(Probe::kTaskStarted);
   }
+}
+
+// "7200000 ms"
+void Judgement::slept(std::string_view text) {
+  host::Nanoseconds ms = 0;
+  std::from_chars(text.data(), text.data() + text.size(), ms);
+  if (loop_.isWaiting()) {
+    verdict_.hit(Probe::kSleepInTheWait);
+  } else if (loop_.isLooking()) {
+    verdict_.hit(Probe::kSleepInTheLook);
+  }
+  loop_.slept(ms * host::kNanosecondsPerMillisecond);
 }
 
 void Judgement::take(const runner::Record& record) {

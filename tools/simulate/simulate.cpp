@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -14,6 +15,7 @@
 #include <variant>
 #include <vector>
 
+#include "tools/runner/FigureTable.h"
 #include "tools/runner/ScenarioCatalog.h"
 #include "tools/runner/ScenarioRun.h"
 #include "tools/simulate/Options.h"
@@ -34,6 +36,16 @@ void keepDrivesInMemory() {
   if (access(kMemory, W_OK | X_OK) == 0) {
     setenv("TMPDIR", kMemory, 0);
   }
+}
+
+volatile std::sig_atomic_t isTerminated = 0;
+
+// What was run up to there counts; a second signal ends the program.
+void reportWhenTerminated() {
+  std::signal(SIGTERM, [](int signal) {
+    isTerminated = 1;
+    std::signal(signal, SIG_DFL);
+  });
 }
 
 int refuse(const std::string& reason) {
@@ -67,16 +79,24 @@ void printBroken(const std::vector<std::string>& broken) {
 // Prints which probes were never hit; false if one of them must have been.
 bool printProbes(const simulate::SimulationResult& result) {
   bool fine = true;
-  const bool isEnough = result.seeds >= simulate::kSeedsForProbes;
-  for (std::size_t i = 0; i < simulate::kProbes; ++i) {
-    const auto& row = simulate::probeRow(static_cast<simulate::Probe>(i));
-    if (result.probes[i] == 0) {
-      const bool isMissed = row.isRequired && isEnough;
-      std::cout << (isMissed ? "never, and must: " : "never: ") << row.name << '\n';
-      fine = fine && !isMissed;
-    }
+  for (const simulate::MissedProbe& missed : simulate::missedProbes(result.probes, result.seeds)) {
+    std::cout << (missed.isFailure ? "never, and must: " : "never: ") << missed.name << '\n';
+    fine = fine && !missed.isFailure;
   }
   return fine;
+}
+
+// False, with the reason told, if the page that was asked for could not be written.
+bool tellFigures(const simulate::Options& options, const std::vector<runner::Figure>& figures,
+                 const std::string& command) {
+  if (options.figures.empty()) {
+    return true;
+  }
+  const std::string wrong = runner::writeFigures(options.figures, figures, command);
+  if (!wrong.empty()) {
+    std::cerr << "simulate: " << wrong << '\n';
+  }
+  return wrong.empty();
 }
 
 int simulateSeeds(const simulate::Options& options) {
@@ -86,6 +106,8 @@ int simulateSeeds(const simulate::Options& options) {
   wanted.years = options.years;
   wanted.jobs = options.jobs;
   wanted.onProgress = progress("seeds");
+  wanted.isOver = [] { return isTerminated != 0; };
+  reportWhenTerminated();
   const auto began = Clock::now();
   const auto ran = simulate::runSimulation(wanted);
   if (const auto* refusal = std::get_if<std::string>(&ran)) {
@@ -110,6 +132,16 @@ int simulateSeeds(const simulate::Options& options) {
             << " years of machine time, " << fixed(seconds, 1) << " s, "
             << fixed(static_cast<double>(result.lives) / seconds, 0) << " lives/s, "
             << result.failedSeeds << " seeds failed\n";
+  const std::string seeds = "./dev simulate --seeds " + std::to_string(options.seeds) +
+                            " --years " + fixed(options.years, options.years < 1 ? 2 : 0);
+  if (!tellFigures(options,
+                   {{"seeds simulated", runner::inThrees(result.seeds)},
+                    {"lives simulated", runner::inThrees(result.lives)},
+                    {"years simulated", fixed(result.years, 1)},
+                    {"seeds failed", runner::inThrees(result.failedSeeds)}},
+                   seeds)) {
+    return kNothingRun;
+  }
   return result.failedSeeds == 0 && allProbes ? kAllKept : kSomethingBroken;
 }
 
@@ -188,6 +220,15 @@ int enumerateOrders(const simulate::Options& options) {
             << lives[2] << " drawn, " << lives[3] + lives[4] + lives[5] << " events placed, "
             << fixed(seconds, 1) << " s, " << fixed(static_cast<double>(sum) / seconds, 0)
             << " lives/s, " << failed << " failed\n";
+  const std::uint64_t placed = lives[3] + lives[4] + lives[5];
+  if (!tellFigures(options,
+                   {{"schedules enumerated", runner::inThrees(lives[0] + lives[1])},
+                    {"schedules drawn", runner::inThrees(lives[2])},
+                    {"stops, signals and ends placed", runner::inThrees(placed)},
+                    {"schedules and places that failed", runner::inThrees(failed)}},
+                   "./dev simulate --orders --budget " + std::to_string(options.budget))) {
+    return kNothingRun;
+  }
   return failed == 0 ? kAllKept : kSomethingBroken;
 }
 

@@ -14,9 +14,9 @@ namespace {
 using runner::End;
 
 constexpr std::array<std::string_view, kOutcomes> kTexts = {
-    "unnoticed",  "told",         "error code",      "another error code", "not stopped",
-    "usage text", "exit code -1", "goes on waiting", "ends sooner",        "spins",
-    "fault",      "terminate",    "broken",
+    "unnoticed",   "told",       "error told as 0", "error code",      "another error code",
+    "not stopped", "usage text", "exit code -1",    "goes on waiting", "ends sooner",
+    "spins",       "fault",      "terminate",       "broken",
 };
 
 constexpr std::string_view kFaultMark = "-- fault: ";
@@ -53,6 +53,12 @@ Outcome exitOf(const Sight& sight) {
     return Outcome::kNotStopped;
   }
   return sight.statuses.back().exitCode != 0 ? Outcome::kErrorCode : Outcome::kTold;
+}
+
+std::ptrdiff_t exceptionsLeavingMain(const Sight& sight) {
+  return std::count_if(sight.errors.begin(), sight.errors.end(), [](const std::string& line) {
+    return line.find("Exception occured in ServiceMain function") != std::string::npos;
+  });
 }
 
 // The search for the stack logs the last error, whatever call left it, ahead of the status. What a
@@ -131,6 +137,12 @@ Outcome outcomeOf(const Sight& plain, const Sight& faulted) {
   const Outcome end = endOf(faulted);
   if (end == Outcome::kBroken) {
     return end;
+  }
+  // Where the plain run fails too, it tells another number.
+  const std::ptrdiff_t exceptions = exceptionsLeavingMain(faulted);
+  if (end == Outcome::kTold && faulted.end == End::kExit && exceptions > 0 &&
+      (exceptions > exceptionsLeavingMain(plain) || endOf(plain) == Outcome::kErrorCode)) {
+    return Outcome::kErrorAsZero;
   }
   if (end == endOf(plain) && plain.exitCode == faulted.exitCode && haveSameLast(plain, faulted)) {
     return plain.lines == faulted.lines ? Outcome::kUnnoticed : Outcome::kTold;

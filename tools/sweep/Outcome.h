@@ -11,19 +11,20 @@ namespace sweep {
 
 // What a fault came to, held against the scenario's plain run.
 enum class Outcome {
-  kUnnoticed,   // nothing that anybody sees is different
-  kTold,        // it ended as the plain run, and other lines were printed
-  kErrorCode,   // STOPPED was reported last, with an error as exit code
-  kOtherCode,   // the same, and the plain run reported STOPPED with an error too
-  kNotStopped,  // it ended with exit code 0, and STOPPED was not reported last
-  kUsage,       // the usage text was printed, nothing was reported, exit code 0
-  kRefused,     // the process ended with exit code -1
-  kRunsOn,      // still running, or waiting for ever, where the plain run had ended
-  kEndsSooner,  // it ended with STOPPED and 0, and the plain run in another way
-  kEndless,     // it went on and on without ever waiting
-  kFault,       // an access violation
-  kTerminate,   // an exception that nobody caught
-  kBroken,      // anything else: killed, lost, a sanitizer's report
+  kUnnoticed,    // nothing that anybody sees is different
+  kTold,         // it ended as the plain run, and other lines were printed
+  kErrorAsZero,  // an exception left the service's work, and STOPPED was reported with 0
+  kErrorCode,    // STOPPED was reported last, with an error as exit code
+  kOtherCode,    // the same, and the plain run reported STOPPED with an error too
+  kNotStopped,   // it ended with exit code 0, and STOPPED was not reported last
+  kUsage,        // the usage text was printed, nothing was reported, exit code 0
+  kRefused,      // the process ended with exit code -1
+  kRunsOn,       // still running, or waiting for ever, where the plain run had ended
+  kEndsSooner,   // it ended with STOPPED and 0, and the plain run in another way
+  kEndless,      // it went on and on without ever waiting
+  kFault,        // an access violation
+  kTerminate,    // an exception that nobody caught
+  kBroken,       // anything else: killed, lost, a sanitizer's report
 };
 inline constexpr std::size_t kOutcomes = static_cast<std::size_t>(Outcome::kBroken) + 1;
 
@@ -39,6 +40,10 @@ struct Sight {
   std::vector<std::string> errors;  // of those, the log's lines of level ERROR and FATAL
   std::vector<std::string> ledger;  // what nobody named
   bool isHeard = true;              // whether somebody listens to the log all the time
+  // What else of the machine decides what a failure comes to; taken from the scenario.
+  bool hasOtherDevices = false;  // than the client stack's
+  bool hasVariables = false;     // in the environment
+  bool hasTraces = false;
 };
 
 Sight sightOf(const runner::RunResult& result);

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
+
+#include "platform/host/windows/windows.h"
 
 namespace sweep {
 namespace {
@@ -32,157 +35,278 @@ constexpr Phases kAlways = ~0U;
 constexpr Phases kWorking = in(kRunning, kStopping);
 
 // An exception leaves the service's work: STOPPED with whatever the last error is, 0 among others.
-constexpr Outcomes kServiceFails = to(kErrorCode, kOtherCode, kTold, kEndsSooner);
+constexpr Outcomes kServiceFails = to(kErrorCode, kOtherCode, kErrorAsZero);
 // The launch is given up and its goal stays open: the next TPM event tries again, if one comes.
 constexpr Outcomes kLaunchFails = to(kTold, kRunsOn);
-// The configuration counts as missing or broken, and the defaults may be what it says.
+// The configuration counts as missing or broken. The defaults may be what it says; where they are
+// not, other lines are logged and waits last longer, and what the script does on lines comes or
+// not.
 constexpr Outcomes kDefaults = to(kUnnoticed, kTold, kRunsOn, kEndsSooner);
 // The log cannot be set up: the process ends in silence.
 constexpr Outcomes kNoLog = to(kRefused);
 
-constexpr std::array kPermissions = {
-    // Static objects: nothing catches what their making throws.
-    Permission{"CreateMutexW", in(kLoading), to(kTerminate)},
-    Permission{"InitializeCriticalSectionAndSpinCount", in(kLoading), to(kTerminate)},
+constexpr std::string_view kLeavesMain = "Exception occured in ServiceMain function";
+constexpr std::string_view kLeavesHandler = "Exception occured in ServiceControlHandler function";
+constexpr std::string_view kLeavesLaunch = "[Run] Exception occured: ";
+constexpr std::string_view kNotLaunched = "Cannot run OrvixVTMEKRecertification.exe process.";
+constexpr std::string_view kProcessFailed = "Process exception occured: Last error code: ";
+constexpr std::string_view kRunFailed = "Service stopped with error: ";
+constexpr std::string_view kUnknownPrivilege = "LookupPrivilegeValue for ";
+constexpr std::string_view kNoPrivate = "Unable to initialize service. Error message:";
+constexpr std::string_view kBrokenConfig = "Corrupted config. Default values will be used.";
 
-    // Where the stack is: asked for by the log set-up, by the initialisation, by the loading of the
-    // client library and by the launch.
-    // What fails for another device than the stack's is passed over.
-    Permission{"CM_Locate_DevNodeW", in(kEntering, kStarting) | kWorking, to(kUnnoticed, kTold)},
-    Permission{"CM_Get_DevNode_Registry_PropertyW", in(kEntering, kStarting) | kWorking,
-               to(kUnnoticed, kTold)},
-    Permission{"CM_*", in(kEntering), kNoLog},
-    Permission{"CM_*", in(kStarting), kServiceFails},
-    Permission{"CM_*", kWorking, kServiceFails | kLaunchFails},
-    Permission{"RegQueryValueExW", in(kEntering), kNoLog},
-    Permission{"RegQueryValueExW", in(kStarting), kServiceFails},
-    Permission{"RegQueryValueExW", kWorking, kServiceFails | kLaunchFails},
-    // The first try of two may fail unseen.
-    Permission{"RegOpenKeyExW", in(kEntering), kNoLog | to(kUnnoticed)},
-    Permission{"RegOpenKeyExW", in(kStarting), kServiceFails | to(kUnnoticed)},
-    Permission{"RegOpenKeyExW", kWorking, kServiceFails | kLaunchFails | to(kUnnoticed)},
-    // Memory for the device list is not looked at; for the privileges it is an exception of the
-    // standard library, which ends the entry; for a value it is a failed read.
-    Permission{"HeapAlloc", in(kEntering), to(kFault, kRefused)},
-    Permission{"HeapAlloc", in(kStarting) | kWorking, to(kFault)},
-    Permission{"GetProcessHeap", in(kEntering), to(kFault, kRefused, kTold, kUnnoticed)},
-    Permission{"GetProcessHeap", in(kStarting) | kWorking, to(kFault, kUnnoticed)},
-    Permission{"calloc", in(kEntering), to(kFault, kRefused, kTold)},
-    Permission{"calloc", in(kStarting), to(kFault) | kServiceFails},
-    // A platform string without memory is an exception that nobody catches.
-    Permission{"calloc", kWorking, to(kFault, kTerminate) | kServiceFails | kLaunchFails},
+// A call, its phases, what it may come to, and the text of a line that tells of it.
+constexpr Permission row(std::string_view calls, Phases phases, Outcomes outcomes,
+                         std::string_view told = {}) {
+  return {calls, phases, outcomes, told};
+}
+
+constexpr Permission once(Permission row) {
+  row.times = Times::kOnce;
+  return row;
+}
+
+constexpr Permission fromThenOn(Permission row) {
+  row.times = Times::kFromThenOn;
+  return row;
+}
+
+constexpr Permission withError(DWORD error, Permission row) {
+  row.error = error;
+  return row;
+}
+
+constexpr Permission only(Only place, Permission row) {
+  row.only = place;
+  return row;
+}
+
+constexpr Phases kSettingUp = in(kEntering, kStarting);
+constexpr DWORD kNotByTheManager = ERROR_FAILED_SERVICE_CONTROLLER_CONNECT;
+constexpr DWORD kNoSuchTask = 0x80070002;
+
+// Static objects, the log set-up, the privileges, the start.
+constexpr std::array kStart = {
+    // Nothing catches what the making of static objects throws.
+    row("CreateMutexW", in(kLoading), to(kTerminate)),
+    row("InitializeCriticalSectionAndSpinCount", in(kLoading), to(kTerminate)),
 
     // The configuration's file. What vanishes between a look and the next is a broken rule of the
-    // file's own, and so is what cannot be copied: nobody expects it.
-    Permission{"CreateFileW", in(kEntering, kStarting), kDefaults},
-    Permission{"SetFilePointer", in(kEntering, kStarting), kDefaults},
-    Permission{"ReadFile", in(kEntering, kStarting), kDefaults},
-    Permission{"FindFirstFileW", in(kEntering), kDefaults | kNoLog},
-    Permission{"FindFirstFileW", in(kStarting), kDefaults | to(kTerminate)},
-    Permission{"memcpy_s", in(kEntering), kNoLog},
-    Permission{"memcpy_s", in(kStarting), to(kTerminate)},
+    // file's own, and so is what cannot be copied: nobody expects it. A file that vanishes only
+    // when its size is asked for is an empty one.
+    row("CreateFileW", in(kEntering), kDefaults),
+    row("CreateFileW", in(kStarting), kDefaults, kBrokenConfig),
+    row("SetFilePointer", in(kEntering), kDefaults),
+    row("SetFilePointer", in(kStarting), kDefaults, kBrokenConfig),
+    row("ReadFile", in(kEntering), kDefaults),
+    row("ReadFile", in(kStarting), kDefaults, kBrokenConfig),
+    row("FindFirstFileW", in(kEntering), kDefaults | kNoLog),
+    row("FindFirstFileW", in(kStarting), kDefaults | to(kTerminate)),
+    row("memcpy_s", in(kEntering), kNoLog),
+    row("memcpy_s", in(kStarting), to(kTerminate)),
     // A variable that cannot be read counts as absent, and then the stack is asked.
-    Permission{"_dupenv_s", in(kEntering), kDefaults | kNoLog},
-    Permission{"_dupenv_s", in(kStarting), kDefaults | kServiceFails},
+    row("_dupenv_s", kSettingUp, to(kUnnoticed)),
+    only(Only::kWithVariables, row("_dupenv_s", in(kEntering), kDefaults | kNoLog)),
+    only(Only::kWithVariables, row("_dupenv_s", in(kStarting), kDefaults)),
+    only(Only::kWithVariables, row("_dupenv_s", in(kStarting), kServiceFails, kLeavesMain)),
 
     // The outlets of the log.
-    Permission{"EventRegister", in(kEntering), kNoLog},
-    Permission{"EventSetInformation", in(kEntering), to(kUnnoticed)},
-    Permission{"EventWriteTransfer", kAlways, to(kTold, kUnnoticed)},
+    row("EventRegister", in(kEntering), kNoLog),
+    row("EventSetInformation", in(kEntering), to(kUnnoticed)),
+    row("EventWriteTransfer", kAlways, to(kUnnoticed)),
+    only(Only::kWithTraces, row("EventWriteTransfer", kAlways, to(kTold))),
 
-    // The privileges: whatever fails, the service goes on with the token that it has.
-    Permission{"OpenProcessToken", in(kEntering), to(kTold)},
-    Permission{"LookupPrivilegeValueW", in(kEntering), to(kTold, kUnnoticed)},
-    Permission{"AdjustTokenPrivileges", in(kEntering), to(kTold)},
+    // The privileges: whatever fails, the service goes on with the token that it has; but memory
+    // for them is an exception of the standard library, which ends the entry.
+    row("OpenProcessToken", in(kEntering), to(kTold), "OpenProcessToken failed, error code: "),
+    row("LookupPrivilegeValueW", in(kEntering), to(kTold), kUnknownPrivilege),
+    row("AdjustTokenPrivileges", in(kEntering), to(kTold),
+        "AdjustTokenPrivileges failed, error code = "),
+    row("HeapAlloc", in(kEntering), kNoLog,
+        "Exception ocurred: Failed to alloc memory for drop privileges"),
+    row("GetProcessHeap", in(kEntering), kNoLog,
+        "Exception ocurred: Failed to alloc memory for drop privileges"),
+    row("calloc", in(kEntering), kNoLog,
+        "Exception ocurred: Failed to alloc memory for drop privileges"),
+    row("GetProcessHeap", in(kEntering), to(kTold), "HeapFree failed, error code = "),
+    row("HeapFree", in(kEntering), to(kTold), "HeapFree failed, error code = "),
+    row("CloseHandle", in(kEntering), to(kTold), "CloseHandle failed, error code = "),
 
     // The service manager.
-    Permission{"StartServiceCtrlDispatcherW", in(kEntering), to(kUsage, kRefused)},
-    Permission{"RegisterServiceCtrlHandlerW", in(kEntering), to(kTerminate)},
-    Permission{"SetServiceStatus", in(kEntering, kStarting), kServiceFails | to(kTerminate)},
-    // Of STOPPED; or the handler's of STOP_PENDING, and the stop is lost.
-    Permission{"SetServiceStatus", kWorking, kServiceFails | to(kTerminate, kRunsOn, kEndless)},
+    withError(kNotByTheManager, row("StartServiceCtrlDispatcherW", in(kEntering), to(kUsage))),
+    row("StartServiceCtrlDispatcherW", in(kEntering), to(kRefused),
+        "Service did not start. (1056) Examine log for details"),
+    row("RegisterServiceCtrlHandlerW", in(kEntering), to(kTerminate),
+        "Error occured while registrering service control handler"),
+    once(row("SetServiceStatus", kSettingUp, kServiceFails, kLeavesMain)),
+    fromThenOn(row("SetServiceStatus", kSettingUp, to(kTerminate), kLeavesMain)),
+
+    // A second exception, out of what handles the first.
+    only(Only::kFailingAnyway, row("SetServiceStatus", kSettingUp | kWorking, to(kTerminate))),
 
     // The lock of the service's object, and its namespace.
-    Permission{"CreateMutexW", in(kStarting), kServiceFails},
-    Permission{"CreateBoundaryDescriptorW", in(kStarting), to(kErrorCode, kOtherCode, kTold)},
-    Permission{"CreateWellKnownSid", in(kStarting), to(kErrorCode, kOtherCode, kTold)},
-    Permission{"AddSIDToBoundaryDescriptor", in(kStarting), to(kErrorCode, kOtherCode, kTold)},
-    Permission{"CreatePrivateNamespaceW", in(kStarting), to(kErrorCode, kOtherCode, kUnnoticed)},
+    row("CreateMutexW", in(kStarting), kServiceFails, kLeavesMain),
+    row("CreateBoundaryDescriptorW", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
+    row("CreateWellKnownSid", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
+    row("AddSIDToBoundaryDescriptor", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
+    row("CreatePrivateNamespaceW", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
+};
+
+// Where the stack is: asked for by the log set-up, by the initialisation, by the loading of the
+// client library and by the launch.
+constexpr std::array kStack = {
+    row("CM_*", in(kEntering), kNoLog),
+    row("CM_*", in(kStarting) | kWorking, kServiceFails, kLeavesMain),
+    row("CM_*", kWorking, kLaunchFails, kLeavesLaunch),
+    // What fails for another device than the stack's is passed over; that may be the one that kept
+    // the search from the stack's.
+    only(Only::kWithDevices, row("CM_Locate_DevNodeW", in(kEntering), to(kUnnoticed))),
+    only(Only::kWithDevices,
+         row("CM_Locate_DevNodeW", in(kStarting) | kWorking, to(kTold, kEndsSooner),
+             "CM_Locate_DevNode failed with status = ")),
+    only(Only::kWithDevices,
+         row("CM_Get_DevNode_Registry_PropertyW", in(kEntering), to(kUnnoticed))),
+    only(Only::kWithDevices,
+         row("CM_Get_DevNode_Registry_PropertyW", in(kStarting) | kWorking, to(kTold, kEndsSooner),
+             "GetDeviceHardwareID failed with status = ")),
+    row("RegQueryValueExW", in(kEntering), kNoLog),
+    row("RegQueryValueExW", in(kStarting) | kWorking, kServiceFails, kLeavesMain),
+    row("RegQueryValueExW", kWorking, kLaunchFails, kLeavesLaunch),
+    // There are two tries.
+    once(row("RegOpenKeyExW", kSettingUp | kWorking, to(kUnnoticed))),
+    fromThenOn(row("RegOpenKeyExW", in(kEntering), kNoLog)),
+    fromThenOn(row("RegOpenKeyExW", in(kStarting) | kWorking, kServiceFails, kLeavesMain)),
+    fromThenOn(row("RegOpenKeyExW", kWorking, kLaunchFails, kLeavesLaunch)),
+    // Memory for the device list is not looked at; for a value it is a failed read, and for a
+    // platform string an exception that nobody catches.
+    row("HeapAlloc", kSettingUp | kWorking, to(kFault)),
+    row("GetProcessHeap", kSettingUp | kWorking, to(kFault, kUnnoticed)),
+    row("calloc", kSettingUp | kWorking, to(kFault)),
+    row("calloc", in(kEntering), kNoLog),
+    row("calloc", in(kStarting) | kWorking, kServiceFails, kLeavesMain),
+    row("calloc", kWorking, kLaunchFails, kLeavesLaunch),
+    row("calloc", kWorking, to(kTerminate)),
+};
+
+constexpr std::array kWork = {
+    // Of STOPPED; or the handler's of STOP_PENDING, and the stop is lost if it was the first.
+    once(row("SetServiceStatus", kWorking, kServiceFails, kLeavesMain)),
+    fromThenOn(row("SetServiceStatus", kWorking, to(kTerminate), kLeavesMain)),
+    row("SetServiceStatus", kWorking, to(kTold, kRunsOn, kEndless), kLeavesHandler),
 
     // The events and the waits. Without a stop event, and with no error either, the wait fails
-    // without end.
-    Permission{"CreateEventW", kWorking, kServiceFails | to(kEndless)},
-    Permission{"OpenEventW", kWorking, to(kTold, kUnnoticed, kRunsOn)},
-    Permission{"WaitForMultipleObjects", kWorking, to(kTold, kEndless)},
-    Permission{"WaitForSingleObject", kWorking, kServiceFails},
-    Permission{"ReleaseMutex", kWorking, to(kTold, kRunsOn)},
-    Permission{"SetEvent", kWorking, to(kTold, kRunsOn, kEndless)},
-    // The handler does not look at it, and the event may not be there anyway.
-    Permission{"SetEvent", in(kStopping), to(kUnnoticed)},
-    Permission{"ResetEvent", kWorking, to(kUnnoticed)},
+    // without end, if the run comes to one. Another event is that of the client caller's thread.
+    row("CreateEventW", kWorking, to(kErrorCode, kOtherCode), "Cannot create event with error: "),
+    row("CreateEventW", kWorking, kServiceFails, kLeavesMain),
+    withError(ERROR_SUCCESS, row("CreateEventW", kWorking, to(kTold, kEndless),
+                                 "Cannot create event with error: 0")),
+    row("OpenEventW", kWorking, to(kTold, kRunsOn), "Cannot open event with error: "),
+    once(row("WaitForMultipleObjects", kWorking, to(kTold),
+             "Waiting for event failed with error: ")),
+    fromThenOn(row("WaitForMultipleObjects", kWorking, to(kTold, kEndless),
+                   "Waiting for event failed with error: ")),
+    // The lock at the beginning of the run; the look at the stop event during the tries, whose
+    // error is told in place of the try's; the handler's lock.
+    row("WaitForSingleObject", kWorking, kServiceFails, kLeavesMain),
+    row("WaitForSingleObject", kWorking, to(kTold), "Cannot open event with error: "),
+    row("WaitForSingleObject", kWorking, to(kTold), kLeavesHandler),
+    row("ReleaseMutex", kWorking, to(kTold, kRunsOn), "ScopedLock dtor: Unlock failed for: "),
+    row("SetEvent", kWorking, to(kTold), "~Event Unexpected error occured: "),
+    // The handler does not look at it, and the stop is lost; the event may not be there anyway.
+    row("SetEvent", in(kStopping), to(kUnnoticed, kTold, kRunsOn, kEndless)),
+    row("ResetEvent", kWorking, to(kUnnoticed)),
 
     // The client's libraries: what is missing is an exception that the service's main function does
-    // not catch; an entry that is missing faults when it is called.
-    Permission{"SetDllDirectoryW", kWorking, to(kUnnoticed)},
-    Permission{"LoadLibraryW", kWorking, to(kTerminate)},
-    Permission{"LoadLibraryExW", kWorking, to(kTerminate, kTold, kUnnoticed)},
-    Permission{"GetProcAddress", kWorking, to(kTold, kUnnoticed, kFault)},
+    // not catch; an entry that is missing faults when it is called. Languages may be missing.
+    row("SetDllDirectoryW", kWorking, to(kUnnoticed)),
+    row("LoadLibraryW", kWorking, to(kTerminate), "Failed to load a library. "),
+    row("LoadLibraryExW", kWorking, to(kTerminate), "Failed to load a library. "),
+    row("LoadLibraryExW", kWorking, to(kTold, kUnnoticed)),
+    row("GetProcAddress", kWorking, to(kTold, kFault), "Failed to get procedure address."),
 
     // The recertification program.
-    Permission{"CreateProcessW", kWorking, kLaunchFails},
+    row("CreateProcessW", kWorking, kLaunchFails, kNotLaunched),
 
-    // Texts of the system, and ours in their place.
-    Permission{"FormatMessageW", kAlways, to(kTold, kUnnoticed)},
+    // Texts of the system: an empty one stands in their place. For -1 there is none anyway.
+    row("FormatMessageW", in(kStarting), to(kUnnoticed)),
+    row("FormatMessageW", in(kEntering), to(kTold), kUnknownPrivilege),
+    row("FormatMessageW", kAlways, to(kTold), kRunFailed),
+    row("FormatMessageW", kWorking, to(kTold), kProcessFailed),
+    row("calloc", in(kStarting), to(kUnnoticed)),
+    row("calloc", in(kEntering), to(kTold), kUnknownPrivilege),
+    row("calloc", kAlways, to(kTold), kRunFailed),
+    row("calloc", kWorking, to(kTold), kProcessFailed),
+};
 
-    // The scheduled task. No failure is more than lines of the log; but where a task is there
-    // already no result is looked at, and what is used then is null.
-    Permission{"GetModuleFileNameW", kWorking, to(kTold, kUnnoticed)},
-    Permission{"PathRemoveFileSpecW", kWorking, to(kTold, kUnnoticed)},
-    Permission{"VerifyVersionInfoW", kWorking, to(kTold, kUnnoticed)},
-    Permission{"CoInitializeEx", kWorking, to(kTold)},
-    Permission{"CoInitializeSecurity", kWorking, to(kTold)},
-    Permission{"CoCreateInstance", kWorking, to(kTold)},
-    Permission{"SysAllocString*", kWorking, to(kTerminate)},
-    Permission{"VariantClear", kWorking, to(kUnnoticed)},
-    Permission{"ITaskService::*", kWorking, to(kTold)},
-    Permission{"ITaskFolder::GetTask", kWorking, to(kTold, kUnnoticed)},
-    Permission{"ITaskFolder::DeleteTask", kWorking, to(kUnnoticed, kTold)},
-    Permission{"ITaskFolder::RegisterTaskDefinition", kWorking, to(kTold)},
-    Permission{"IRegisteredTask::get_Definition", kWorking, to(kFault)},
-    Permission{"ITaskDefinition::*", kWorking, to(kTold)},
-    Permission{"ITaskDefinition::get_Actions", kWorking, to(kFault)},
-    Permission{"IRegistrationInfo::put_Author", kWorking, to(kTold)},
-    Permission{"IRegistrationInfo::put_Date", kWorking, to(kUnnoticed)},
-    Permission{"IPrincipal::put_LogonType", kWorking, to(kTold)},
-    Permission{"ITaskSettings::get_IdleSettings", kWorking, to(kTold)},
-    Permission{"ITaskSettings::put_IdleSettings", kWorking, to(kTold)},
+// The scheduled task. No failure is more than lines of the log; but where a task is there already
+// no result is looked at, and what is used then is null.
+constexpr std::array kTask = {
+    row("GetModuleFileNameW", kWorking, to(kTold), "GetModulePath failed"),
+    row("PathRemoveFileSpecW", kWorking, to(kTold, kUnnoticed)),
+    row("VerifyVersionInfoW", kWorking, to(kTold, kUnnoticed)),
+    row("CoInitializeEx", kWorking, to(kTold), "CoInitializeEx failed: "),
+    row("CoInitializeSecurity", kWorking, to(kTold), "CoInitializeSecurity failed: "),
+    row("CoCreateInstance", kWorking, to(kTold), "Failed to create an instance of ITaskService: "),
+    row("SysAllocString*", kWorking, to(kTerminate)),
+    row("VariantClear", kWorking, to(kUnnoticed)),
+    row("ITaskService::Connect", kWorking, to(kTold), "ITaskService::Connect failed: "),
+    row("ITaskService::GetFolder", kWorking, to(kTold), "Cannot get Root folder pointer: "),
+    row("ITaskService::NewTask", kWorking, to(kTold),
+        "Failed to CoCreate an instance of the TaskService class:"),
+    row("ITaskFolder::GetTask", kWorking, to(kTold), "Failed to Get Existing Task: "),
+    withError(kNoSuchTask, row("ITaskFolder::GetTask", kWorking, to(kTold, kUnnoticed))),
+    // A task that is still there may be started.
+    row("ITaskFolder::DeleteTask", kWorking, to(kUnnoticed, kTold)),
+    row("ITaskFolder::RegisterTaskDefinition", kWorking, to(kTold), "Error saving the Task : "),
+    row("IRegisteredTask::get_Definition", kWorking, to(kFault)),
+    row("ITaskDefinition::get_RegistrationInfo", kWorking, to(kTold),
+        "Cannot get identification pointer: "),
+    row("ITaskDefinition::get_Principal", kWorking, to(kTold), "Cannot get principal pointer: "),
+    row("ITaskDefinition::get_Settings", kWorking, to(kTold), "Cannot get settings pointer: "),
+    row("ITaskDefinition::get_Triggers", kWorking, to(kTold), "Cannot get trigger collection: "),
+    row("ITaskDefinition::get_Actions", kWorking, to(kTold),
+        "Cannot get Task collection pointer: "),
+    row("ITaskDefinition::get_Actions", kWorking, to(kFault)),
+    row("IRegistrationInfo::put_Author", kWorking, to(kTold), "Cannot put identification info: "),
+    row("IRegistrationInfo::put_Date", kWorking, to(kUnnoticed)),
+    row("IPrincipal::put_LogonType", kWorking, to(kTold), "Cannot put principal info logon type: "),
+    row("ITaskSettings::get_IdleSettings", kWorking, to(kTold),
+        "Cannot get idle setting information: "),
+    row("ITaskSettings::put_IdleSettings", kWorking, to(kTold), "Cannot put setting information: "),
     // Not looked at; the scheduler itself may refuse to save what is left, or start it otherwise.
-    Permission{"ITaskSettings::put_*", kWorking, to(kUnnoticed, kTold)},
-    Permission{"IIdleSettings::put_RestartOnIdle", kWorking, to(kTold)},
-    Permission{"IIdleSettings::put_IdleDuration", kWorking, to(kUnnoticed)},
-    Permission{"IIdleSettings::put_WaitTimeout", kWorking, to(kUnnoticed)},
-    Permission{"IIdleSettings::put_StopOnIdleEnd", kWorking, to(kUnnoticed)},
-    Permission{"ITriggerCollection::Create", kWorking, to(kTold)},
-    Permission{"IEventTrigger::put_Enabled", kWorking, to(kUnnoticed)},
-    Permission{"IEventTrigger::put_Subscription", kWorking, to(kTold)},
-    Permission{"IActionCollection::Create", kWorking, to(kTold)},
-    Permission{"IActionCollection::get_Item", kWorking, to(kFault)},
-    Permission{"IUnknown::QueryInterface", kWorking, to(kTold, kFault)},
-    Permission{"IExecAction::put_Path", kWorking, to(kTold, kUnnoticed)},
-    Permission{"IExecAction::get_Path", kWorking, to(kFault)},
+    row("ITaskSettings::put_*", kWorking, to(kUnnoticed, kTold)),
+    row("IIdleSettings::put_RestartOnIdle", kWorking, to(kTold),
+        "Cannot put idle setting information: "),
+    row("IIdleSettings::put_IdleDuration", kWorking, to(kUnnoticed)),
+    row("IIdleSettings::put_WaitTimeout", kWorking, to(kUnnoticed)),
+    row("IIdleSettings::put_StopOnIdleEnd", kWorking, to(kUnnoticed)),
+    row("ITriggerCollection::Create", kWorking, to(kTold), "Cannot create trigger: "),
+    row("IEventTrigger::put_Enabled", kWorking, to(kUnnoticed)),
+    row("IEventTrigger::put_Subscription", kWorking, to(kTold),
+        "Cannot add start boundary to trigger: "),
+    row("IActionCollection::Create", kWorking, to(kTold), "Cannot create the action: "),
+    row("IActionCollection::get_Item", kWorking, to(kFault)),
+    row("IUnknown::QueryInterface", kWorking, to(kTold), "QueryInterface call failed for I"),
+    row("IUnknown::QueryInterface", kWorking, to(kFault)),
+    row("IExecAction::put_Path", kWorking, to(kTold), "Cannot put action path: "),
+    // Of a task that is pointed at another place: it keeps the old one.
+    only(Only::kWithATaskToMend, row("IExecAction::put_Path", kWorking, to(kUnnoticed, kTold))),
+    row("IExecAction::get_Path", kWorking, to(kFault)),
+};
 
-    // What is let go: nothing depends on it. Only a file and the token say so. But the exit code
-    // after an exception is the last error, and that is then this one.
-    Permission{"CloseHandle", in(kEntering, kStarting), kDefaults},
-    Permission{"CloseHandle", kAlways, to(kUnnoticed, kOtherCode)},
-    Permission{"ClosePrivateNamespace", kAlways, to(kTold, kOtherCode)},
-    Permission{"EventUnregister", in(kEntering, kStopped), to(kUnnoticed)},
-    Permission{"FindClose", in(kEntering, kStarting), to(kUnnoticed)},
-    Permission{"FreeLibrary", kWorking | in(kStopped), to(kUnnoticed)},
-    Permission{"HeapFree", in(kEntering), to(kUnnoticed, kTold)},
-    Permission{"HeapFree", in(kStarting) | kWorking, to(kUnnoticed)},
-    Permission{"LocalFree", kAlways, to(kUnnoticed)},
-    Permission{"RegCloseKey", in(kEntering, kStarting) | kWorking, to(kUnnoticed)},
+// What is let go: nothing depends on it. Only a file and the token say so. But the exit code after
+// an exception is the last error, and that is then this one.
+constexpr std::array kLettingGo = {
+    row("CloseHandle", in(kEntering), kDefaults),
+    row("CloseHandle", in(kStarting), kDefaults, kBrokenConfig),
+    row("CloseHandle", kAlways, to(kUnnoticed, kOtherCode)),
+    row("ClosePrivateNamespace", kAlways, to(kTold, kOtherCode), "Cannot close private namespace!"),
+    row("EventUnregister", kAlways, to(kUnnoticed)),
+    row("FindClose", kSettingUp, to(kUnnoticed)),
+    row("FreeLibrary", kWorking | in(kStopped), to(kUnnoticed)),
+    row("HeapFree", kSettingUp | kWorking, to(kUnnoticed)),
+    row("LocalFree", kAlways, to(kUnnoticed)),
+    row("RegCloseKey", kSettingUp | kWorking, to(kUnnoticed)),
 };
 
 constexpr std::array kExplanations = {
@@ -192,8 +316,10 @@ constexpr std::array kExplanations = {
                 "GetDeviceList CM_Get_Device_ID_List_Size failed with status = "},
     Explanation{"CM_Get_Device_ID_ListW", "CM_Get_Device_ID_List failed with status = "},
     Explanation{"CM_Open_DevNode_Key", "CM_Open_DevNode_Key failed with status = "},
-    // A stop that comes in the pause ahead of STOPPED finds no service any more.
-    Explanation{"*", "ServiceControlHandler function Singleton::getInstance():NULL instance of "},
+    // A stop that comes in the pause ahead of STOPPED, when an exception has ended the work, finds
+    // no service any more.
+    Explanation{"*", "ServiceControlHandler function Singleton::getInstance():NULL instance of ",
+                kLeavesMain},
     Explanation{"RegOpenKeyExW", "Couldn't find <tALS Client> in device registry."},
     Explanation{"RegOpenKeyExW", "tals stack not installed"},
     Explanation{"RegQueryValueExW", "tals stack not installed"},
@@ -248,11 +374,6 @@ constexpr std::array kExplanations = {
     Explanation{"CreateProcessW", "Process exception occured: Last error code: "},
 };
 
-constexpr std::array kToldAnyway = {
-    Explanation{"CreateProcessW", "Cannot run OrvixVTMEKRecertification.exe process."},
-    Explanation{"ITaskService::Connect", "ITaskService::Connect failed: 80070005"},
-};
-
 constexpr std::array kUnbalanced = {
     Unbalanced{"CloseHandle", "event from CreateEventW is still open"},
     Unbalanced{"CloseHandle", "event from OpenEventW is still open"},
@@ -281,7 +402,17 @@ bool isAmong(std::string_view call, std::string_view calls) {
 }  // namespace
 
 std::span<const Permission> permissions() {
-  return kPermissions;
+  static const std::vector<Permission> all = [] {
+    std::vector<Permission> rows;
+    for (const std::span<const Permission> part :
+         {std::span<const Permission>(kStart), std::span<const Permission>(kStack),
+          std::span<const Permission>(kWork), std::span<const Permission>(kTask),
+          std::span<const Permission>(kLettingGo)}) {
+      rows.insert(rows.end(), part.begin(), part.end());
+    }
+    return rows;
+  }();
+  return all;
 }
 
 std::span<const Explanation> explanations() {
@@ -292,24 +423,34 @@ std::span<const Unbalanced> unbalanced() {
   return kUnbalanced;
 }
 
-bool isPermitted(std::string_view call, host::Phase phase, Outcome outcome) {
-  return std::any_of(kPermissions.begin(), kPermissions.end(), [&](const Permission& row) {
-    return isAmong(call, row.calls) && (row.phases & in(phase)) != 0 &&
-           (row.outcomes & to(outcome)) != 0;
-  });
+bool isAbout(const Permission& row, std::string_view call, host::Phase phase) {
+  return isAmong(call, row.calls) && (row.phases & in(phase)) != 0;
 }
 
-bool isExplained(std::string_view call, std::string_view line) {
+bool permits(const Permission& row, Outcome outcome) {
+  return (row.outcomes & to(outcome)) != 0;
+}
+
+bool isExplained(std::string_view call, std::string_view line,
+                 const std::vector<std::string>& errors) {
+  const auto isThere = [&](std::string_view text) {
+    return std::any_of(errors.begin(), errors.end(), [&](const std::string& error) {
+      return error.find(text) != std::string::npos;
+    });
+  };
   return std::any_of(kExplanations.begin(), kExplanations.end(), [&](const Explanation& row) {
-    return isAmong(call, row.calls) && line.find(row.text) != std::string_view::npos;
+    return isAmong(call, row.calls) && line.find(row.text) != std::string_view::npos &&
+           (row.beside.empty() || isThere(row.beside));
   });
 }
 
-bool isToldAnyway(std::string_view call, const std::vector<std::string>& plainLines) {
-  return std::any_of(kToldAnyway.begin(), kToldAnyway.end(), [&](const Explanation& row) {
-    return isAmong(call, row.calls) &&
+bool isToldAnyway(std::string_view call, host::Phase phase,
+                  const std::vector<std::string>& plainLines) {
+  const auto rows = permissions();
+  return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
+    return isAbout(row, call, phase) && permits(row, kTold) && !row.told.empty() &&
            std::any_of(plainLines.begin(), plainLines.end(), [&](const std::string& line) {
-             return line.find(row.text) != std::string::npos;
+             return line.find(row.told) != std::string::npos;
            });
   });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,29 +15,55 @@ namespace sweep {
 using Phases = unsigned;
 using Outcomes = unsigned;
 
-// What a failure of a call may come to. This list is closed: what no row permits is an objection.
-//
-// `calls` is a call's name, or the beginning of several names and "*". A failure may come to
-// whatever any row permits that names its call and its phase.
-struct Permission {
-  std::string_view calls;
-  Phases phases;
-  Outcomes outcomes;
-};
-std::span<const Permission> permissions();
-bool isPermitted(std::string_view call, host::Phase phase, Outcome outcome);
+// How long the call fails.
+enum class Times { kAny, kOnce, kFromThenOn };
 
-// A text in log lines of level ERROR and FATAL that the failure of these calls explains.
+// On which machines a row holds.
+enum class Only {
+  kEverywhere,
+  kWithDevices,    // that have other devices than the stack's
+  kWithVariables,  // whose environment says where a path is
+  kWithTraces,     // on which somebody listens to trace events
+  // Where the plain run points a task at another place, or an exception leaves the service's work.
+  kWithATaskToMend,
+  kFailingAnyway,
+};
+
+// What a failure of a call may come to. This list is closed: what no row permits is an objection.
+// Each row follows from what the failure of that call is required to come to at that place, and
+// names the line that is then required, if there is one.
+struct Permission {
+  // A call's name, or the beginning of several names and "*".
+  std::string_view calls;
+  Phases phases = 0;
+  Outcomes outcomes = 0;
+  // The text of a line that must be told and is not told without the fault; empty if there is none.
+  std::string_view told = {};
+  Times times = Times::kAny;
+  std::optional<DWORD> error = {};  // the only one that the row is about
+  Only only = Only::kEverywhere;
+};
+// A failure may come to whatever any row permits.
+std::span<const Permission> permissions();
+// Whether a row is about the failure of this call in this phase.
+bool isAbout(const Permission& row, std::string_view call, host::Phase phase);
+bool permits(const Permission& row, Outcome outcome);
+
+// A text in log lines of level ERROR and FATAL that the failure of these calls explains, if
+// `beside` is empty or stands in another such line of that life.
 struct Explanation {
   std::string_view calls;
   std::string_view text;
+  std::string_view beside = {};
 };
 std::span<const Explanation> explanations();
-bool isExplained(std::string_view call, std::string_view line);
+bool isExplained(std::string_view call, std::string_view line,
+                 const std::vector<std::string>& errors);
 
-// Whether the plain run tells of a failure of this call: on that machine it fails anyway, and to be
-// told to fail with the same error changes nothing.
-bool isToldAnyway(std::string_view call, const std::vector<std::string>& plainLines);
+// Whether the plain run tells what a failure of this call must tell: on that machine it fails
+// anyway, and to be told to fail with the same error changes nothing.
+bool isToldAnyway(std::string_view call, host::Phase phase,
+                  const std::vector<std::string>& plainLines);
 
 // What stays open, or is let go in vain, because these calls failed: lines of the ledger.
 struct Unbalanced {

@@ -193,6 +193,9 @@ void Sweep::plan(Swept& swept) {
   const std::span calls(watch.calls, std::min(watch.count, host::LifeWatch::kMostCalls));
   swept.plain = sightOf(plain);
   swept.plain.isHeard = isHeard(scenario);
+  swept.plain.hasOtherDevices = !scenario.devices.empty();
+  swept.plain.hasVariables = !scenario.environment.empty();
+  swept.plain.hasTraces = !scenario.traces.empty();
   swept.plan = planFaults(calls);
   std::erase_if(swept.plan.places,
                 [&](const Place& place) { return failsAnyway(scenario, place); });
@@ -273,7 +276,8 @@ void Sweep::take(const Swept& swept, const host::LifeOrder& order, const runner:
   const Sight sight = sightOf(life);
   const std::string_view call = host::callsThatCanFail()[order.call];
   const Verdict verdict = judgeFault(
-      swept.plain, sight, {call, watch.phaseAtStrike, watch.struck, order.error, ownFaults(swept)});
+      swept.plain, sight,
+      {call, watch.phaseAtStrike, watch.struck, order.error, order.lasting, ownFaults(swept)});
   std::string where = swept.loaded.scenario.name + ": fail " + std::string(call) +
                       (order.lasting ? " from " : " ") + std::to_string(order.nth) + " with " +
                       std::to_string(order.error);

@@ -89,4 +89,18 @@ void printFigures(std::ostream& out, const SweepResult& result, std::chrono::sec
   out << (never.empty() ? " none\n" : "\n");
 }
 
+std::vector<runner::Figure> figuresOf(const SweepResult& result) {
+  std::string outcomes;
+  for (std::size_t i = 0; i < kOutcomes; ++i) {
+    if (result.outcomes[i] > 0) {
+      outcomes += (outcomes.empty() ? "" : ", ") +
+                  std::string(outcomeText(static_cast<Outcome>(i))) + " " +
+                  runner::inThrees(result.outcomes[i]);
+    }
+  }
+  return {{"faults injected", runner::inThrees(result.lives)},
+          {"their outcomes", outcomes},
+          {"outcomes that are not permitted", runner::inThrees(result.objections.size())}};
+}
+
 }  // namespace sweep

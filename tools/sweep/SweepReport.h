@@ -2,7 +2,9 @@
 
 #include <chrono>
 #include <ostream>
+#include <vector>
 
+#include "tools/runner/FigureTable.h"
 #include "tools/sweep/Sweep.h"
 
 namespace sweep {
@@ -15,5 +17,8 @@ void printObjections(std::ostream& out, const SweepResult& result);
 
 // The figures, as a table of docs/testing.md, and what was never reached.
 void printFigures(std::ostream& out, const SweepResult& result, std::chrono::seconds took);
+
+// The figures that the page of all proofs has.
+std::vector<runner::Figure> figuresOf(const SweepResult& result);
 
 }  // namespace sweep

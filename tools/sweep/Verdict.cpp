@@ -25,12 +25,52 @@ bool isQuiet(const Sight& plain) {
 }
 
 bool isPermittedAnytime(std::string_view call, Outcome outcome) {
-  for (std::size_t i = 0; i < host::kPhases; ++i) {
-    if (isPermitted(call, static_cast<host::Phase>(i), outcome)) {
-      return true;
+  const auto rows = permissions();
+  return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
+    bool isNamed = false;
+    for (std::size_t i = 0; i < host::kPhases; ++i) {
+      isNamed = isNamed || isAbout(row, call, static_cast<host::Phase>(i));
     }
+    return isNamed && permits(row, outcome);
+  });
+}
+
+bool hasLine(const std::vector<std::string>& lines, std::string_view text) {
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return line.find(text) != std::string::npos; });
+}
+
+bool isOn(const Sight& plain, Only machines) {
+  switch (machines) {
+    case Only::kEverywhere:
+      return true;
+    case Only::kWithDevices:
+      return plain.hasOtherDevices;
+    case Only::kWithVariables:
+      return plain.hasVariables;
+    case Only::kWithTraces:
+      return plain.hasTraces;
+    case Only::kWithATaskToMend:
+      return hasLine(plain.lines, "Task has beed updated to new OVER location, Ending");
+    case Only::kFailingAnyway:
+      return hasLine(plain.errors, "Exception occured in ServiceMain function");
   }
   return false;
+}
+
+// What must be told stands among these lines.
+bool isPermitted(const Sight& plain, const std::vector<std::string>& lines, const Strike& strike,
+                 Outcome outcome) {
+  const auto isTold = [&](const Permission& row) {
+    return row.told.empty() || outcome == Outcome::kUnnoticed || isQuiet(plain) ||
+           hasLine(lines, row.told);
+  };
+  const auto rows = permissions();
+  return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
+    return isAbout(row, strike.call, strike.phase) && permits(row, outcome) &&
+           (row.times == Times::kAny || (row.times == Times::kFromThenOn) == strike.lasting) &&
+           row.error.value_or(strike.error) == strike.error && isOn(plain, row.only) && isTold(row);
+  });
 }
 
 bool isAbnormal(const Sight& sight) {
@@ -48,23 +88,32 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
   if (isSuccess(strike)) {
     return outcome == Outcome::kUnnoticed;
   }
-  const auto isIn = [&](Outcome permitted) {
-    return isPermitted(strike.call, strike.phase, permitted) ||
+  const std::vector<std::string> newLines = beyond(faulted.lines, plain.lines);
+  const auto isAmong = [&](const std::vector<std::string>& lines, Outcome permitted) {
+    return isPermitted(plain, lines, strike, permitted) ||
            std::any_of(
                strike.alsoFailing.begin(), strike.alsoFailing.end(),
                [&](const std::string& call) { return isPermittedAnytime(call, permitted); });
   };
+  const auto isIn = [&](Outcome permitted) { return isAmong(newLines, permitted); };
+  // The plain run comes to what is permitted here and tells it, and so does this one.
+  const bool failsAnyway = isToldAnyway(strike.call, strike.phase, plain.lines);
+  const bool isTheSame =
+      isAmong(faulted.lines, endOf(faulted)) && (endOf(faulted) != Outcome::kTold || failsAnyway);
+  // Nobody heard why it came to its end.
+  const bool mayHaveFailed = isQuiet(plain) && isIn(Outcome::kErrorAsZero);
   switch (outcome) {
     case Outcome::kUnnoticed:
-      // The plain run ended in a way that is permitted here, and so does this one.
-      return isIn(outcome) || isToldAnyway(strike.call, plain.lines) ||
-             (isQuiet(plain) && isIn(Outcome::kTold)) ||
-             (endOf(faulted) != Outcome::kTold && isIn(endOf(faulted)));
+      return isIn(outcome) || isTheSame || failsAnyway || mayHaveFailed ||
+             (isQuiet(plain) && isIn(Outcome::kTold));
     case Outcome::kTold:
-      return isIn(outcome) || isIn(endOf(faulted));
+      return isIn(outcome) || isTheSame || mayHaveFailed;
     case Outcome::kEndsSooner:
       // It did not come to the plain run's abnormal end.
-      return isIn(outcome) || (isAbnormal(plain) && isIn(Outcome::kTold));
+      return isIn(outcome) || mayHaveFailed || (isAbnormal(plain) && isIn(Outcome::kTold));
+    case Outcome::kNotStopped:
+      // STOPPED is overtaken, which is what the scenario is about.
+      return !illegalReport(plain.statuses).empty();
     default:
       return isIn(outcome);
   }
@@ -87,13 +136,14 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
   }
   // A scenario may be about reports that overtake each other: the fault did not cause those.
   if (std::string illegal = illegalReport(faulted.statuses);
-      !illegal.empty() && illegal != illegalReport(plain.statuses)) {
+      !illegal.empty() && illegalReport(plain.statuses).empty()) {
     verdict.reasons.push_back(std::move(illegal));
   }
   for (const std::string& line : verdict.errors) {
-    if (!isExplained(strike.call, line) &&
-        std::none_of(strike.alsoFailing.begin(), strike.alsoFailing.end(),
-                     [&](const std::string& call) { return isExplained(call, line); })) {
+    if (!isExplained(strike.call, line, verdict.errors) &&
+        std::none_of(
+            strike.alsoFailing.begin(), strike.alsoFailing.end(),
+            [&](const std::string& call) { return isExplained(call, line, verdict.errors); })) {
       verdict.reasons.push_back("not explained: " + line);
     }
   }

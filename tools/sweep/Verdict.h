@@ -15,6 +15,7 @@ struct Strike {
   host::Phase phase = host::Phase::kLoading;  // when it struck
   bool struck = false;
   DWORD error = 0;
+  bool lasting = false;
   // Calls that the scenario itself makes fail. A fault ahead of them can move them to another place
   // of the run, so what they may come to may come of it too, in whatever phase.
   std::vector<std::string> alsoFailing = {};

@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "tools/runner/FigureTable.h"
 #include "tools/runner/OptionNumber.h"
 #include "tools/sweep/Sweep.h"
 #include "tools/sweep/SweepReport.h"
@@ -21,7 +22,9 @@ constexpr int kAsItMayBe = 0;
 constexpr int kObjections = 1;
 constexpr int kNothingRun = 2;
 
-constexpr char kUsage[] = "Usage: sweep [SCENARIO...] [--every N] [--jobs N] [--groups] [--help]\n";
+constexpr char kUsage[] =
+    "Usage: sweep [SCENARIO...] [--every N] [--jobs N] [--groups]\n"
+    "             [--figures FILE] [--help]\n";
 constexpr char kHelp[] =
     "\n"
     "Makes every platform call of every scenario fail, once and from then on, with each error\n"
@@ -31,6 +34,7 @@ constexpr char kHelp[] =
     "  --every N   only one in N of the faults\n"
     "  --jobs N    so many lives side by side; as many as there are processors if not given\n"
     "  --groups    print what each call's failures came to in each phase of the service\n"
+    "  --figures FILE  write the figures into the rows that this page has for them\n"
     "  --help      print this text\n"
     "\n"
     "Exit status: 0 if every run was as it may be, 1 if not, 2 if nothing was run.\n";
@@ -38,6 +42,7 @@ constexpr char kHelp[] =
 struct Request {
   sweep::SweepOptions options;
   bool groups = false;
+  std::string figures;  // a page; empty for none
   bool help = false;
 };
 
@@ -49,6 +54,11 @@ std::string read(const std::vector<std::string>& arguments, Request& request) {
       request.groups = true;
     } else if (argument == "--help") {
       request.help = true;
+    } else if (argument == "--figures") {
+      if (i + 1 == arguments.size()) {
+        return argument + " takes a file";
+      }
+      request.figures = arguments[++i];
     } else if (argument == "--every" || argument == "--jobs") {
       unsigned& number = argument == "--every" ? request.options.every : request.options.jobs;
       ++i;
@@ -62,6 +72,16 @@ std::string read(const std::vector<std::string>& arguments, Request& request) {
     }
   }
   return {};
+}
+
+// As the page names it: without what changes no figure.
+std::string commandOf(const Request& request) {
+  std::string command = "./dev sweep";
+  for (const std::string& scenario : request.options.scenarios) {
+    command += " " + scenario;
+  }
+  return request.options.every == 1 ? command
+                                    : command + " --every " + std::to_string(request.options.every);
 }
 
 // Tells how far it is, every few seconds.
@@ -114,5 +134,13 @@ int main(int argc, char** argv) {
   sweep::printFigures(
       std::cout, result,
       std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - began));
+  if (!request.figures.empty()) {
+    const std::string unwritten =
+        runner::writeFigures(request.figures, sweep::figuresOf(result), commandOf(request));
+    if (!unwritten.empty()) {
+      std::cerr << "sweep: " << unwritten << '\n';
+      return kNothingRun;
+    }
+  }
   return result.objections.empty() ? kAsItMayBe : kObjections;
 }

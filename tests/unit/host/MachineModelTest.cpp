@@ -55,6 +55,15 @@ TEST_F(MachineModelTest, SettingTheTimeLaterSetsWhatItIsNow) {
   EXPECT_EQ(localTime(), "2030-06-07 08:09:10.011 day 5");
 }
 
+TEST_F(MachineModelTest, AStepOfTheClockChangesTheTimeAndNoWait) {
+  host::machine().setLocalTime(2026, 3, 1, 0, 0, 0, 0);
+  host::machine().stepClock(-1'000);
+  EXPECT_EQ(localTime(), "2026-02-28 23:59:59.000 day 6");
+  host::machine().stepClock(3'000);
+  EXPECT_EQ(localTime(), "2026-03-01 00:00:02.000 day 0");
+  EXPECT_EQ(clockMs(), 0);
+}
+
 TEST_F(MachineModelTest, UniversalTimeIsBehindByTheZone) {
   host::machine().setLocalTime(1601, 1, 2, 0, 0, 0, 0);
   host::machine().minutesAheadOfUtc = 60;

@@ -110,6 +110,15 @@ TEST(ScenarioScriptTest, TheProcessCanBeEnded) {
   EXPECT_EQ(stepOf("at 1 s: end process").action.kind, Action::Kind::kEndProcess);
 }
 
+TEST(ScenarioScriptTest, TheMachineSleepsAndItsClockIsSet) {
+  const auto action = [](const std::string& text) { return stepOf("at 1 s: " + text).action; };
+  EXPECT_EQ(action("suspend 2 h").kind, Action::Kind::kSuspend);
+  EXPECT_EQ(action("suspend 2 h").span, 7'200'000 * host::kNanosecondsPerMillisecond);
+  EXPECT_EQ(action("clock +1 s").kind, Action::Kind::kClock);
+  EXPECT_EQ(action("clock +1 s").span, 1'000 * host::kNanosecondsPerMillisecond);
+  EXPECT_EQ(action("clock -1 min 1 s").span, -61'000 * host::kNanosecondsPerMillisecond);
+}
+
 TEST(ScenarioScriptTest, MalformedMomentsAreReported) {
   expectErrors({
       {"[script]\nafter 3 s: stop\n",

@@ -53,6 +53,55 @@ TEST_F(SchedulerTest, TheClockJumpsToTheEarliestDeadlineFirst) {
   EXPECT_EQ(order, (std::vector<int>{100, 200}));
 }
 
+// A thread sleeps for 100 ms; after 40 ms the machine is suspended for an hour.
+std::int64_t msOfASleepWith(bool waitsCountOn, std::int64_t& outsideMs) {
+  host::Scheduler& scheduler = host::Scheduler::instance();
+  const auto nowMs = [&] { return scheduler.now() / host::kNanosecondsPerMillisecond; };
+  const auto sleepUntilMs = [&](std::int64_t ms) {
+    const host::Scheduler::Guard guard;
+    scheduler.block(
+        "a time", [] { return false; }, ms * host::kNanosecondsPerMillisecond);
+  };
+  std::int64_t wokenMs = 0;
+  host::TestThread sleeper([&] {
+    Sleep(100);
+    wokenMs = nowMs();
+  });
+  host::Thread& outside = scheduler.spawn("outside", [&] {
+    sleepUntilMs(200);
+    outsideMs = nowMs();
+  });
+  sleepUntilMs(40);
+  scheduler.suspend(3'600'000 * host::kNanosecondsPerMillisecond, waitsCountOn, &outside);
+  sleeper.join();
+  sleepUntilMs(2 * 3'600'000);
+  return wokenMs;
+}
+
+TEST_F(SchedulerTest, AWaitGoesOnWhereItStoodWhenTheMachineHasSlept) {
+  std::int64_t outsideMs = 0;
+  EXPECT_EQ(msOfASleepWith(false, outsideMs), 3'600'100);
+  EXPECT_EQ(outsideMs, 3'600'040);
+}
+
+TEST_F(SchedulerTest, AWaitThatCountsOnIsOverWhenTheMachineHasSlept) {
+  std::int64_t outsideMs = 0;
+  EXPECT_EQ(msOfASleepWith(true, outsideMs), 3'600'040);
+  EXPECT_EQ(outsideMs, 3'600'040);
+}
+
+TEST_F(SchedulerTest, InRealTimeTheClockIsSetOnWhenTheMachineHasSlept) {
+  host::resetMachine(host::Scheduler::Mode::kReal);
+  const std::int64_t beforeMs = clockMs();
+  {
+    const host::Scheduler::Guard guard;
+    host::Scheduler::instance().suspend(3'600'000 * host::kNanosecondsPerMillisecond, false,
+                                        nullptr);
+  }
+  EXPECT_GE(clockMs() - beforeMs, 3'600'000);
+  EXPECT_LT(clockMs() - beforeMs, 3'660'000);
+}
+
 TEST_F(SchedulerTest, SeedZeroLetsAThreadKeepItsTurnUntilItWaits) {
   EXPECT_EQ(runTwoThreads(0), std::string(40, 'a') + std::string(40, 'b'));
 }
