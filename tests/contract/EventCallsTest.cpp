@@ -200,9 +200,9 @@ TEST(WaitForMultipleObjects, ForAllTakesNothingUntilAllAreThere) {
 }
 
 TEST(WaitForMultipleObjects, OfANullOrClosedHandleFailsWith6AndTakesNothing) {
+  const HANDLE event = autoEvent(TRUE);
   const HANDLE closed = autoEvent(TRUE);
   CloseHandle(closed);
-  const HANDLE event = autoEvent(TRUE);
   for (const HANDLE bad : {HANDLE{nullptr}, closed}) {
     const HANDLE handles[] = {event, bad};
     SetLastError(contract::kUntouched);

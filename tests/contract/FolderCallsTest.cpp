@@ -84,7 +84,10 @@ TEST(MoveFileW, IntoAMissingFolderFailsWith3) {
 TEST(MoveFileW, CanChangeTheCaseOfAName) {
   contract::putFile(L"name", "a");
   EXPECT_TRUE(move(L"name", L"NAME"));
-  EXPECT_EQ(names(L"name"), L"NAME");
+  EXPECT_EQ(names(L"name"),
+            contract::butUnderWine<std::wstring>(L"NAME", L"name",
+                                                 "Wine leaves a file alone that would only change "
+                                                 "its case"));
 }
 
 TEST(MoveFileW, OfAnOpenFileFailsWith32) {
@@ -150,7 +153,8 @@ TEST(FindNextFileW, TakesAQuestionMarkForOneCharacterAndForNoneAtTheEnd) {
   for (const wchar_t* name : {L"a", L"ab", L"abc"}) {
     contract::putFile(name, "");
   }
-  EXPECT_EQ(names(L"a?"), L"a ab");
+  EXPECT_EQ(names(L"a?"), contract::butUnderWine<std::wstring>(
+                              L"a ab", L"ab", "Wine takes it for one character everywhere"));
 }
 
 TEST(FindNextFileW, TakesADotBeforeAStarForTheEndToo) {

@@ -16,7 +16,7 @@ ServiceLife live() {
     Sleep(100);
     ask(SERVICE_CONTROL_STOP);
     Sleep(500);
-    ask(SERVICE_CONTROL_SHUTDOWN);
+    ask(SERVICE_CONTROL_PAUSE);
     ask(SERVICE_CONTROL_INTERROGATE);
     ask(SERVICE_CONTROL_STOP);
     Sleep(100);

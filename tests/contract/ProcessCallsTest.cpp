@@ -67,7 +67,10 @@ TEST(CreateProcessW, OfAFolderFailsWith5) {
   contract::putFolder(L"folder");
   const Started started(L"folder");
   EXPECT_FALSE(started.isStarted);
-  EXPECT_EQ(started.error, 5U);
+  EXPECT_EQ(started.error,
+            contract::butUnderWine<DWORD>(5, 6,
+                                          "Wine takes the folder for a file that it cannot "
+                                          "read"));
 }
 
 TEST(CreateProcessW, OfAFileThatIsNoProgramFailsWith193) {
@@ -80,8 +83,11 @@ TEST(CreateProcessW, OfAFileThatIsNoProgramFailsWith193) {
 TEST(CreateProcessW, OfARecordWithAnotherSizeFailsWith87) {
   contract::putProgram(L"small.exe");
   const Started started(L"small.exe", 0);
-  EXPECT_FALSE(started.isStarted);
-  EXPECT_EQ(started.error, 87U);
+  EXPECT_EQ(started.isStarted,
+            contract::butUnderWine(FALSE, TRUE,
+                                   "Wine does not look at it; the model does, so that a record "
+                                   "that nobody filled in is noticed"));
+  EXPECT_EQ(started.error == 87U, !started.isStarted);
 }
 
 TEST(GetCurrentProcess, IsAHandleThatNeedsNoClosing) {

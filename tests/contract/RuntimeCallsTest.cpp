@@ -106,7 +106,8 @@ TEST(strcat_s, EmptiesTheTargetOfWhatDoesNotFit) {
 
 TEST(strcat_s, RefusesATargetWithoutAnEnd) {
   char target[3] = {'a', 'b', 'c'};
-  EXPECT_EQ(strcat_s(target, 3, "d"), EINVAL);
+  EXPECT_EQ(strcat_s(target, 3, "d"),
+            contract::butUnderWine<errno_t>(EINVAL, ERANGE, "Wine's runtime calls it too small"));
   EXPECT_EQ(target[0], '\0');
 }
 

@@ -11,8 +11,8 @@
 namespace contract {
 
 struct ServiceLife {
-  // What the service manager answered to a stop while the service was starting, to a control that
-  // it does not accept, to a question for its state, to a stop while it ran, and to one after its
+  // What the service manager answered to a stop while the service was starting, to a pause, which
+  // it does not take, to a question for its state, to a stop while it ran, and to one after its
   // end.
   std::vector<DWORD> answers;
   // What the service saw, in order.

@@ -47,7 +47,8 @@ bool isAtLeast(DWORD major, DWORD minor, DWORD build) {
   version.dwMinorVersion = minor;
   version.dwBuildNumber = build;
   ULONGLONG mask = 0;
-  for (const DWORD type : {VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER}) {
+  for (const DWORD type :
+       {DWORD{VER_MAJORVERSION}, DWORD{VER_MINORVERSION}, DWORD{VER_BUILDNUMBER}}) {
     mask = VerSetConditionMask(mask, type, VER_GREATER_EQUAL);
   }
   return VerifyVersionInfoW(&version, VER_MAJORVERSION | VER_MINORVERSION | VER_BUILDNUMBER,
@@ -68,11 +69,12 @@ TEST(VerifyVersionInfoW, ComparesTheBuildForItself) {
   EXPECT_FALSE(isAtLeast(6, 3, 99999)) << "a greater major number does not outweigh the build";
 }
 
-TEST(VerifyVersionInfoW, OfNothingFailsWith87AndWithoutConditionsWith160) {
+TEST(VerifyVersionInfoW, OfNothingOrWithoutConditionsFailsWith160) {
   OSVERSIONINFOEXW version{};
   version.dwOSVersionInfoSize = sizeof version;
   EXPECT_FALSE(VerifyVersionInfoW(&version, 0, 3));
-  EXPECT_EQ(GetLastError(), 87U);
+  EXPECT_EQ(GetLastError(), 160U);
+  SetLastError(contract::kUntouched);
   EXPECT_FALSE(VerifyVersionInfoW(&version, VER_MAJORVERSION, 0));
   EXPECT_EQ(GetLastError(), 160U);
 }
@@ -221,6 +223,8 @@ TEST(SetConsoleMode, OfWhatIsNoConsoleFailsWith6) {
 using Lines = std::vector<std::wstring>;
 
 TEST(OutputDebugStringW, ReachesTheListenerAndLeavesTheLastErrorAlone) {
+  // Under Wine a process's first line leaves traces of its preparations.
+  OutputDebugStringW(L"first");
   contract::setDebugListener(true);
   SetLastError(contract::kUntouched);
   OutputDebugStringW(L"line\r\n");

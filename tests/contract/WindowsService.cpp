@@ -64,7 +64,7 @@ ServiceLife live() {
     const auto ask = [&](DWORD control) { life.answers.push_back(service.request(control)); };
     ask(SERVICE_CONTROL_STOP);
     service.waitFor(SERVICE_RUNNING);
-    ask(SERVICE_CONTROL_SHUTDOWN);
+    ask(SERVICE_CONTROL_PAUSE);
     ask(SERVICE_CONTROL_INTERROGATE);
     ask(SERVICE_CONTROL_STOP);
     service.waitFor(SERVICE_STOPPED);

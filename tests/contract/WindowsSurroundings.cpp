@@ -3,6 +3,7 @@
 
 #include "tests/contract/Surroundings.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -136,8 +137,10 @@ void putKey(const std::wstring& name) {
 
 void putValue(const std::wstring& key, const std::wstring& name, DWORD type,
               const std::string& bytes) {
+  // What looks like a terminator behind the bytes would be stored with them.
+  const std::string unended = bytes + "----";
   require(RegSetKeyValueW(HKEY_LOCAL_MACHINE, keyPath(key).c_str(), name.c_str(), type,
-                          bytes.data(), static_cast<DWORD>(bytes.size())),
+                          unended.data(), static_cast<DWORD>(bytes.size())),
           "RegSetKeyValueW");
 }
 
@@ -183,7 +186,10 @@ std::vector<std::wstring> debugLinesHeard() {
 void leaveTheServiceManager() {}
 
 std::int64_t milliseconds() {
-  return static_cast<std::int64_t>(GetTickCount64());
+  using std::chrono::duration_cast;
+  return duration_cast<std::chrono::milliseconds>(
+             std::chrono::steady_clock::now().time_since_epoch())
+      .count();
 }
 
 }  // namespace contract
