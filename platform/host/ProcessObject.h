@@ -21,6 +21,19 @@ class ProcessObject final : public KernelObject {
   pid_t child_;
 };
 
+// The first thread of such a program.
+class ProgramThreadObject final : public KernelObject {
+ public:
+  explicit ProgramThreadObject(pid_t child) : process_(child) {}
+
+  const char* kind() const override { return "thread"; }
+  bool waitable() const override { return true; }
+  bool signalled(const Thread& waiter) const override { return process_.signalled(waiter); }
+
+ private:
+  ProcessObject process_;
+};
+
 struct StartedProgram {
   DWORD error = 0;  // why the platform could not start it
   pid_t child = 0;

@@ -132,11 +132,11 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
   if (started.error != ERROR_SUCCESS) {
     return call.fails(started.error, FALSE);
   }
-  const auto thread = std::make_shared<host::ThreadObject>();
   auto& handles = host::HandleTable::instance();
   processInformation->hProcess =
       handles.add(std::make_shared<host::ProcessObject>(started.child), "CreateProcessW");
-  processInformation->hThread = handles.add(thread, "CreateProcessW");
+  processInformation->hThread =
+      handles.add(std::make_shared<host::ProgramThreadObject>(started.child), "CreateProcessW");
   processInformation->dwProcessId = started.processId;
   processInformation->dwThreadId = processInformation->dwProcessId + host::kIdStep;
   machine.programsStarted.emplace_back(applicationName);

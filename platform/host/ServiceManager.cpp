@@ -42,6 +42,8 @@ std::string ServiceManager::stateName(DWORD state) {
   }
 }
 
+constexpr DWORD kInvalidServiceControl = 1052;
+
 DWORD ServiceManager::request(DWORD control) {
   const Scheduler::Guard guard;
   if (statuses.empty() || handler == nullptr || statuses.back().dwCurrentState == SERVICE_STOPPED) {
@@ -51,9 +53,13 @@ DWORD ServiceManager::request(DWORD control) {
   const bool isPending = status.dwCurrentState == SERVICE_START_PENDING ||
                          status.dwCurrentState == SERVICE_STOP_PENDING;
   // Every service is asked to report; anything else only if it said that it takes it.
-  if (control != SERVICE_CONTROL_INTERROGATE &&
-      (isPending || (status.dwControlsAccepted & acceptBitOf(control)) == 0)) {
-    return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+  if (control != SERVICE_CONTROL_INTERROGATE) {
+    if (isPending) {
+      return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+    }
+    if ((status.dwControlsAccepted & acceptBitOf(control)) == 0) {
+      return kInvalidServiceControl;
+    }
   }
   queue.push_back(control);
   Scheduler::instance().changed();

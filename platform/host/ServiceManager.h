@@ -21,7 +21,7 @@ class ServiceManager {
   std::vector<SERVICE_STATUS> statuses;
 
   // What a caller of the control functions would see: 0 if the control was taken, 1061 if the
-  // service does not accept it in its state, 1062 if it is not active.
+  // service takes none in its state, 1052 if it does not take this one, 1062 if it is not active.
   DWORD request(DWORD control);
   DWORD requestStop() { return request(SERVICE_CONTROL_STOP); }
 

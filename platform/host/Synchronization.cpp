@@ -1,12 +1,14 @@
 // Events, mutexes, waits and the closing of handles.
 
 #include <algorithm>
+#include <set>
 #include <vector>
 
 #include "platform/host/Call.h"
 #include "platform/host/Machine.h"
 #include "platform/host/Objects.h"
 #include "platform/host/Races.h"
+#include "platform/host/Resets.h"
 
 namespace host {
 namespace {
@@ -94,6 +96,16 @@ HANDLE createNamed(Call& call, const char* maker, LPCWSTR name, const Make& make
   return call.returns(HandleTable::instance().add(made, maker));
 }
 
+// The handles of events that were opened for waiting and not for changing them.
+std::set<HANDLE>& handlesForWaiting() {
+  static auto* const handles = [] {
+    auto* const made = new std::set<HANDLE>;
+    atReset([made] { made->clear(); });
+    return made;
+  }();
+  return *handles;
+}
+
 BOOL changeEvent(Call& call, const char* name, HANDLE handle, bool isSet) {
   if (call.faulted()) {
     return call.returns(FALSE);
@@ -103,6 +115,9 @@ BOOL changeEvent(Call& call, const char* name, HANDLE handle, bool isSet) {
     const auto event = HandleTable::instance().find<EventObject>(handle, name);
     if (event == nullptr) {
       return call.fails(ERROR_INVALID_HANDLE, FALSE);
+    }
+    if (handlesForWaiting().contains(handle)) {
+      return call.fails(ERROR_ACCESS_DENIED, FALSE);
     }
     if (isSet) {
       races::publish(event.get());
@@ -193,7 +208,11 @@ HANDLE OpenEventW(DWORD access, BOOL inherit, LPCWSTR name) {
   if (std::dynamic_pointer_cast<host::EventObject>(object) == nullptr) {
     return call.fails<HANDLE>(ERROR_INVALID_HANDLE, nullptr);
   }
-  return call.returns(HandleTable::instance().add(object, "OpenEventW"));
+  const HANDLE opened = HandleTable::instance().add(object, "OpenEventW");
+  if ((access & EVENT_MODIFY_STATE) == 0) {
+    host::handlesForWaiting().insert(opened);
+  }
+  return call.returns(opened);
 }
 
 BOOL SetEvent(HANDLE event) {

@@ -182,10 +182,10 @@ BOOL VerifyVersionInfoW(LPOSVERSIONINFOEXW version, DWORD typeMask, DWORDLONG co
   if (call.faulted()) {
     return call.returns(FALSE);
   }
-  if (version == nullptr || typeMask == 0) {
+  if (version == nullptr) {
     return call.fails(ERROR_INVALID_PARAMETER, FALSE);
   }
-  if (conditionMask == 0) {
+  if (typeMask == 0 || conditionMask == 0) {
     return call.fails(host::kErrorBadArguments, FALSE);
   }
   if (!host::versionMatches(*version, typeMask, conditionMask)) {

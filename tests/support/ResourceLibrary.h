@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "platform/host/windows/Types.h"
+#include "platform/win32.h"
 
 namespace host {
 

@@ -135,7 +135,7 @@ TEST_F(ServiceManagerTest, AControlThatTheServiceDoesNotAcceptIsRefused) {
     services().requestStop();
   });
   dispatch();
-  EXPECT_EQ(answer, 1061U);
+  EXPECT_EQ(answer, 1052U);
   EXPECT_EQ(controls, (std::vector<DWORD>{4, 1}));
 }
 

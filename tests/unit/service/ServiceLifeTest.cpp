@@ -144,7 +144,7 @@ TEST_F(ServiceLifeTest, onlyStopIsAccepted) {
   host::machine().publishEvent(kTpmEvent);
   host::TestThread operatorThread([] {
     Sleep(20'000);
-    EXPECT_EQ(services().request(SERVICE_CONTROL_SHUTDOWN), 1061U);
+    EXPECT_EQ(services().request(SERVICE_CONTROL_SHUTDOWN), 1052U);
     EXPECT_EQ(services().requestStop(), 0U);
   });
   StartDispatcher(kProgram);
