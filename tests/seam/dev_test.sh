@@ -450,9 +450,12 @@ test_bench_runs_every_benchmark() {
     >"$place/checkout/build/release/CMakeCache.txt"
   printf '#!/bin/bash\necho measured\n' >"$place/checkout/build/release/bench/life_bench"
   chmod +x "$place/checkout/build/release/bench/life_bench"
+  mkdir -p "$place/checkout/bench/windows"
+  printf 'echo measured under Wine: "$@"\n' >"$place/checkout/bench/windows/start.sh"
   dev bench
   expect_status 0
-  expect_last_line measured
+  expect_in out measured
+  expect_last_line "measured under Wine: $place/checkout/build/windows"
 }
 
 test_bench_without_benchmarks_fails() {
