@@ -65,61 +65,62 @@ BOOLEAN WINAPI closeNamespace(HANDLE opened, ULONG) {
   return CloseHandle(opened) ? TRUE : FALSE;
 }
 
-struct Replacement {
-  const char* name;
-  ULONG_PTR standIn;
-};
-
 template <class Function>
 ULONG_PTR addressOf(Function* function) {
   return reinterpret_cast<ULONG_PTR>(function);
 }
 
-void replace(IMAGE_THUNK_DATA& entry, ULONG_PTR standIn) {
-  DWORD before = 0;
-  if (!VirtualProtect(&entry, sizeof(entry), PAGE_READWRITE, &before)) {
-    return;
+// The entries of one library's names in the program's import table.
+ULONG_PTR replaceIn(unsigned char* image, const IMAGE_IMPORT_DESCRIPTOR& library, const char* name,
+                    ULONG_PTR standIn) {
+  const auto* wanted =
+      reinterpret_cast<const IMAGE_THUNK_DATA*>(image + library.OriginalFirstThunk);
+  auto* entry = reinterpret_cast<IMAGE_THUNK_DATA*>(image + library.FirstThunk);
+  for (; wanted->u1.AddressOfData != 0; ++wanted, ++entry) {
+    if (IMAGE_SNAP_BY_ORDINAL(wanted->u1.Ordinal)) {
+      continue;
+    }
+    const auto* const imported =
+        reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(image + wanted->u1.AddressOfData);
+    DWORD before = 0;
+    if (std::strcmp(reinterpret_cast<const char*>(imported->Name), name) != 0 ||
+        !VirtualProtect(entry, sizeof(*entry), PAGE_READWRITE, &before)) {
+      continue;
+    }
+    const ULONG_PTR original = entry->u1.Function;
+    entry->u1.Function = standIn;
+    VirtualProtect(entry, sizeof(*entry), before, &before);
+    return original;
   }
-  entry.u1.Function = standIn;
-  VirtualProtect(&entry, sizeof(entry), before, &before);
+  return 0;
 }
 
 }  // namespace
 
-void replaceImports() {
-  const Replacement replacements[] = {
-      {"CreateBoundaryDescriptorW", addressOf(createBoundary)},
-      {"AddSIDToBoundaryDescriptor", addressOf(addSid)},
-      {"CreatePrivateNamespaceW", addressOf(createNamespace)},
-      {"ClosePrivateNamespace", addressOf(closeNamespace)},
-      {"LookupPrivilegeValueW", addressOf(lookUpPrivilege)},
-  };
+ULONG_PTR replaceImport(const char* name, ULONG_PTR standIn) {
   auto* const image = reinterpret_cast<unsigned char*>(GetModuleHandleW(nullptr));
   const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);
   const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(image + dos->e_lfanew);
   const DWORD imports =
       headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
   if (imports == 0) {
-    return;
+    return 0;
   }
   const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(image + imports);
   for (; library->Name != 0; ++library) {
-    const auto* name =
-        reinterpret_cast<const IMAGE_THUNK_DATA*>(image + library->OriginalFirstThunk);
-    auto* entry = reinterpret_cast<IMAGE_THUNK_DATA*>(image + library->FirstThunk);
-    for (; name->u1.AddressOfData != 0; ++name, ++entry) {
-      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
-        continue;
-      }
-      const auto* const imported =
-          reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(image + name->u1.AddressOfData);
-      for (const Replacement& replacement : replacements) {
-        if (std::strcmp(reinterpret_cast<const char*>(imported->Name), replacement.name) == 0) {
-          replace(*entry, replacement.standIn);
-        }
-      }
+    if (const ULONG_PTR original = replaceIn(image, *library, name, standIn)) {
+      return original;
     }
   }
+  return 0;
+}
+
+void replaceImports() {
+  replaceImport("CreateBoundaryDescriptorW", addressOf(createBoundary));
+  replaceImport("AddSIDToBoundaryDescriptor", addressOf(addSid));
+  replaceImport("CreatePrivateNamespaceW", addressOf(createNamespace));
+  replaceImport("ClosePrivateNamespace", addressOf(closeNamespace));
+  replaceImport("LookupPrivilegeValueW", addressOf(lookUpPrivilege));
 }
 
 }  // namespace wine

@@ -113,7 +113,7 @@ test_help_names_every_verb() {
   expect_status 0
   expect_empty err
   local verb
-  for verb in run test build sweep simulate proof bench lint format clean help; do
+  for verb in run test wine build sweep simulate proof bench lint format clean help; do
     expect_in out "  $verb "
   done
 }
@@ -436,6 +436,30 @@ test_continuous_integration_runs_the_same_tests() {
   expect_last_line '8 passed, 0 failed'
 }
 
+# --- wine ---------------------------------------------------------------------------------------
+
+test_wine_runs_the_long_runs_too() {
+  dev wine
+  expect_status 0
+  expect_last_line '2 passed, 0 failed'
+  expect_in calls "cmake --build $place/checkout/build/windows --parallel"
+  expect_in calls '--target TPMEnrollmentService standins/all tools/all'
+  grep -q '^ctest .*/build/windows -C long -L whole-run -j' "$place/calls" ||
+    give_up 'other tests were run than the whole runs'
+}
+
+test_wine_fails_with_a_run_that_differs() {
+  stub ctest <<'END'
+printf '1/2 Test #1: wine.one ..........***Failed    0.00 sec\nthe two logs differ\n'
+printf '\n50%% tests passed, 1 tests failed out of 2\n'
+exit 8
+END
+  dev wine
+  expect_status 1
+  expect_last_line '1 passed, 1 failed'
+  expect_in err 'the two logs differ'
+}
+
 # --- the other verbs ----------------------------------------------------------------------------
 
 test_bench_runs_every_benchmark() {
@@ -444,9 +468,12 @@ test_bench_runs_every_benchmark() {
     >"$place/checkout/build/release/CMakeCache.txt"
   printf '#!/bin/bash\necho measured\n' >"$place/checkout/build/release/bench/life_bench"
   chmod +x "$place/checkout/build/release/bench/life_bench"
+  mkdir -p "$place/checkout/bench/windows"
+  printf 'echo measured under Wine: "$@"\n' >"$place/checkout/bench/windows/start.sh"
   dev bench
   expect_status 0
-  expect_last_line measured
+  expect_in out measured
+  expect_last_line "measured under Wine: $place/checkout/build/windows"
 }
 
 test_bench_without_benchmarks_fails() {

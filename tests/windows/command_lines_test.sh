@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Starts the program from a console with command lines that ask for the usage text, rightly or
-# because nobody can make sense of them. PROGRAM_FOLDER is where the program is, SESSION the script
-# for prefixes, TEMPLATE the prefix to copy. Nothing is put around the program here: where there is
-# no client stack, a variable tells it the configuration's folder.
+# because nobody can make sense of them, and on a machine on which it cannot be told where its
+# configuration is, both ways. PROGRAM_FOLDER is where the program is, SESSION the script for
+# prefixes, TEMPLATE the prefix to copy. Nothing is put around the program here: where there is no
+# client stack, a variable tells it the configuration's folder.
 set -euo pipefail
 
 place=$(mktemp -d)
@@ -39,7 +40,16 @@ expect_usage() {
 }
 
 expect_usage -help
+expect_usage -HeLP
 expect_usage '-?'
+expect_usage '-?' -help
+expect_usage -help '-?'
+expect_usage '-?' '-?'
+expect_usage '-??'
+expect_usage '/?'
+expect_usage /help
+expect_usage -help -unknown
+expect_usage -unknown -help
 expect_usage -help -help
 expect_usage help
 expect_usage -unknown
@@ -61,6 +71,20 @@ status=0
 timeout 60 wine 'C:\S\TPMEnrollmentService.exe' -help >"$place/out" 2>&1 </dev/null || status=$?
 if [[ $status != 255 || -s $place/out ]]; then
   printf 'FAILED: without a folder for the configuration the exit status is %s\n' "$status"
+  failed=1
+fi
+# As a service it ends just so, ahead of the dispatcher: the start fails, and the manager has seen no
+# service. Which process it was, and with what it ended, Wine's manager does not tell.
+wine sc create TPMEnrollmentService 'binPath=' 'C:\S\TPMEnrollmentService.exe' 'start=' demand \
+  >/dev/null 2>&1 </dev/null
+if timeout 60 wine sc start TPMEnrollmentService >"$place/out" 2>&1 </dev/null; then
+  printf 'FAILED: the service was started without a folder for the configuration\n'
+  failed=1
+fi
+wine sc query TPMEnrollmentService 2>/dev/null </dev/null | tr -d '\r' >"$place/state"
+if ! grep -qE '^ +STATE +: 1 +STOPPED' "$place/state"; then
+  printf 'FAILED: after that start its state is\n'
+  cat -- "$place/state"
   failed=1
 fi
 exit "$failed"

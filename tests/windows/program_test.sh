@@ -149,13 +149,83 @@ test_is_the_same_bytes_when_made_elsewhere() {
     cmp -- "$BUILD_ROOT/$object" "$copy/made/$object" || give_up 'another object came of it'
   done
 
-  (cd -- "$BUILD_ROOT" && find CMakeFiles platform -name '*.obj' -o -name '*.res' |
-    xargs cp --parents -t "$copy/linked")
+  (cd -- "$BUILD_ROOT" && find CMakeFiles platform \( -name '*.obj' -o -name '*.res' \) -print0 |
+    xargs -0 cp --parents -t "$copy/linked")
   mkdir -- "$copy/linked/program"
   ninja -C "$BUILD_ROOT" -t commands program/TPMEnrollmentService.exe | tail -n 1 >"$place/link"
   (cd -- "$copy/linked" && bash "$place/link") || give_up 'it could not be linked a second time'
   cmp -- "$program" "$copy/linked/program/TPMEnrollmentService.exe" ||
     give_up 'it is not the same bytes'
+}
+
+# --- docs/attack-surface.md ----------------------------------------------------------------------
+
+# What stands in backticks on the page's lines of one kind, one a line.
+on_the_page() {
+  # shellcheck disable=SC2016  # the backticks are the page's own
+  sed -n "s/^- $1: //p" "$SOURCE_ROOT/docs/attack-surface.md" | grep -o '`[^`]*`' | tr -d '`' | sort
+}
+
+# Gives up if two sorted lists are not the same, or are suspiciously short.
+expect_same() {
+  (($(wc -l <"$place/has") >= $1)) || give_up 'hardly anything was found in the program'
+  [[ -z $(uniq -d "$place/page") ]] || give_up "twice on the page: $(uniq -d "$place/page")"
+  diff -- "$place/has" "$place/page" ||
+    give_up 'what the program has (<) is not what docs/attack-surface.md knows (>)'
+}
+
+test_imports_what_the_page_of_doors_knows() {
+  headers | sed -nE 's/^\t[0-9a-f]+\t? +[0-9]+ +([A-Za-z_]\w*)$/\1/p' | sort -u >"$place/has"
+  on_the_page Calls >"$place/page"
+  expect_same 150
+}
+
+# Every text in the program that looks like the name of a privilege, a variable, an account, a file,
+# an object, a provider, or an entry of the client library, must be on the page. Names on the page
+# that look otherwise must be in the program all the same.
+test_has_the_names_that_the_page_of_doors_knows() {
+  { strings -n 4 -- "$program"; strings -n 4 -e l -- "$program"; } >"$place/texts"
+  local looks=(
+    'Se[A-Z][A-Za-z]+Privilege'
+    'TALS_[A-Z0-9_]+'
+    '\{[0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}\}'
+    'S-1-[0-9-]+'
+    '\\?[A-Za-z0-9_-]*\.(exe|dll|sys|conf|cfg|ini|log|bak|new|xml|txt)\b'
+    '[A-Za-z]{3,}\\[A-Za-z_]{3,}( [A-Za-z]+)*'
+    '(\\\\|//)[A-Za-z0-9_.?-]{3,}'
+    'HKEY_[A-Z_]+'
+    'Microsoft-Windows-[A-Za-z-]+'
+    'SystemFunction[0-9]+'
+    'tals[A-Z][A-Za-z0-9_]*'
+  )
+  local look
+  for look in "${looks[@]}"; do grep -oE -- "$look" "$place/texts" || true; done | sort -u >"$place/found"
+  # Parts of the system's own sources and classes, which exceptions show, and of a line of the log.
+  printf '%s\n' 'VUSL\Support' 'VUSL\SupportCore' talsClientCaller talsStatus talsUtils \
+    OrvixVTMEKRecertification.exe | sort >"$place/no-names"
+  comm -23 -- "$place/found" "$place/no-names" >"$place/names"
+  on_the_page Names >"$place/page"
+  # What the page knows besides counts as found if it stands in the program.
+  local name
+  while IFS= read -r name; do
+    if grep -qF -- "$name" "$place/texts"; then printf '%s\n' "$name"; fi
+  done < <(comm -13 -- "$place/names" "$place/page") | sort -u - "$place/names" >"$place/has"
+  expect_same 80
+}
+
+# The bytes of an id of 128 bits, in hexadecimal: the first three numbers stand backwards.
+id_bytes() {
+  local id=${1//[\{\}-]/}
+  printf '%s' "${id:6:2}${id:4:2}${id:2:2}${id:0:2}${id:10:2}${id:8:2}${id:14:2}${id:12:2}${id:16}"
+}
+
+test_has_the_ids_that_the_page_of_doors_knows() {
+  on_the_page Ids >"$place/page"
+  [[ -s $place/page ]] || give_up 'the page knows no ids'
+  local id
+  while IFS= read -r id; do
+    has_bytes "$program" "$(id_bytes "$id")" || give_up "not in the program: $id"
+  done <"$place/page"
 }
 
 for name in "$@"; do "test_$name"; done

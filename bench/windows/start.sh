@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# Measures the program that is shipped, under Wine: start.sh BUILD-FOLDER [ROUNDS]. How long its
+# start takes, beside programs that do nothing, and what processor time it uses while it waits.
+set -euo pipefail
+
+root=$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/../..
+readonly build=$1 rounds=${2:-25} idle_seconds=10
+readonly session=$root/platform/wine/session.sh template=$root/build/wine/template
+place=$(mktemp -d)
+export WINEPREFIX=$place/prefix WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+unset DISPLAY
+trap 'bash "$session" end "$WINEPREFIX" && rm -rf -- "$place"' EXIT
+
+# What runs under Wine may keep what this script writes to, and a reader would wait for it.
+quietly() { "$@" >/dev/null 2>&1 </dev/null; }
+registry() { quietly wine reg add "$1" /v "$2" /d "$3" /f; }
+
+# A machine with the client stack.
+make_machine() {
+  local class='{5c4c3332-344d-483c-8739-259e934c9cc8}' stack='C:\Orvix\tALS Client'
+  local key="System\\CurrentControlSet\\Control\\Class\\$class\\0000"
+  local device='HKLM\Software\Wine\TPMEnrollmentService\Devices\0'
+  bash "$session" template "$template"
+  bash "$session" clone "$template" "$WINEPREFIX"
+  quietly wineserver -p
+  mkdir -p -- "$WINEPREFIX/drive_c/S" "$WINEPREFIX/drive_c/Orvix/tALS Client" \
+    "$WINEPREFIX/drive_c/Orvix/conf"
+  cp -- "$build"/program/* "$build"/bench/*.exe "$WINEPREFIX/drive_c/S/"
+  cp -- "$build/standins/talsClient.dll" "$build/standins/talsProxy.dll" \
+    "$build/standins/OrvixVTMEkRecertification.exe" "$WINEPREFIX/drive_c/Orvix/tALS Client/"
+  printf 'LogLevel = "INFO"\n' >"$WINEPREFIX/drive_c/Orvix/conf/TPMEnrollmentService.conf"
+  registry "$device" Id 'SWC\PROVIDER_ORVIX_COMPONENT_TALSCLIENT\7&1A2B3C4D&0&0'
+  registry "$device" Class "$class"
+  registry "$device" HardwareId0 'SWC\PROVIDER_ORVIX_COMPONENT_TALSCLIENT'
+  registry "$device" SoftwareKey "$key"
+  registry "$device" Present yes
+  registry "HKLM\\$key\\tALS Client" InstallDir64 "$stack"
+  registry 'HKCU\Software\Wine\AppDefaults\TPMEnrollmentService.exe\DllOverrides' cfgmgr32 native
+}
+
+measure_start() {
+  cp -- "$build/bench/cfgmgr32.dll" "$WINEPREFIX/drive_c/S/"
+  wine 'C:\S\start_bench.exe' "$rounds" 'C:\S\TPMEnrollmentService.exe' 'C:\S\empty_program.exe' \
+    'C:\S\empty_service.exe' </dev/null | tr -d '\r'
+}
+
+# The process of the program in this prefix.
+program_process() {
+  local folder
+  for folder in /proc/[0-9]*; do
+    if grep -qzF 'TPMEnrollmentService.exe' "$folder/cmdline" 2>/dev/null &&
+      grep -qzxF "WINEPREFIX=$WINEPREFIX" "$folder/environ" 2>/dev/null; then
+      printf '%s\n' "${folder#/proc/}"
+      return 0
+    fi
+  done
+  return 1
+}
+
+# Nanoseconds that all threads of a process have had of a processor.
+processor_time() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { print sum }'; }
+
+# With the TPM event published the service waits for it as soon as it has started. Nothing is to be
+# done then, and nobody asks for anything.
+measure_idle() {
+  local process before after
+  cp -- "$build/wine/cfgmgr32.dll" "$WINEPREFIX/drive_c/S/"
+  quietly wine 'C:\S\start_bench.exe' --publish 'Global\TpmEnrollmentEvent' &
+  quietly wine sc create TPMEnrollmentService 'binPath=' 'C:\S\TPMEnrollmentService.exe' 'start=' demand
+  quietly wine sc start TPMEnrollmentService
+  sleep 3
+  process=$(program_process) || { printf 'start.sh: the service does not run\n' >&2; exit 1; }
+  before=$(processor_time "$process")
+  sleep "$idle_seconds"
+  after=$(processor_time "$process")
+  printf 'processor time of the waiting service in %s s: %s ns (%s ns up to then)\n' \
+    "$idle_seconds" $((after - before)) "$before"
+}
+
+make_machine
+measure_start
+measure_idle
