@@ -1,0 +1,16 @@
+# Tests of the package. Each function test_<name> of the script is a test of its own; the first makes
+# the package out of this build, for all the others.
+set(package_settings
+  SOURCE_ROOT=${CMAKE_SOURCE_DIR} BUILD_ROOT=${CMAKE_BINARY_DIR} PROGRAM_FOLDER=${PROGRAM_FOLDER}
+  PACKAGE_FOLDER=${CMAKE_BINARY_DIR}/package CMAKE=${CMAKE_COMMAND})
+file(STRINGS package_test.sh package_test_lines REGEX "^test_[a-z_0-9]+\\(\\)")
+foreach(line IN LISTS package_test_lines)
+  string(REGEX REPLACE "^test_([a-z_0-9]+).*" "\\1" name "${line}")
+  add_test(NAME package.${name}
+    COMMAND ${CMAKE_COMMAND} -E env ${package_settings}
+            bash ${CMAKE_CURRENT_SOURCE_DIR}/package_test.sh ${name})
+  set_tests_properties(package.${name} PROPERTIES TIMEOUT 240 FIXTURES_REQUIRED package)
+endforeach()
+set_tests_properties(package.can_be_made PROPERTIES
+  FIXTURES_REQUIRED "" FIXTURES_SETUP package)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS package_test.sh)
