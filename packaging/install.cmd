@@ -13,7 +13,8 @@ rem copied; 3 installed, and the service did not start; 4 the service is there a
 rem by this script; 5 an administrator's rights are missing; 6 the service did not stop in time;
 rem 7 the service manager refused.
 rem
-rem Paths are expanded outside of parentheses alone, because they may hold some themselves.
+rem Paths are expanded outside of parentheses alone, because they may hold some themselves; and a
+rem redirection stands ahead of a text, which may end in a digit.
 setlocal EnableExtensions DisableDelayedExpansion
 
 set "NAME=TPMEnrollmentService"
@@ -25,6 +26,7 @@ if defined ProgramW6432 set "PROGRAMS=%ProgramW6432%"
 rem By their whole paths: what lies in the current folder under these names is not meant.
 set "SC=%SYSTEM%\sc.exe"
 set "REG=%SYSTEM%\reg.exe"
+set "KEY=HKLM\SYSTEM\CurrentControlSet\Services\%NAME%"
 set "SOURCE=%~dp0files"
 set "RECORD=%NAME%-files.txt"
 set "TARGET="
@@ -34,7 +36,7 @@ set "START=yes"
 if "%~1"=="" goto arguments_read
 if /i "%~1"=="/nostart" goto argument_nostart
 if /i "%~1"=="/dir" goto argument_dir
-echo install.cmd: not understood: %1>&2
+>&2 echo install.cmd: not understood: %1
 goto usage
 :argument_nostart
 set "START="
@@ -47,7 +49,7 @@ shift
 shift
 goto next_argument
 :usage
-echo usage: install.cmd [/dir FOLDER] [/nostart]>&2
+>&2 echo usage: install.cmd [/dir FOLDER] [/nostart]
 exit /b 1
 
 :arguments_read
@@ -57,10 +59,10 @@ if defined MISSING goto incomplete
 
 rem What is registered says where an older version is.
 set "OLD="
-"%SC%" query %NAME% >nul 2>&1
+"%REG%" query %KEY% >nul 2>&1
 if errorlevel 1 goto old_known
 set "IMAGE="
-for /f "tokens=2*" %%a in ('%REG% query HKLM\SYSTEM\CurrentControlSet\Services\%NAME% /v ImagePath') do set "IMAGE=%%b"
+for /f "tokens=2*" %%a in ('%REG% query %KEY% /v ImagePath') do set "IMAGE=%%b"
 if not defined IMAGE goto foreign
 set "IMAGE=%IMAGE:"=%"
 call :folder_of "%IMAGE%"
@@ -69,15 +71,15 @@ if not exist "%OLD%\%RECORD%" goto foreign
 
 if not defined TARGET set "TARGET=%OLD%"
 if not defined TARGET set "TARGET=%PROGRAMS%\Orvix\%NAME%"
-if "%TARGET:~-1%"=="\" set "TARGET=%TARGET:~0,-1%"
+if not "%TARGET:~-1%"=="\" goto target_trimmed
+set "TARGET=%TARGET:~0,-1%"
+:target_trimmed
 if not "%TARGET:~1,2%"==":\" goto bad_folder
 if not "%TARGET:&=%"=="%TARGET%" goto bad_folder
 if not "%TARGET:^=%"=="%TARGET%" goto bad_folder
-rem The scheduled task takes no longer path to a program beside the service's.
-if not "%TARGET:~228%"=="" goto bad_folder
 
-rem The service manager is asked first: it is the one that refuses when rights are missing, and
-rem until then nothing has been changed.
+rem The service manager is asked first, if need be for what is so already: it is the one that refuses
+rem when rights are missing, and until then nothing has been changed.
 if defined OLD goto bring_up
 echo Installing %NAME% into "%TARGET%"
 call :create
@@ -86,8 +88,10 @@ goto copy_files
 
 :bring_up
 echo Bringing %NAME% up to this version in "%TARGET%"
+"%SC%" config %NAME% type= own error= normal >nul
+set "CODE=%errorlevel%"
+if not "%CODE%"=="0" goto refused
 call :stop
-if "%CODE%"=="5" goto no_rights
 if not "%CODE%"=="0" goto not_stopped
 call :remove_files "%OLD%"
 if exist "%OLD%\%NAME%.exe" goto in_use
@@ -98,10 +102,10 @@ if not exist "%TARGET%\" mkdir "%TARGET%" 2>nul
 if errorlevel 1 goto not_copied
 if not exist "%TARGET%\%NAME%.exe" goto not_copied
 
-if not defined OLD goto configured
+if not defined OLD goto described
 call :configure
 if not "%CODE%"=="0" goto refused
-:configured
+:described
 "%SC%" description %NAME% "Sees the firmware TPM of this platform through its enrollment, and ends by itself when that is done." >nul
 if errorlevel 1 echo note: the description could not be set
 rem After a failure again, in a minute, in five and then each hour; a day without one starts anew.
@@ -118,46 +122,46 @@ set "CODE=%errorlevel%"
 if "%CODE%"=="0" goto done
 rem 1056: it runs already.
 if "%CODE%"=="1056" goto done
-echo install.cmd: installed, but the service did not start: error %CODE%>&2
-echo See "When it does not start" in "%TARGET%\TPMEnrollmentService-docs\install.md".>&2
+>&2 echo install.cmd: installed, but the service did not start: error %CODE%
+>&2 echo See "When it does not start" in "%TARGET%\TPMEnrollmentService-docs\install.md".
 exit /b 3
 :done
 echo Done.
 exit /b 0
 
 :incomplete
-echo install.cmd: the package is not complete: "%SOURCE%\%MISSING%" is missing>&2
+>&2 echo install.cmd: the package is not complete: "%SOURCE%\%MISSING%" is missing
 exit /b 2
 :bad_folder
-echo install.cmd: not a folder for the program: "%TARGET%">&2
-echo It takes a whole path of at most 228 characters, with a drive, without the characters ^& and ^^.>&2
+>&2 echo install.cmd: not a folder for the program: "%TARGET%"
+>&2 echo It takes a whole path, with a drive, without the characters ^& and ^^.
 exit /b 1
 :foreign
-echo install.cmd: the service %NAME% is there, and this script did not install it.>&2
-echo Remove it in the way in which it was installed, then try again. Nothing was changed.>&2
+>&2 echo install.cmd: the service %NAME% is there, and this script did not install it.
+>&2 echo Remove it in the way in which it was installed, then try again. Nothing was changed.
 exit /b 4
 :no_rights
-echo install.cmd: access is denied. This takes a command prompt of an administrator. Nothing was changed.>&2
+>&2 echo install.cmd: access is denied. This takes a command prompt of an administrator. Nothing was changed.
 exit /b 5
 :not_stopped
-echo install.cmd: the service did not stop: error %CODE%. Nothing was changed.>&2
+>&2 echo install.cmd: the service did not stop: error %CODE%. Nothing was changed.
 exit /b 6
 :in_use
-echo install.cmd: "%OLD%\%NAME%.exe" is in use and could not be replaced.>&2
-echo The service is stopped; run this script again.>&2
+>&2 echo install.cmd: "%OLD%\%NAME%.exe" is in use and could not be replaced.
+>&2 echo The service is stopped; run this script again.
 exit /b 6
 :not_copied
-echo install.cmd: the files could not be copied to "%TARGET%".>&2
-if defined OLD echo The service is registered and stopped; run this script again.>&2
+>&2 echo install.cmd: the files could not be copied to "%TARGET%".
+if defined OLD >&2 echo The service is registered and stopped; run this script again.
 if defined OLD exit /b 2
 call :remove_files "%TARGET%"
 "%SC%" delete %NAME% >nul
-echo What had been done was undone.>&2
+>&2 echo What had been done was undone.
 exit /b 2
 :refused
 if "%CODE%"=="5" goto no_rights
-echo install.cmd: the service manager refused: error %CODE%>&2
-if "%CODE%"=="1072" echo The service waits for its deletion: close what shows services, or start Windows anew.>&2
+>&2 echo install.cmd: the service manager refused: error %CODE%
+if "%CODE%"=="1072" >&2 echo The service waits for its deletion: close what shows services, or start Windows anew.
 exit /b 7
 
 rem Task Scheduler must run before the service looks for its task.
@@ -166,8 +170,9 @@ rem Task Scheduler must run before the service looks for its task.
 set "CODE=%errorlevel%"
 exit /b
 
+rem Whether Windows starts the service by itself is left as somebody may have set it.
 :configure
-"%SC%" config %NAME% binPath= "\"%TARGET%\%NAME%.exe\"" type= own start= auto error= normal obj= LocalSystem depend= Schedule DisplayName= "Orvix TPM Enrollment Service" >nul
+"%SC%" config %NAME% binPath= "\"%TARGET%\%NAME%.exe\"" type= own error= normal obj= LocalSystem depend= Schedule DisplayName= "Orvix TPM Enrollment Service" >nul
 set "CODE=%errorlevel%"
 exit /b
 
@@ -178,7 +183,10 @@ exit /b
 
 rem A minute: a stop waits for the client library to finish what it does.
 :stop
+set "CODE=0"
 set "TRIES=60"
+"%SC%" query %NAME% | "%SYSTEM%\find.exe" "STOPPED" >nul
+if not errorlevel 1 exit /b
 :stop_ask
 "%SC%" stop %NAME% >nul
 set "CODE=%errorlevel%"
@@ -222,4 +230,5 @@ for /f "usebackq delims=" %%f in ("%~1\%RECORD%") do if exist "%~1\%%f" del /f /
 if exist "%~1\%RECORD%" del /f /q "%~1\%RECORD%"
 rd "%~1\%NAME%-docs\licences" "%~1\%NAME%-docs" >nul 2>&1
 rd "%~1" >nul 2>&1
+if /i "%~1"=="%PROGRAMS%\Orvix\%NAME%" rd "%PROGRAMS%\Orvix" >nul 2>&1
 exit /b

@@ -7,7 +7,8 @@ rem Exit status: 0 done, or nothing was there; 1 wrong arguments; 2 something co
 rem 4 the service was not installed by the script; 5 an administrator's rights are missing; 6 the
 rem service did not stop in time; 7 the service manager refused.
 rem
-rem Paths are expanded outside of parentheses alone, because they may hold some themselves.
+rem Paths are expanded outside of parentheses alone, because they may hold some themselves; and a
+rem redirection stands ahead of a text, which may end in a digit.
 setlocal EnableExtensions DisableDelayedExpansion
 
 set "NAME=TPMEnrollmentService"
@@ -18,6 +19,7 @@ if defined PROCESSOR_ARCHITEW6432 set "SYSTEM=%SystemRoot%\Sysnative"
 rem By their whole paths: what lies in the current folder under these names is not meant.
 set "SC=%SYSTEM%\sc.exe"
 set "REG=%SYSTEM%\reg.exe"
+set "KEY=HKLM\SYSTEM\CurrentControlSet\Services\%NAME%"
 set "RECORD=%NAME%-files.txt"
 set "SELF=%NAME%-uninstall.cmd"
 set "LEFT="
@@ -26,24 +28,27 @@ if not "%~1"=="" goto usage
 rem The service is where it is registered. If it is registered no more, a removal has broken off,
 rem and the files are beside this script.
 set "PLACE="
-"%SC%" query %NAME% >nul 2>&1
+"%REG%" query %KEY% >nul 2>&1
 if errorlevel 1 goto not_registered
 set "IMAGE="
-for /f "tokens=2*" %%a in ('%REG% query HKLM\SYSTEM\CurrentControlSet\Services\%NAME% /v ImagePath') do set "IMAGE=%%b"
+for /f "tokens=2*" %%a in ('%REG% query %KEY% /v ImagePath') do set "IMAGE=%%b"
 if not defined IMAGE goto foreign
 set "IMAGE=%IMAGE:"=%"
 call :folder_of "%IMAGE%"
 if not exist "%PLACE%\%RECORD%" goto foreign
 
 echo Removing %NAME% from "%PLACE%"
+rem The service manager is asked for what is so already: it is the one that refuses when rights are
+rem missing, and until then nothing has been changed.
+"%SC%" config %NAME% type= own error= normal >nul
+set "CODE=%errorlevel%"
+rem 1072: it waits for its deletion already.
+if "%CODE%"=="1072" goto unregistered
+if not "%CODE%"=="0" goto refused
 call :stop
-if "%CODE%"=="5" goto no_rights
 if not "%CODE%"=="0" goto not_stopped
 "%SC%" delete %NAME% >nul
 set "CODE=%errorlevel%"
-rem 1072: it is waiting for its deletion already.
-if "%CODE%"=="1072" set "CODE=0"
-if "%CODE%"=="5" goto no_rights
 if not "%CODE%"=="0" goto refused
 goto unregistered
 
@@ -92,26 +97,29 @@ exit /b 0
 rem The empty goto ends the script, of which nothing more is read; the rest of the line is still done.
 :remove_self
 (goto) 2>nul & del /f /q "%PLACE%\%SELF%" & rd "%PLACE%" 2>nul & rd "%PARENT%" 2>nul & cmd /c exit 0
+rem For a command interpreter that goes on after an empty goto.
+exit /b 0
 
 :usage
-echo usage: uninstall.cmd>&2
+>&2 echo usage: uninstall.cmd
 exit /b 1
 :foreign
-echo uninstall.cmd: the service %NAME% is there, and install.cmd did not install it.>&2
-echo Remove it in the way in which it was installed. Nothing was changed.>&2
+>&2 echo uninstall.cmd: the service %NAME% is there, and install.cmd did not install it.
+>&2 echo Remove it in the way in which it was installed. Nothing was changed.
 exit /b 4
 :no_rights
-echo uninstall.cmd: access is denied. This takes a command prompt of an administrator. Nothing was changed.>&2
+>&2 echo uninstall.cmd: access is denied. This takes a command prompt of an administrator. Nothing was changed.
 exit /b 5
 :not_stopped
-echo uninstall.cmd: the service did not stop: error %CODE%. Nothing was changed; try again.>&2
+>&2 echo uninstall.cmd: the service did not stop: error %CODE%. Nothing was changed; try again.
 exit /b 6
 :refused
-echo uninstall.cmd: the service manager refused: error %CODE%>&2
+if "%CODE%"=="5" goto no_rights
+>&2 echo uninstall.cmd: the service manager refused: error %CODE%
 exit /b 7
 :leftovers
-echo uninstall.cmd: could not be removed: "%LEFT%">&2
-echo The service is removed; run "%PLACE%\%SELF%" again.>&2
+>&2 echo uninstall.cmd: could not be removed: "%LEFT%"
+>&2 echo The service is removed; run "%PLACE%\%SELF%" again.
 exit /b 2
 
 :folder_of
@@ -121,7 +129,10 @@ exit /b
 
 rem A minute: a stop waits for the client library to finish what it does.
 :stop
+set "CODE=0"
 set "TRIES=60"
+"%SC%" query %NAME% | "%SYSTEM%\find.exe" "STOPPED" >nul
+if not errorlevel 1 exit /b
 :stop_ask
 "%SC%" stop %NAME% >nul
 set "CODE=%errorlevel%"
