@@ -113,7 +113,7 @@ test_help_names_every_verb() {
   expect_status 0
   expect_empty err
   local verb
-  for verb in run test wine build sweep simulate proof bench lint format clean help; do
+  for verb in run test wine build sweep simulate proof bench package lint format clean help; do
     expect_in out "  $verb "
   done
 }
@@ -135,7 +135,7 @@ test_unknown_verb_is_misuse() {
 
 test_unknown_arguments_are_misuse() {
   local verb
-  for verb in test bench lint format clean help; do
+  for verb in test bench package lint format clean help; do
     dev "$verb" --fast
     expect_status 2
     expect_empty out
@@ -480,6 +480,28 @@ test_bench_without_benchmarks_fails() {
   dev bench
   expect_status 1
   expect_in err 'there is no benchmark to run'
+}
+
+test_package_is_made_of_what_is_shipped_alone() {
+  mkdir "$place/checkout/packaging"
+  # shellcheck disable=SC2016  # for the script to expand
+  printf '#!/bin/bash\nprintf "made of %%s in %%s\\n" "$1" "$2"\n' >"$place/checkout/packaging/make.sh"
+  chmod +x "$place/checkout/packaging/make.sh"
+  dev package
+  expect_status 0
+  expect_in calls "cmake --build $place/checkout/build/windows"
+  expect_in calls '--target TPMEnrollmentService language_libraries config-check'
+  expect_last_line "made of $place/checkout/build/windows in $place/checkout/build/package"
+}
+
+test_package_is_not_made_of_a_broken_build() {
+  printf '%s\n' "$place/checkout/build/windows" >"$place/broken"
+  mkdir "$place/checkout/packaging"
+  printf '#!/bin/bash\necho made\n' >"$place/checkout/packaging/make.sh"
+  chmod +x "$place/checkout/packaging/make.sh"
+  dev package
+  expect_status 1
+  expect_empty out
 }
 
 # The compilers for Windows, the second of which exits with the given status.

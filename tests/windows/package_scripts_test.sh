@@ -1,0 +1,116 @@
+#!/usr/bin/env bash
+# Lets the scripts of the package install, upgrade and remove under Wine: what was there before must be
+# there after. See package_machine.sh for what is to be set.
+set -euo pipefail
+
+# shellcheck source=tests/windows/package_machine.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/package_machine.sh"
+
+readonly version=1.79.13.0
+readonly install='C:\package\install.cmd' uninstall='C:\package\uninstall.cmd'
+
+# The package, and an older one: another program, and a file that the new one has no longer.
+unpack() {
+  unzip -q "$PACKAGE_FOLDER/$name-$version-x64.zip" -d "$drive"
+  mv -- "$drive/$name-$version-x64" "$drive/package"
+  cp -r -- "$drive/package" "$drive/older"
+  printf 'older' >>"$drive/older/files/$name.exe"
+  printf 'gone since\n' >"$drive/older/files/gone-since.txt"
+  printf 'gone-since.txt\r\n' >>"$drive/older/files/$name-files.txt"
+}
+
+make_machine
+unpack
+look "$place/before"
+
+begin_session
+
+# --- whoever has not the rights is told, and nothing happens ------------------------------------
+
+touch "$drive/sc-refuses.txt"
+on 5 cmd /c "$install"
+expect_line 'install.cmd: access is denied. This takes a command prompt of an administrator. Nothing was changed.'
+[[ ! -e "$drive/Program Files/Orvix/$name" ]] || give_up 'files were copied without rights'
+rm -- "$drive/sc-refuses.txt"
+
+on 1 cmd /c "$install" /elsewhere
+expect_line 'usage: install.cmd [/dir FOLDER] [/nostart]'
+on 1 cmd /c "$install" /dir 'relative\folder'
+on 0 cmd /c "$uninstall"
+expect_line "$name is not installed."
+
+# --- an older version, in the usual folder, without a start -------------------------------------
+
+on 0 cmd /c 'C:\older\install.cmd' /nostart
+expect_line 'Installing TPMEnrollmentService into "C:\Program Files\Orvix\TPMEnrollmentService"'
+grep -qF 'note: OrvixVTMEkRecertification.exe is not in this folder' "$place/out" ||
+  give_up 'nobody tells where the recertification program is missing'
+[[ -f "$drive/Program Files/Orvix/$name/gone-since.txt" ]] || give_up 'a file was not copied'
+expect_state STOPPED
+on 0 reg query "HKLM\\SYSTEM\\CurrentControlSet\\Services\\$name"
+expect_line '    ImagePath    REG_SZ    "C:\Program Files\Orvix\TPMEnrollmentService\TPMEnrollmentService.exe"'
+expect_line '    DisplayName    REG_SZ    Orvix TPM Enrollment Service'
+expect_line '    Description    REG_SZ    Sees the firmware TPM of this platform through its enrollment, and ends by itself when that is done.'
+expect_line '    ObjectName    REG_SZ    LocalSystem'
+expect_line '    DependOnService    REG_MULTI_SZ    Schedule'
+expect_line '    Start    REG_DWORD    0x2'
+expect_line '    Type    REG_DWORD    0x10'
+# What Wine does not keep, as it was asked for.
+sed 's/\r//' "$drive/sc-calls.txt" >"$place/out"
+expect_line "failure|$name|reset=|86400|actions=|restart/60000/restart/300000/restart/3600000"
+expect_line "failureflag|$name|1"
+
+touch "$drive/sc-refuses.txt"
+on 5 cmd /c "$install" /nostart
+on 5 cmd /c "$uninstall"
+expect_line 'uninstall.cmd: access is denied. This takes a command prompt of an administrator. Nothing was changed.'
+[[ -f "$drive/Program Files/Orvix/$name/gone-since.txt" ]] || give_up 'files went without rights'
+rm -- "$drive/sc-refuses.txt"
+
+# --- upgraded, and moved into the stack's folder, where it can run ------------------------------
+
+on 0 cmd /c "$install" /dir 'C:\Program Files\Orvix\tALS Client'
+if grep -F note: "$place/out"; then give_up 'there is a note about nothing'; fi
+[[ ! -e "$drive/Program Files/Orvix/$name" ]] || give_up 'the old folder was left'
+cmp -- "$stack/$name.exe" "$BUILD_ROOT/program/$name.exe" || give_up 'another program was installed'
+[[ ! -e $stack/gone-since.txt ]] || give_up 'a file of the older version was taken along'
+await_state RUNNING
+
+# Once more, in its place, with the service at work.
+on 0 cmd /c "$install"
+expect_line 'Bringing TPMEnrollmentService up to this version in "C:\Program Files\Orvix\tALS Client"'
+await_state RUNNING
+
+on 0 sc stop "$name"
+await_state STOPPED
+
+# The sample has nothing that the checker complains about, and changes nothing.
+on 0 'C:\Program Files\Orvix\tALS Client\config-check.exe' \
+  'C:\Program Files\Orvix\tALS Client\TPMEnrollmentService.conf.sample'
+expect_line 'No warnings.'
+expect_line '  TCBRepeaterTime   3600 s      line 12'
+expect_line '  LogLevel          INFO        line 15'
+
+# --- removed, by the script that was installed --------------------------------------------------
+
+arrange_task
+await_end_of_program
+on 0 sc start "$name"
+await_state RUNNING
+on 0 cmd /c 'C:\Program Files\Orvix\tALS Client\TPMEnrollmentService-uninstall.cmd'
+expect_line 'Removing TPMEnrollmentService from "C:\Program Files\Orvix\tALS Client"'
+# Wine's command interpreter keeps the script open that it reads, so this one could not go.
+rm -- "$stack/$name-uninstall.cmd"
+
+# --- and from a folder of its own by that of the package, which leaves no folder ----------------
+
+on 0 cmd /c "$install" /nostart
+on 0 cmd /c "$uninstall"
+expect_line 'Removing TPMEnrollmentService from "C:\Program Files\Orvix\TPMEnrollmentService"'
+on 0 cmd /c "$uninstall"
+expect_line "$name is not installed."
+
+end_session
+rm -- "$drive/sc-calls.txt"
+look "$place/after"
+expect_same_look before after

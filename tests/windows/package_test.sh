@@ -1,0 +1,213 @@
+#!/usr/bin/env bash
+# Tests of the package as a file: package_test.sh NAME... runs the named tests. SOURCE_ROOT and
+# BUILD_ROOT say where the sources and the build are, PROGRAM_FOLDER where the program is that the
+# other tests run, PACKAGE_FOLDER where the package was made for them, CMAKE the program of this name.
+set -euo pipefail
+
+readonly name=TPMEnrollmentService
+readonly version=1.79.13.0
+readonly archive=$PACKAGE_FOLDER/$name-$version-x64.zip
+place=$(mktemp -d)
+trap 'rm -rf -- "$place"' EXIT
+
+give_up() {
+  printf 'FAILED: %s\n' "$1"
+  exit 1
+}
+
+# Takes the package apart; what it holds is then in $inside.
+readonly inside=$place/$name-$version-x64
+unpack() { [[ -d $inside ]] || unzip -q "$archive" -d "$place"; }
+
+# What is made for the tests that follow.
+test_can_be_made() {
+  rm -rf -- "$PACKAGE_FOLDER"
+  "$SOURCE_ROOT/packaging/make.sh" "$BUILD_ROOT" "$PACKAGE_FOLDER" >"$place/out"
+  [[ $(cat "$place/out") == "$archive" ]] || give_up "it is called $(cat "$place/out")"
+}
+
+test_holds_what_it_should() {
+  unpack
+  (cd -- "$inside" && find . -type f -printf '%P\n' | LC_ALL=C sort) >"$place/found"
+  cat >"$place/expected" <<'END_OF_LIST'
+README.txt
+SHA256SUMS
+bill-of-materials.cdx.json
+files/TPMEnrollmentService-docs/configuration.md
+files/TPMEnrollmentService-docs/install.md
+files/TPMEnrollmentService-docs/licences/gcc-runtime.txt
+files/TPMEnrollmentService-docs/licences/licences.txt
+files/TPMEnrollmentService-docs/licences/mingw-w64.txt
+files/TPMEnrollmentService-docs/log.md
+files/TPMEnrollmentService-docs/oddities.md
+files/TPMEnrollmentService-docs/task.md
+files/TPMEnrollmentService-files.txt
+files/TPMEnrollmentService-uninstall.cmd
+files/TPMEnrollmentService.conf.sample
+files/TPMEnrollmentService.exe
+files/TPMEnrollmentService.wprp
+files/VUSL_de-DE.dll
+files/VUSL_en-US.dll
+files/VUSL_es-ES.dll
+files/VUSL_es-MX.dll
+files/VUSL_pl-PL.dll
+files/VUSL_pt-BR.dll
+files/config-check.exe
+files/de-DE.dll
+files/en-US.dll
+files/es-ES.dll
+files/es-MX.dll
+files/pl-PL.dll
+files/pt-BR.dll
+install.cmd
+uninstall.cmd
+END_OF_LIST
+  diff -u -- "$place/expected" "$place/found" || give_up 'it holds something else'
+}
+
+# Whoever makes it, where and when: with other rights for new files, in another zone and language,
+# in a folder of another length.
+test_is_the_same_bytes_when_made_again() {
+  (umask 077 && TZ=Asia/Tokyo LANG=de_DE.UTF-8 "$SOURCE_ROOT/packaging/make.sh" "$BUILD_ROOT" \
+    "$place/another/folder/altogether") >/dev/null
+  cmp -- "$archive" "$place/another/folder/altogether/$name-$version-x64.zip" ||
+    give_up 'it is not the same bytes'
+}
+
+# Every entry: of the stamp that the format begins with, in order, with nothing of who made it.
+test_tells_nothing_of_who_made_it_and_when() {
+  unzip -Z1 "$archive" >"$place/names"
+  LC_ALL=C sort -c "$place/names" || give_up 'the entries are in no order'
+  unzip -ZT "$archive" | sed -n 's/.* \([0-9]\{8\}\.[0-9]\{6\}\) .*/\1/p' | sort -u >"$place/stamps"
+  [[ $(cat "$place/stamps") == 19800101.000000 ]] || give_up 'there are other stamps'
+  unzip -Zv "$archive" >"$place/details"
+  if grep -F 'extra field' "$place/details" | grep -vE ':? +0 (bytes|characters)' | grep -q bytes; then
+    give_up 'there are fields of the system that made it'
+  fi
+  if grep -aF -e "$SOURCE_ROOT" -e "$BUILD_ROOT" "$archive"; then give_up 'it names a folder'; fi
+}
+
+test_has_the_program_that_the_tests_ran() {
+  unpack
+  [[ $(sha256sum <"$inside/files/$name.exe") == $(sha256sum <"$PROGRAM_FOLDER/$name.exe") ]] ||
+    give_up 'it is another program'
+  local library
+  for library in "$PROGRAM_FOLDER"/*.dll; do
+    cmp -- "$library" "$inside/files/$(basename -- "$library")" || give_up 'it is another library'
+  done
+}
+
+# The checker is a program of ours as the other is, and its bytes are to be the same everywhere too.
+test_has_a_checker_that_does_not_tell_where_it_was_made() {
+  unpack
+  local checker=$inside/files/config-check.exe telling
+  { strings -n 4 -- "$checker"; strings -n 4 -e l -- "$checker"; } >"$place/texts"
+  grep -qF TCBRepeaterTime "$place/texts" || give_up 'its texts were not found'
+  for telling in "$SOURCE_ROOT" "$BUILD_ROOT" /usr/ /home/ /tmp/ /root/ /build/; do
+    if grep -F -- "$telling" "$place/texts"; then give_up "a text tells of $telling"; fi
+  done
+  x86_64-w64-mingw32-objdump -p -- "$checker" |
+    grep -E '^Time/Date\s+Thu Jan +1 00:00:00 1970$' >/dev/null || give_up 'there is a time stamp'
+}
+
+test_has_right_checksums() {
+  unpack
+  (cd -- "$inside" && sha256sum --quiet -c SHA256SUMS) || give_up 'a checksum is wrong'
+  [[ $(wc -l <"$inside/SHA256SUMS") == 30 ]] || give_up 'files are missing in the list'
+  (cd -- "$PACKAGE_FOLDER" && sha256sum --quiet -c "$name-$version-x64.zip.sha256") ||
+    give_up "the package's own checksum is wrong"
+}
+
+# The record is what the scripts go by; it does not name itself, because it goes last.
+test_records_what_is_installed() {
+  unpack
+  sed 's/\r$//; s,\\,/,g' "$inside/files/$name-files.txt" >"$place/recorded"
+  (cd -- "$inside/files" && find . -type f ! -name "$name-files.txt" -printf '%P\n' | LC_ALL=C sort) |
+    diff -u -- - "$place/recorded" || give_up 'the record is another list'
+}
+
+test_has_texts_in_the_form_of_the_platform() {
+  unpack
+  local text
+  find "$inside" -type f \( -name '*.txt' -o -name '*.md' -o -name '*.cmd' -o -name '*.sample' \
+    -o -name '*.wprp' \) >"$place/texts"
+  [[ $(wc -l <"$place/texts") == 15 ]] || give_up 'there are fewer or more texts'
+  while IFS= read -r text; do
+    [[ $(grep -c '' "$text") == $(grep -c $'[^\r]\r$\|^\r$' "$text") ]] ||
+      give_up "a line without its end, or with two, in $text"
+  done <"$place/texts"
+}
+
+# A link that leads to no page of the package would be one that leads nowhere.
+test_has_pages_whose_links_lead_somewhere() {
+  unpack
+  local docs=$inside/files/$name-docs link count=0
+  while IFS= read -r link; do
+    [[ -f $docs/$link ]] || give_up "a link leads to $link"
+    count=$((count + 1))
+  done < <(grep -ohE '\]\([^)#:]+' "$docs"/*.md | sed 's/^](//')
+  ((count >= 4)) || give_up "there are only $count links"
+}
+
+# Two programs: each of the libraries whose objects the linker takes must be one that the notes
+# know. The import libraries stand for what Windows itself brings.
+test_tells_of_every_library_that_is_linked_in() {
+  local target known='^(libstdc\+\+|libgcc|libgcc_eh|libssp|libmingw32|libmingwex|libmsvcrt|libpthread|libwinpthread)$'
+  local systems='^lib(advapi32|cfgmgr32|kernel32|shell32|shlwapi|ole32|oleaut32|taskschd|uuid|user32)$'
+  local libraries library
+  for target in program/$name.exe tools/config-check/config-check.exe; do
+    ninja -C "$BUILD_ROOT" -t commands "$target" | tail -n 1 >"$place/command"
+    sed -i "s,-o $target,-o $place/linked.exe -Wl\\,-Map=$place/map," "$place/command"
+    (cd -- "$BUILD_ROOT" && bash "$place/command")
+    # Only those of which something was taken.
+    libraries=$(sed -n '1,/^Discarded input sections/s,^.*/\(lib[^/(]*\)\.a(.*,\1,p' "$place/map" |
+      sed 's/\.dll$//' | sort -u)
+    [[ $libraries == *libstdc++* ]] || give_up "the linker's map was not understood"
+    for library in $libraries; do
+      [[ $library =~ $known || $library =~ $systems ]] || give_up "$library is linked into $target"
+    done
+  done
+  unpack
+  for library in libstdc++ libgcc libgcc_eh libssp mingw-w64 winpthreads; do
+    grep -qF "$library" "$inside/files/$name-docs/licences/licences.txt" ||
+      give_up "no word of $library"
+  done
+}
+
+test_has_the_texts_of_the_licences() {
+  unpack
+  local licences=$inside/files/$name-docs/licences
+  grep -qF 'GCC RUNTIME LIBRARY EXCEPTION' "$licences/gcc-runtime.txt" || give_up 'no exception'
+  grep -qF 'You have permission to propagate a work of Target Code' "$licences/gcc-runtime.txt" ||
+    give_up 'the exception is not whole'
+  grep -qF 'License: ZPL-2.1' "$licences/mingw-w64.txt" || give_up 'nothing of the C runtime'
+  grep -qF 'mingw-w64-libraries/winpthreads' "$licences/mingw-w64.txt" || give_up 'nothing of threads'
+  if grep -F '@' "$licences/licences.txt"; then give_up 'a version was not filled in'; fi
+}
+
+test_has_a_bill_of_materials() {
+  unpack
+  "$CMAKE" -D BILL="$inside/bill-of-materials.cdx.json" -D FOLDER="$inside/files" \
+    -D VERSION="$version" -P "$SOURCE_ROOT/tests/windows/package_bill.cmake"
+}
+
+test_captures_the_providers_events() {
+  unpack
+  local profile=$inside/files/$name.wprp names id
+  xmllint --noout "$profile"
+  names=$(xmllint --xpath '//EventProvider/@Name' "$profile" | sed 's/.*"\(.*\)"/\1/' | sort -u)
+  [[ $names == 590DE0FF-DC7D-4731-AC4F-A961AF00E9DA ]] || give_up "another provider: $names"
+  # The same, in the program: as its bytes lie in memory.
+  od -An -v -tx1 "$inside/files/$name.exe" | tr -d ' \n' |
+    grep -F ffe00d597ddc3147ac4fa961af00e9da >/dev/null || give_up 'the program has another provider'
+  for id in $(xmllint --xpath '//EventProviderId/@Value | //EventCollectorId/@Value' "$profile" |
+    sed 's/.*"\(.*\)"/\1/'); do
+    [[ $(xmllint --xpath "count(//*[@Id='$id'])" "$profile") == 1 ]] || give_up "there is no $id"
+  done
+  # A profile is found under its name, how much it tells, and where it writes.
+  xmllint --xpath '//Profile/@Id' "$profile" | sed 's/.*"\(.*\)"/\1/' >"$place/ids"
+  printf 'TPMEnrollmentService.%s\n' Light.File Light.Memory Verbose.File Verbose.Memory |
+    diff -u -- - "$place/ids" || give_up 'there are other profiles'
+}
+
+for test in "$@"; do "test_$test"; done
