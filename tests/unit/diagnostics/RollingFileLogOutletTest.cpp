@@ -242,6 +242,18 @@ TEST_F(RollingFileLogOutletTest, tellsTheListenerOnceOfARunOfFailuresAndOnceOfTh
   EXPECT_EQ(listener.heard[1].second, 0U);
 }
 
+TEST_F(RollingFileLogOutletTest, recoversWithoutAWordWhenTheListenerHasLeft) {
+  OpenOutlet outlet(kPath);
+  Listener listener;
+  outlet.setListener(&listener);
+  faults().failOnce("WriteFile", 112);
+  outlet.Dump(L"a");
+  outlet.setListener(nullptr);
+  outlet.Dump(L"b");
+  EXPECT_EQ(content(L"x.log"), "b\r\n");
+  EXPECT_EQ(listener.heard.size(), 1U);
+}
+
 TEST_F(RollingFileLogOutletTest, tellsTheListenerOfAnyOtherExceptionInFixedWords) {
   struct Throwing : Listener {
     void OnStatus(const vusl::string_t& text, uint32_t flag) override {

@@ -70,6 +70,17 @@ TEST_F(CmdLinePromptTest, valueIsAskedForUnderTheAliasToo) {
   EXPECT_EQ(pin.value, L"1234");
 }
 
+// What was seen under the same name and did not ask has not asked for this one either.
+TEST_F(CmdLinePromptTest, switchOfTheSameNameDoesNotCountAsAskedFor) {
+  CmdLineParameter& plainSwitch = add(L"pin", CmdLineParameterKind::NoValue);
+  plainSwitch.companions = {L"pin"};
+  const CmdLineParameter& pin = addPlain();
+  parse({L"-pin"}, "1234\n");
+  EXPECT_EQ(plainSwitch.index, 1);
+  EXPECT_EQ(pin.value, L"1234");
+  EXPECT_EQ(written(), "PIN: \n");
+}
+
 TEST_F(CmdLinePromptTest, valueThatThePlatformDoesNotWidenIsEmpty) {
   for (const unsigned nth : {1U, 2U}) {
     CmdLineParameter& pin = addPlain();

@@ -90,4 +90,19 @@ TEST_F(ThreadNamingTest, withoutAHandlerNothingIsRaised) {
   EXPECT_TRUE(journal().calls("RaiseException").empty());
 }
 
+// Takes what nobody else took, so that the test goes on.
+LONG CALLBACK takeRest(EXCEPTION_POINTERS* exception) {
+  g_seen.code = exception->ExceptionRecord->ExceptionCode;
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+TEST_F(ThreadNamingTest, exceptionOfAnotherKindIsLeftToTheOtherHandlers) {
+  const PVOID last = AddVectoredExceptionHandler(0, takeRest);
+  host::CallHooks::instance().before("RemoveVectoredExceptionHandler", 1,
+                                     [] { RaiseException(0xC0000005, 0, 0, nullptr); });
+  vusl::NameThreadForDebugger(7, "w");
+  EXPECT_EQ(g_seen.code, 0xC0000005U);
+  RemoveVectoredExceptionHandler(last);
+}
+
 }  // namespace
