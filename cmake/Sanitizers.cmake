@@ -1,6 +1,6 @@
-# SANITIZE: empty, "address" (with undefined), or "thread". COVERAGE: counters of lines, branches and
-# conditions, for the product's rooms alone.
-set(SANITIZE "" CACHE STRING "sanitizers to build with: address, thread or none")
+# SANITIZE: empty, "address" (with undefined), "thread", or "fuzzer" (address; `fuzzed` adds the
+# rest). COVERAGE: counters of lines, branches and conditions, for the product's rooms alone.
+set(SANITIZE "" CACHE STRING "sanitizers to build with: address, thread, fuzzer or none")
 option(COVERAGE "count executed lines, branches and conditions; needs clang" OFF)
 
 add_library(instrumentation INTERFACE)
@@ -13,13 +13,19 @@ if(SANITIZE STREQUAL "address")
       $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ACCESSES_CHECKED>>>:-fno-sanitize=null,alignment>)
 elseif(SANITIZE STREQUAL "thread")
   set(sanitizer_flags -fsanitize=thread -fno-omit-frame-pointer)
+elseif(SANITIZE STREQUAL "fuzzer")
+  set(sanitizer_flags -fsanitize=address -fno-omit-frame-pointer)
+  # What is fuzzed, and is watched for what of it a run reaches. The rest of the model only goes along
+  # and would make a run many times as slow.
+  set(fuzzed_flags -fsanitize=fuzzer-no-link,undefined -fno-sanitize-recover=all)
 elseif(NOT SANITIZE STREQUAL "")
-  message(FATAL_ERROR "SANITIZE is \"${SANITIZE}\": it must be address, thread or empty")
+  message(FATAL_ERROR "SANITIZE is \"${SANITIZE}\": it must be address, thread, fuzzer or empty")
 endif()
 if(sanitizer_flags)
   # GCC takes what the sanitizers add to the standard library's templates for uninitialised reads;
   # the builds without them keep the warning.
-  target_compile_options(instrumentation INTERFACE ${sanitizer_flags} -Wno-maybe-uninitialized)
+  target_compile_options(instrumentation INTERFACE ${sanitizer_flags}
+                         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(instrumentation INTERFACE ${sanitizer_flags})
 endif()
 if(COVERAGE)

@@ -63,8 +63,11 @@ std::shared_ptr<TaskNode> copyOf(const xmlNode& element) {
       hasElements = true;
       copy->children.push_back(copyOf(*node));
     } else if (textCounts && node->type == XML_TEXT_NODE) {
-      copy->children.push_back(std::make_shared<TaskNode>());
-      copy->children.back()->text = nameOf(node->content);
+      // What a comment parts is one piece once the comment is gone.
+      if (copy->children.empty() || !copy->children.back()->name.empty()) {
+        copy->children.push_back(std::make_shared<TaskNode>());
+      }
+      copy->children.back()->text += nameOf(node->content);
     }
   }
   // Text alone is the element's own; white space between elements is the layout's.

@@ -145,10 +145,12 @@ std::wstring wideOf(const std::u16string& text) {
   return wide;
 }
 
-std::string quoted(const std::u16string& text) {
+// For one line that people read: control characters as escapes, and bytes that are no UTF-8 as
+// U+FFFD. Names come from whoever wrote the event.
+std::string shown(std::string_view text) {
   constexpr char kFirstPrintable = ' ';
-  std::string result = "\"";
-  for (const char character : toUtf8(wideOf(text))) {
+  std::string result;
+  for (const char character : toUtf8(toWide(text))) {
     if (character == '\r') {
       result += "\\r";
     } else if (character == '\n') {
@@ -161,7 +163,7 @@ std::string quoted(const std::u16string& text) {
       result += character;
     }
   }
-  return result + "\"";
+  return result;
 }
 
 }  // namespace
@@ -181,13 +183,13 @@ std::variant<DecodedEvent, TraceFault> decode(const TraceEvent& event) {
 std::string describe(const TraceEvent& event) {
   const auto result = decode(event);
   if (const auto* fault = std::get_if<TraceFault>(&result)) {
-    return "an event that cannot be read: " + fault->reason;
+    return "an event that cannot be read: " + shown(fault->reason);
   }
   const auto& decoded = std::get<DecodedEvent>(result);
-  std::string line =
-      decoded.provider + " " + decoded.name + ", level " + std::to_string(event.descriptor.Level);
+  std::string line = shown(decoded.provider) + " " + shown(decoded.name) + ", level " +
+                     std::to_string(event.descriptor.Level);
   for (const DecodedEvent::Field& field : decoded.fields) {
-    line += ", " + field.name + " " + quoted(field.text);
+    line += ", " + shown(field.name) + " \"" + shown(toUtf8(wideOf(field.text))) + "\"";
   }
   return line;
 }

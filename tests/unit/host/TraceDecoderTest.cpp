@@ -120,6 +120,16 @@ TEST(TraceDecoderTest, AnEventIsDescribedInOneLine) {
             "AB Log, level 2, logLevel \"ERR\", Message \"C:\\x\\r\\n\\x1b\U0001F600\uFFFD\"");
 }
 
+TEST(TraceDecoderTest, NamesOfAnyBytesAreDescribedInOneLineOfText) {
+  TraceEvent event = good();
+  event.blocks[0].bytes = "\x06\0A\n\xFF\0"s;
+  event.blocks[1].bytes = "\x0A\0\0X\x1B\0f\r\0\x02"s;
+  event.blocks.pop_back();
+  EXPECT_EQ(describe(event), "A\\n\uFFFD X\\x1b, level 2, f\\r \"ERR\"");
+  event.blocks[2].bytes = "ERR";
+  EXPECT_EQ(describe(event), "an event that cannot be read: the field f\\r ends too early");
+}
+
 TEST(TraceDecoderTest, AnUnreadableEventIsDescribedByItsFault) {
   TraceEvent event = good();
   event.blocks.pop_back();
