@@ -11,13 +11,13 @@ std::vector<MissedProbe> missedWithAllBut(simulate::Probe probe, std::uint64_t s
   simulate::ProbeCounts counts;
   counts.fill(1);
   counts[static_cast<std::size_t>(probe)] = 0;
-  return missedProbes(counts, seeds);
+  return simulate::missedProbes(counts, seeds);
 }
 
 TEST(ProbesTest, nothingIsMissedThatWasHit) {
   simulate::ProbeCounts counts;
   counts.fill(1);
-  EXPECT_TRUE(missedProbes(counts, 5'000).empty());
+  EXPECT_TRUE(simulate::missedProbes(counts, 5'000).empty());
 }
 
 TEST(ProbesTest, situationThatMustComeIsAFailureWithEnoughSeeds) {

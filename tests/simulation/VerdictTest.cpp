@@ -210,6 +210,7 @@ TEST(VerdictTest, WaitThatASleepMakesTooShort) {
   life.log("Waiting for signaled event, with timeout = 60 seconds.").later(kSecond);
   life.later(7200 * kSecond).note("the machine slept for 7200000 ms");
   life.log("[0x7ff] [Run] Waiting over. dwObject value: 258");
+  life.result_.end = runner::End::kRunning;
   EXPECT_THAT(life.broken(), Contains("a wait timed out too early"));
   life.scenario_.majorVersion = 6;
   life.scenario_.minorVersion = 1;
@@ -267,6 +268,18 @@ TEST(VerdictTest, ErrorThatNothingExplains) {
 
 TEST(VerdictTest, ImbalanceThatNothingExplains) {
   LifeText life = soundLife();
+  life.result_.ledger.emplace_back("unnamed: event from OpenEventW is still open");
+  EXPECT_THAT(life.broken(), ElementsAre("an imbalance that nothing explains: event from "
+                                         "OpenEventW is still open"));
+}
+
+TEST(VerdictTest, HandlerThatOutlivesTheObjectComesToAClosedEventAndToNothingElse) {
+  LifeText life = soundLife();
+  life.result_.records.pop_back();
+  life.stopComes().logError("Exception occured in ServiceControlHandler function x");
+  life.status("1 0 0 1 5000");
+  life.result_.ledger.emplace_back("unnamed: SetEvent: handle 0x2c was closed before");
+  EXPECT_THAT(life.broken(), IsEmpty());
   life.result_.ledger.emplace_back("unnamed: event from OpenEventW is still open");
   EXPECT_THAT(life.broken(), ElementsAre("an imbalance that nothing explains: event from "
                                          "OpenEventW is still open"));
