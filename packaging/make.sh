@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Makes the package out of a finished build for Windows: make.sh BUILD FOLDER. It is written to FOLDER
-# as TPMEnrollmentService-<version>-x64.zip, with its checksum beside it. The same build and the same
-# compiler give the same bytes, whoever makes it, where and when.
+# twice, as an archive and for the platform's installer: TPMEnrollmentService-<version>-x64.zip and .msi,
+# each with its checksum beside it. The same build and the same compiler give the same bytes, whoever
+# makes them, where and when.
 set -euo pipefail
 
 readonly name=TPMEnrollmentService
@@ -149,12 +150,15 @@ bill_of_materials >"$package/bill-of-materials.cdx.json"
   >"$place/SHA256SUMS"
 mv -- "$place/SHA256SUMS" "$package/SHA256SUMS"
 
-# --- the archive --------------------------------------------------------------------------------
+# --- archive and installer ----------------------------------------------------------------------
 
 find "$package" -type f -exec chmod 644 {} +
 find "$package" -exec touch -d "$stamp" {} +
-readonly archive=$name-$version-x64.zip
-(cd -- "$place" && find "$name-$version-x64" -type f | sort | zip -X -9 -q -@ "$archive")
-(cd -- "$place" && sha256sum "$archive" >"$archive.sha256")
-mv -- "$place/$archive" "$place/$archive.sha256" "$folder/"
-printf '%s\n' "$folder/$archive"
+readonly whole=$name-$version-x64
+(cd -- "$place" && find "$whole" -type f | sort | zip -X -9 -q -@ "$whole.zip")
+"$room/make-msi.sh" "$package" "$version" "$place/$whole.msi"
+for made in "$whole.zip" "$whole.msi"; do
+  (cd -- "$place" && sha256sum "$made" >"$made.sha256")
+  mv -- "$place/$made" "$place/$made.sha256" "$folder/"
+  printf '%s\n' "$folder/$made"
+done

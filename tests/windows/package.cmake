@@ -15,13 +15,15 @@ set_tests_properties(package.can_be_made PROPERTIES
   FIXTURES_REQUIRED "" FIXTURES_SETUP package)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS package_test.sh)
 
-# The scripts at work, under Wine.
+# Scripts and installer at work, under Wine.
 add_executable(package_sc package_sc.cpp)
 target_link_libraries(package_sc PRIVATE strict_warnings)
 target_link_options(package_sc PRIVATE -municode -static)
-add_test(NAME package_wine.scripts
-  COMMAND ${CMAKE_COMMAND} -E env ${package_settings}
-          SC_TOOL=$<TARGET_FILE:package_sc> SESSION=${CMAKE_SOURCE_DIR}/platform/wine/session.sh
-          TEMPLATE=${CMAKE_SOURCE_DIR}/build/wine/template
-          bash ${CMAKE_CURRENT_SOURCE_DIR}/package_scripts_test.sh)
-set_tests_properties(package_wine.scripts PROPERTIES TIMEOUT 280 FIXTURES_REQUIRED package)
+foreach(name IN ITEMS scripts msi)
+  add_test(NAME package_wine.${name}
+    COMMAND ${CMAKE_COMMAND} -E env ${package_settings}
+            SC_TOOL=$<TARGET_FILE:package_sc> SESSION=${CMAKE_SOURCE_DIR}/platform/wine/session.sh
+            TEMPLATE=${CMAKE_SOURCE_DIR}/build/wine/template
+            bash ${CMAKE_CURRENT_SOURCE_DIR}/package_${name}_test.sh)
+  set_tests_properties(package_wine.${name} PROPERTIES TIMEOUT 600 FIXTURES_REQUIRED package)
+endforeach()

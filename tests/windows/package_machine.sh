@@ -46,7 +46,8 @@ make_machine() {
   local software="System\\CurrentControlSet\\Control\\Class\\$class\\0000"
   "$SESSION" template "$TEMPLATE"
   "$SESSION" clone "$TEMPLATE" "$WINEPREFIX"
-  mkdir -p -- "$stack" "$drive/Program Files/Orvix/conf" "$drive/windows/system32/Tasks"
+  mkdir -p -- "$stack" "$drive/Program Files/Orvix/conf" "$drive/windows/system32/Tasks" \
+    "$drive/windows/Installer"
   cp -- "$BUILD_ROOT"/standins/{talsClient.dll,talsProxy.dll,OrvixVTMEkRecertification.exe} \
     "$BUILD_ROOT"/wine/{cfgmgr32.dll,tasks.dll} "$stack/"
   printf 'talsInitHUB = 8\ntalsInitQX1 = 8\n' >"$stack/talsClient.script"
@@ -56,6 +57,13 @@ make_machine() {
   {
     key "$devices" Id 'SWC\PROVIDER_ORVIX_COMPONENT_TALSCLIENT\7&1A2B3C4D&0&0' Class "$class" \
       HardwareId0 'SWC\PROVIDER_ORVIX_COMPONENT_TALSCLIENT' SoftwareKey "$software"
+    # Where the platform's installer keeps what it knows.
+    key 'Software\Classes\Installer\Features'
+    key 'Software\Classes\Installer\Products'
+    key 'Software\Classes\Installer\UpgradeCodes'
+    key 'Software\Microsoft\Windows\CurrentVersion\Installer\UpgradeCodes'
+    key 'Software\Microsoft\Windows\CurrentVersion\Installer\UserData\S-1-5-18\Components'
+    key 'Software\Microsoft\Windows\CurrentVersion\Installer\UserData\S-1-5-18\Products'
     key "$software\\tALS Client" InstallDir64 'C:\Program Files\Orvix\tALS Client'
     key 'Software\Classes\CLSID\{0f87369f-a4e5-4cfc-bd3e-73e6154572dd}\InprocServer32' \
       '' 'C:\Program Files\Orvix\tALS Client\tasks.dll'
@@ -127,4 +135,17 @@ await_end_of_program() {
     sleep 0.2
   done
   give_up 'the program has not ended'
+}
+
+# Waits until the service is registered no more.
+await_no_service() {
+  local tries
+  for ((tries = 0; tries < 150; tries++)); do
+    if ! timeout 60 wine reg query "HKLM\\SYSTEM\\CurrentControlSet\\Services\\$name" >"$place/out" 2>&1 \
+      </dev/null; then
+      return
+    fi
+    sleep 0.2
+  done
+  give_up 'the service is still registered'
 }

@@ -7,6 +7,7 @@ set -euo pipefail
 readonly name=TPMEnrollmentService
 readonly version=1.79.13.0
 readonly archive=$PACKAGE_FOLDER/$name-$version-x64.zip
+readonly installer=$PACKAGE_FOLDER/$name-$version-x64.msi
 place=$(mktemp -d)
 trap 'rm -rf -- "$place"' EXIT
 
@@ -23,7 +24,7 @@ unpack() { [[ -d $inside ]] || unzip -q "$archive" -d "$place"; }
 test_can_be_made() {
   rm -rf -- "$PACKAGE_FOLDER"
   "$SOURCE_ROOT/packaging/make.sh" "$BUILD_ROOT" "$PACKAGE_FOLDER" >"$place/out"
-  [[ $(cat "$place/out") == "$archive" ]] || give_up "it is called $(cat "$place/out")"
+  printf '%s\n' "$archive" "$installer" | diff -u -- - "$place/out" || give_up 'something else was made'
 }
 
 test_holds_what_it_should() {
@@ -72,6 +73,8 @@ test_is_the_same_bytes_when_made_again() {
     "$place/another/folder/altogether") >/dev/null
   cmp -- "$archive" "$place/another/folder/altogether/$name-$version-x64.zip" ||
     give_up 'it is not the same bytes'
+  cmp -- "$installer" "$place/another/folder/altogether/$name-$version-x64.msi" ||
+    give_up 'the installer package is not the same bytes'
 }
 
 # Every entry: of the stamp that the format begins with, in order, with nothing of who made it.
@@ -97,6 +100,24 @@ test_has_the_program_that_the_tests_ran() {
   done
 }
 
+# The scripts and the record by which they go are of no use to the installer. A package for it that
+# differs in anything has an id of its own.
+test_has_an_installer_package_with_the_same_files() {
+  unpack
+  msiextract -C "$place/extracted" "$installer" >/dev/null
+  local folder="$place/extracted/Program Files/Orvix/$name"
+  [[ -d $folder ]] || folder=$(dirname -- "$(find "$place/extracted" -name "$name.exe")")
+  rm -- "$inside/files/$name-uninstall.cmd" "$inside/files/$name-files.txt"
+  diff -r -- "$inside/files" "$folder" || give_up 'it has other files'
+
+  mkdir -p "$place/changed/files"
+  cp -r -- "$inside/." "$place/changed/"
+  printf 'changed' >>"$place/changed/SHA256SUMS"
+  "$SOURCE_ROOT/packaging/make-msi.sh" "$place/changed" "$version" "$place/changed.msi"
+  [[ $(msiinfo suminfo "$installer" | grep UUID) != $(msiinfo suminfo "$place/changed.msi" | grep UUID) ]] ||
+    give_up 'a package that is another has the same id'
+}
+
 # The checker is a program of ours as the other is, and its bytes are to be the same everywhere too.
 test_has_a_checker_that_does_not_tell_where_it_was_made() {
   unpack
@@ -114,8 +135,8 @@ test_has_right_checksums() {
   unpack
   (cd -- "$inside" && sha256sum --quiet -c SHA256SUMS) || give_up 'a checksum is wrong'
   [[ $(wc -l <"$inside/SHA256SUMS") == 30 ]] || give_up 'files are missing in the list'
-  (cd -- "$PACKAGE_FOLDER" && sha256sum --quiet -c "$name-$version-x64.zip.sha256") ||
-    give_up "the package's own checksum is wrong"
+  (cd -- "$PACKAGE_FOLDER" && sha256sum --quiet -c "$name-$version-x64".{zip,msi}.sha256) ||
+    give_up "a package's own checksum is wrong"
 }
 
 # The record is what the scripts go by; it does not name itself, because it goes last.
