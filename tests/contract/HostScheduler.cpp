@@ -4,11 +4,8 @@
 
 namespace contract {
 
-SchedulersClass::SchedulersClass() {
-  keptByStandIn(
-      "Wine's own scheduler has no event triggers, idle settings or reading of an action");
-}
+StandInClass::StandInClass() = default;
 
-SchedulersClass::~SchedulersClass() = default;
+StandInClass::~StandInClass() = default;
 
 }  // namespace contract

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "tests/contract/Contract.h"
@@ -42,14 +43,18 @@ class Com {
   Com& operator=(const Com&) = delete;
 };
 
-// Under Wine the Task Scheduler of platform/wine, registered for this process as long as the object
-// lives: Wine's own has no event triggers, idle settings or reading of an action.
-class SchedulersClass {
+// Whose Task Scheduler it is under Wine: Wine's own, or, where that one lacks what a test needs,
+// that of platform/wine.
+enum class By { kWine, kStandIn };
+
+// Puts the Task Scheduler of platform/wine into the place of Wine's own, for this process and as
+// long as the object lives.
+class StandInClass {
  public:
-  SchedulersClass();
-  ~SchedulersClass();
-  SchedulersClass(const SchedulersClass&) = delete;
-  SchedulersClass& operator=(const SchedulersClass&) = delete;
+  StandInClass();
+  ~StandInClass();
+  StandInClass(const StandInClass&) = delete;
+  StandInClass& operator=(const StandInClass&) = delete;
 
  private:
   DWORD number_ = 0;
@@ -93,7 +98,7 @@ Reference<Interface> face(IUnknown& object, REFIID iid) {
 // Connected, with its root folder.
 class Scheduler {
  public:
-  Scheduler();
+  explicit Scheduler(By whom = By::kWine);
 
   static Reference<ITaskService> newService();
   Reference<ITaskDefinition> newTask() const;
@@ -107,7 +112,7 @@ class Scheduler {
 
  private:
   Com com_;
-  SchedulersClass class_;
+  std::optional<StandInClass> class_;
 
  public:
   Reference<ITaskService> service;

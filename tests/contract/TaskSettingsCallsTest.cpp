@@ -7,6 +7,7 @@
 
 namespace {
 
+using contract::By;
 using contract::part;
 using contract::Reference;
 using contract::Scheduler;
@@ -17,8 +18,8 @@ using contract::Text;
 template <class Part>
 class Held {
  public:
-  explicit Held(HRESULT (ITaskDefinition::*get)(Part**))
-      : task_(scheduler_.newTask()), part_(part(*task_, get)) {}
+  explicit Held(HRESULT (ITaskDefinition::*get)(Part**), By whom = By::kWine)
+      : scheduler_(whom), task_(scheduler_.newTask()), part_(part(*task_, get)) {}
   Part* operator->() const { return part_.get(); }
   Part& operator*() const { return *part_; }
 
@@ -30,7 +31,7 @@ class Held {
 
 class Settings : public Held<ITaskSettings> {
  public:
-  Settings() : Held(&ITaskDefinition::get_Settings) {}
+  explicit Settings(By whom = By::kWine) : Held(&ITaskDefinition::get_Settings, whom) {}
 };
 
 template <class Object, class Value>
@@ -141,7 +142,7 @@ TEST(ITaskSettings_put_RestartInterval, IsKeptAndThereIsNoneByDefault) {
 
 class Idle {
  public:
-  Idle() : part_(part(*settings_, &ITaskSettings::get_IdleSettings)) {}
+  Idle() : settings_(By::kStandIn), part_(part(*settings_, &ITaskSettings::get_IdleSettings)) {}
   IIdleSettings* operator->() const { return part_.get(); }
   IIdleSettings& operator*() const { return *part_; }
   const Settings& settings() const { return settings_; }
@@ -210,14 +211,17 @@ TEST(IRegistrationInfo_put_Date, TakesAnyText) {
 }
 
 TEST(IPrincipal_put_LogonType, IsKept) {
-  const Held<IPrincipal> principal(&ITaskDefinition::get_Principal);
+  const Held<IPrincipal> principal(&ITaskDefinition::get_Principal, By::kStandIn);
   EXPECT_EQ(principal->put_LogonType(TASK_LOGON_SERVICE_ACCOUNT), S_OK);
   EXPECT_EQ(got(*principal, &IPrincipal::get_LogonType), TASK_LOGON_SERVICE_ACCOUNT);
 }
 
 class EventTrigger {
  public:
-  EventTrigger() : task_(scheduler_.newTask()), part_(Scheduler::addEventTrigger(*task_)) {}
+  EventTrigger()
+      : scheduler_(By::kStandIn),
+        task_(scheduler_.newTask()),
+        part_(Scheduler::addEventTrigger(*task_)) {}
   IEventTrigger* operator->() const { return part_.get(); }
   IEventTrigger& operator*() const { return *part_; }
 

@@ -11,9 +11,7 @@ using GetClassObject = HRESULT(WINAPI*)(REFCLSID, REFIID, LPVOID*);
 
 }  // namespace
 
-SchedulersClass::SchedulersClass() {
-  keptByStandIn(
-      "Wine's own scheduler has no event triggers, idle settings or reading of an action");
+StandInClass::StandInClass() {
   const HMODULE library = LoadLibraryW(L"tasks.dll");
   const FARPROC entry = library == nullptr ? nullptr : GetProcAddress(library, "DllGetClassObject");
   if (entry == nullptr) {
@@ -27,7 +25,7 @@ SchedulersClass::SchedulersClass() {
             0U);
 }
 
-SchedulersClass::~SchedulersClass() {
+StandInClass::~StandInClass() {
   CoRevokeClassObject(number_);
 }
 
