@@ -113,7 +113,7 @@ test_help_names_every_verb() {
   expect_status 0
   expect_empty err
   local verb
-  for verb in run test build sweep simulate bench lint format clean help; do expect_in out "  $verb "; done
+  for verb in run test build sweep simulate coverage mutate bench lint format clean help; do expect_in out "  $verb "; done
 }
 
 test_no_verb_is_misuse() {
