@@ -13,6 +13,7 @@ TOOL = os.path.join(ROOT, "tools", "mutate")
 sys.path.insert(0, TOOL)
 
 import copies  # noqa: E402
+import marks  # noqa: E402
 import points  # noqa: E402
 import report  # noqa: E402
 import rewrite  # noqa: E402
@@ -32,7 +33,7 @@ PLAIN = ("name", "locked", "one", "two", "7", "first", "second", "3", "2", "1", 
 
 
 def read_sample():
-    numbers = points.Numbers()
+    numbers = marks.Numbers()
     reader = copies.Reader(ROOT, numbers)
     reader.relative = lambda path: "sample.cpp" if path == SAMPLE else None
     source = points.SourceFile("sample.cpp", SAMPLE, numbers, reader.relative)

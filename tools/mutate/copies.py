@@ -13,6 +13,7 @@ import sys
 
 import clang.cindex as ci
 
+import marks
 import points
 import rewrite
 
@@ -84,7 +85,7 @@ class Copies:
         self.tree = os.path.join(root, "build", "mutate")
         self.build = os.path.join(self.tree, "build", "debug")
         self.left_out_notes = os.path.join(self.tree, "left-out.json")
-        self.numbers = points.Numbers()
+        self.numbers = marks.Numbers()
         self.sources = {}
         self.dropped = {}
 
@@ -134,7 +135,7 @@ class Copies:
     def fingerprint(self, name):
         """What the numbers of a source's edits depend on."""
         tool = "".join(str(os.stat(os.path.join(os.path.dirname(__file__), part)).st_size)
-                       for part in ("points.py", "rewrite.py"))
+                       for part in ("marks.py", "points.py", "rewrite.py"))
         return hashlib.sha256(self.sources[name].raw + tool.encode()).hexdigest()
 
     def remember(self):

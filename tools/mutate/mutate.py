@@ -79,7 +79,10 @@ def judge(points, tests, results, what, jobs):
     began = time.monotonic()
     done = killed = 0
     for point, outcome in tests.judge(points, jobs):
-        results.put(point, *outcome)
+        known = results.get(point)
+        # That other tests did come by is worth more than that these did not.
+        if outcome[0] != "not reached" or known is None:
+            results.put(point, *outcome)
         done += 1
         killed += outcome[0] == "killed"
         if done % 50 == 0:
