@@ -125,7 +125,16 @@ int serve() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool serving = argc > 1 && std::string(argv[1]) == "--serve";
+  bool serving = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    serving = serving || argument == "--serve";
+    // A death test starts the program anew with the arguments of its own process.
+    if (argument.rfind("--gtest_internal_run_death_test", 0) == 0) {
+      serving = false;
+      break;
+    }
+  }
   testing::InitGoogleMock(&argc, argv);
   return serving ? serve() : RUN_ALL_TESTS();
 }
