@@ -2,6 +2,8 @@
 # rest). COVERAGE: counters of lines, branches and conditions, for the product's rooms alone.
 set(SANITIZE "" CACHE STRING "sanitizers to build with: address, thread, fuzzer or none")
 option(COVERAGE "count executed lines, branches and conditions; needs clang" OFF)
+# The copy of the project that tools/mutate makes.
+option(MUTATE "the product's sources have mutation points" OFF)
 
 add_library(instrumentation INTERFACE)
 if(SANITIZE STREQUAL "address")
