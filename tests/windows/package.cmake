@@ -17,6 +17,7 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS package_test.sh)
 
 # Scripts and installer at work, under Wine.
 add_executable(package_sc package_sc.cpp)
+target_include_directories(package_sc PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(package_sc PRIVATE strict_warnings)
 target_link_options(package_sc PRIVATE -municode -static)
 foreach(name IN ITEMS scripts msi)

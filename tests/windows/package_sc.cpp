@@ -2,12 +2,12 @@
 // of the verbs, and ends with 1 where the platform's ends with the error. Each call is written down
 // in C:\sc-calls.txt. While C:\sc-refuses.txt is there, every verb but `query` answers as it does
 // to somebody who has not the rights, because Wine separates none.
-#include <windows.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
 #include <string>
+
+#include "platform/win32.h"
 
 namespace {
 
