@@ -120,6 +120,24 @@ test_has_an_installer_package_with_the_same_files() {
     give_up 'a package that is another has the same id'
 }
 
+# What Wine's installer does not look at, or does not act by: whether a removal makes place for another
+# version, whether it waits for a stop, what a file's version is.
+test_tells_the_installer_what_wine_does_not_show() {
+  row() {
+    msiinfo export "$installer" "$1" | sed 's/\r$//' | grep -qxF -- "$2" || give_up "not in $1: $2"
+  }
+  row InstallExecuteSequence $'DeleteTask\tREMOVE="ALL" AND NOT UPGRADINGPRODUCTCODE\t2050'
+  row InstallExecuteSequence $'StartService\tNOT REMOVE AND STARTSERVICE="1"\t5910'
+  # Stopped ahead of an installation and of a removal, deleted by a removal, and waited for.
+  row ServiceControl $'Service\tTPMEnrollmentService\t162\t\t1\tService'
+  row File $'Program\tService\tTPMEnrollmentService.exe\t'"$(stat -c %s "$PROGRAM_FOLDER/$name.exe")"$'\t1.79.13.0\t1033\t512\t1'
+  row LaunchCondition $'NOT WIX_DOWNGRADE_DETECTED\tA newer version is installed.'
+  # In the registry's half for programs of 64 bits.
+  row RegLocator $'KnownDir\t2\tSOFTWARE\\Orvix\\TPMEnrollmentService\tInstallDir\t18'
+  [[ $(msiinfo suminfo "$installer" | sed -n 's/^Template: //p') == 'x64;1033' ]] ||
+    give_up 'it is not for 64 bits'
+}
+
 # The checker is a program of ours as the other is, and its bytes are to be the same everywhere too.
 test_has_a_checker_that_does_not_tell_where_it_was_made() {
   unpack
