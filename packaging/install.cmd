@@ -98,6 +98,7 @@ if exist "%OLD%\%NAME%.exe" goto in_use
 
 :copy_files
 if not exist "%TARGET%\" mkdir "%TARGET%" 2>nul
+if not exist "%TARGET%\" goto not_copied
 "%SYSTEM%\xcopy.exe" "%SOURCE%" "%TARGET%" /E /I /Q /R /Y >nul
 if errorlevel 1 goto not_copied
 if not exist "%TARGET%\%NAME%.exe" goto not_copied

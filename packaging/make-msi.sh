@@ -68,7 +68,9 @@ ln -s -- "$(readlink -f -- "$files")" "$place/files"
 
 # --- what the tool knows no words for -----------------------------------------------------------
 
-ask() { at_stamp msibuild "$place/$name.msi" -q "$1"; }
+# Gathered, and asked all at once.
+queries=()
+ask() { queries+=("$1"); }
 
 # Runs the program of a text ahead of the end of the installation, as the local system, and does not
 # look at what comes of it: action NAME SEQUENCE CONDITION COMMAND.
@@ -98,6 +100,8 @@ ask "UPDATE ServiceInstall SET Dependencies = 'Schedule[~][~]' WHERE ServiceInst
 ask "UPDATE File SET Version = '$version', Language = '1033' WHERE File = 'Program'"
 ask "DELETE FROM MsiFileHash WHERE File_ = 'Program'"
 ask "UPDATE Property SET Value = 'INSTALLDIR;STARTSERVICE;WIX_DOWNGRADE_DETECTED;WIX_UPGRADE_DETECTED' WHERE Property = 'SecureCustomProperties'"
+at_stamp msibuild "$place/$name.msi" -q "${queries[@]}"
+
 # What tells this package apart from others, which the tool draws by lot.
 at_stamp msibuild "$place/$name.msi" -s 'Orvix TPM Enrollment Service' 'Orvix Corporation' \
   'x64;1033' "{$(guid_of "package $content")}"

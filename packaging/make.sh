@@ -11,7 +11,7 @@ root=$(dirname -- "$room")
 readonly room root build=$1 folder=$2
 readonly languages=(de-DE en-US es-ES es-MX pl-PL pt-BR)
 # What an operator reads; the other pages are for who works on the sources.
-readonly pages=(install configuration log task oddities)
+readonly pages=(install configuration exit-codes log task attack-surface oddities)
 readonly compiler_package=gcc-mingw-w64-x86-64-posix
 readonly runtime_package=mingw-w64-x86-64-dev
 

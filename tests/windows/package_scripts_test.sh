@@ -39,6 +39,18 @@ on 1 cmd /c "$install" /dir 'relative\folder'
 on 0 cmd /c "$uninstall"
 expect_line "$name is not installed."
 
+# --- what is incomplete, or cannot be copied, leaves nothing ------------------------------------
+
+mv -- "$drive/package/files/pl-PL.dll" "$place/"
+on 2 cmd /c "$install"
+expect_line 'install.cmd: the package is not complete: "C:\package\files\pl-PL.dll" is missing'
+mv -- "$place/pl-PL.dll" "$drive/package/files/"
+
+on 2 cmd /c "$install" /dir 'C:\windows\win.ini\inside'
+expect_line 'install.cmd: the files could not be copied to "C:\windows\win.ini\inside".'
+expect_line 'What had been done was undone.'
+on 1 reg query "HKLM\\SYSTEM\\CurrentControlSet\\Services\\$name"
+
 # --- an older version, in the usual folder, without a start -------------------------------------
 
 on 0 cmd /c 'C:\older\install.cmd' /nostart
