@@ -31,6 +31,7 @@ void AppendPrinted(std::string& text, const Value& value) {
                        std::same_as<Plain, char>) {
     text += value;
   } else if constexpr (PrintedAsNumber<Plain>) {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): what was not written is not read
     std::array<char, 24> digits;  // the longest has a sign and 20 digits
     const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value);
     text.append(digits.data(), written.ptr);

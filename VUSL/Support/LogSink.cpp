@@ -16,6 +16,7 @@ namespace {
 // behind it. The base is the compiler's to know, which makes divisions cheap.
 template <unsigned int kBase>
 wchar_t* Print(wchar_t* to, uint64_t value, size_t width, wchar_t fill) {
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): what was not written is not read
   std::array<wchar_t, 20> digits;  // the last first; no number here has more
   size_t count = 0;
   do {
@@ -37,6 +38,7 @@ wchar_t* PrintPart(wchar_t* to, unsigned int value, size_t width, wchar_t end) {
 // hexadecimal: "%4u-%02u-%02u %02u:%02u:%02u:%03u %016llx ". The system's own printing by that form
 // took as long as all the rest of an item.
 void PrintStamp(vusl::string_t& stamp, const SYSTEMTIME& now, DWORD thread) {
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): what was not written is not read
   std::array<wchar_t, 256> buffer;
   wchar_t* end = Print<10>(buffer.data(), now.wYear, 4, L' ');
   *end++ = L'-';

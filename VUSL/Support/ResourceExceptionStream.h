@@ -26,6 +26,9 @@ class ResourceExceptionStream : public B {
   // Names the id only; neither parameters nor any resource text are in it.
   const char* what() const noexcept override { return description_.c_str(); }
 
+  // These override operations of one base and are new in another.
+  // NOLINTBEGIN(modernize-use-override)
+
   virtual int32_t resourceId() const { return resourceId_; }
 
   // The parameters in order, with `separator` after each but the last. Empty if there are none.
@@ -42,6 +45,8 @@ class ResourceExceptionStream : public B {
 
   // Always empty: nothing writes it. It is part of what readers of the class may ask for.
   virtual const char* details() const { return details_.c_str(); }
+
+  // NOLINTEND(modernize-use-override)
 
   // Adds `value`, as a narrow stream prints it by default, as the next parameter.
   template <class Value>
