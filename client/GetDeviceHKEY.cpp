@@ -4,6 +4,7 @@
 #include <array>
 #include <cwchar>
 #include <string_view>
+#include <utility>
 
 #include "VUSL/Support/LogItem.h"
 
@@ -38,16 +39,31 @@ bool IsStackDevice(vusl::DeviceManagerWrapper& wrapper, wchar_t* deviceId, DEVIN
   return std::wstring_view(ids.data(), wcsnlen(ids.data(), given)) == kStackHardwareId;
 }
 
-HKEY OpenStackDeviceKey(vusl::DeviceManagerWrapper& wrapper, DEVINST devInst) {
+// Closes a key that is not handed on: the line of the log may throw where memory is short.
+class OpenedKey {
+ public:
+  OpenedKey() = default;
+  ~OpenedKey() {
+    if (key != nullptr) RegCloseKey(key);
+  }
+  OpenedKey(const OpenedKey&) = delete;
+  OpenedKey& operator=(const OpenedKey&) = delete;
+
+  HKEY handOn() { return std::exchange(key, nullptr); }
+
   HKEY key = nullptr;
-  const std::uint32_t opened = wrapper.OpenDevNodeKey(devInst, key);
+};
+
+HKEY OpenStackDeviceKey(vusl::DeviceManagerWrapper& wrapper, DEVINST devInst) {
+  OpenedKey device;
+  const std::uint32_t opened = wrapper.OpenDevNodeKey(devInst, device.key);
   if (opened == CR_SUCCESS) {
     LogItem().debug() << "Registry found for matched device.";
-    return key;
+    return device.handOn();
   }
   const DWORD error = GetLastError();
   LogStatus(LogItem().error(), "CM_Open_DevNode_Key", error, opened);
-  return key;
+  return device.handOn();
 }
 
 }  // namespace

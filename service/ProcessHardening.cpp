@@ -86,6 +86,20 @@ void CloseToken(HANDLE token) {
   LogItem().error() << "CloseHandle failed, error code = " << error;
 }
 
+// Closes the token, also where an exception leaves the work with it.
+class OwnedToken {
+ public:
+  explicit OwnedToken(HANDLE opened) : token(opened) {}
+  ~OwnedToken() { CloseToken(token); }
+  OwnedToken(const OwnedToken&) = delete;
+  OwnedToken& operator=(const OwnedToken&) = delete;
+
+  HANDLE get() const { return token; }
+
+ private:
+  HANDLE token;
+};
+
 // The record ends with as many entries as there are ids; none leaves the count alone.
 TOKEN_PRIVILEGES* AllocateRecord(const std::vector<LUID>& ids) {
   static_assert(sizeof(TOKEN_PRIVILEGES) == 16 && sizeof(LUID_AND_ATTRIBUTES) == 12);
@@ -94,6 +108,24 @@ TOKEN_PRIVILEGES* AllocateRecord(const std::vector<LUID>& ids) {
                                  ids.size() * sizeof(LUID_AND_ATTRIBUTES) + kCountSize);
   return static_cast<TOKEN_PRIVILEGES*>(memory);
 }
+
+// Owns the record of what is to be removed; null if there was no memory for it.
+class OwnedRecord {
+ public:
+  explicit OwnedRecord(const std::vector<LUID>& ids) : record(AllocateRecord(ids)) {}
+  ~OwnedRecord() {
+    if (record == nullptr || HeapFree(GetProcessHeap(), 0, record)) return;
+    const DWORD error = GetLastError();
+    LogItem().error() << "HeapFree failed, error code = " << error;
+  }
+  OwnedRecord(const OwnedRecord&) = delete;
+  OwnedRecord& operator=(const OwnedRecord&) = delete;
+
+  TOKEN_PRIVILEGES* get() const { return record; }
+
+ private:
+  TOKEN_PRIVILEGES* record;
+};
 
 bool RemoveFromToken(HANDLE token, const std::vector<LUID>& ids, TOKEN_PRIVILEGES* record) {
   record->PrivilegeCount = static_cast<DWORD>(ids.size());
@@ -127,20 +159,14 @@ void InitializeSecurity() {
 
 bool LimitPrivileges(std::vector<std::wstring> privileges) {
   LogItem().debug() << "Try to limit privileges";
-  HANDLE token;
-  if (!OpenOwnToken(token)) return false;
+  HANDLE opened;
+  if (!OpenOwnToken(opened)) return false;
+  const OwnedToken token(opened);
   const std::vector<LUID> ids = LookUp(privileges);
-
-  TOKEN_PRIVILEGES* const record = AllocateRecord(ids);
-  if (record == nullptr) {
-    CloseToken(token);
+  // Freed ahead of the token's closing.
+  const OwnedRecord record(ids);
+  if (record.get() == nullptr) {
     throw std::runtime_error("Failed to alloc memory for drop privileges");
   }
-  const bool removed = RemoveFromToken(token, ids, record);
-  if (!HeapFree(GetProcessHeap(), 0, record)) {
-    const DWORD error = GetLastError();
-    LogItem().error() << "HeapFree failed, error code = " << error;
-  }
-  CloseToken(token);
-  return removed;
+  return RemoveFromToken(token.get(), ids, record.get());
 }

@@ -113,8 +113,8 @@ test_help_names_every_verb() {
   expect_status 0
   expect_empty err
   local verb
-  for verb in run test wine build sweep simulate proof bench package coverage fuzz mutate lint \
-    format clean help; do
+  for verb in run test wine build sweep simulate proof bench package coverage fuzz net allocations \
+    valgrind mutate lint format clean help; do
     expect_in out "  $verb "
   done
 }

@@ -327,5 +327,19 @@ TEST_F(TaskDocumentTest, AnAbsentValueHasThePlatformsDefault) {
   EXPECT_EQ(policy, TASK_INSTANCES_IGNORE_NEW);
 }
 
+// The text on both sides of a comment is one text once the comment is gone.
+TEST_F(TaskDocumentTest, TextThatACommentPartsIsOnePiece) {
+  const auto task = readTaskDocument(
+      "<Task xmlns=\"http://schemas.microsoft.com/windows/2004/02/mit/task\">"
+      "<Data>a<b/>x<!-- c -->y<![CDATA[z]]></Data></Task>");
+  ASSERT_NE(task, nullptr);
+  const auto data = task->child("Data");
+  ASSERT_NE(data, nullptr);
+  ASSERT_EQ(data->children.size(), 3U);
+  EXPECT_EQ(data->children[0]->text, "a");
+  EXPECT_EQ(data->children[1]->name, "b");
+  EXPECT_EQ(data->children[2]->text, "xyz");
+}
+
 }  // namespace
 }  // namespace host

@@ -1,0 +1,277 @@
+#include "tools/allocations/AllocationSweep.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "platform/host/Allocations.h"
+#include "platform/host/Imbalances.h"
+#include "platform/host/LifeServer.h"
+#include "platform/host/windows/windows.h"
+#include "tools/runner/DriveFolder.h"
+#include "tools/runner/ForkingProgram.h"
+#include "tools/runner/Judge.h"
+#include "tools/runner/PrintedLines.h"
+#include "tools/runner/ScenarioCatalog.h"
+#include "tools/runner/ScenarioRun.h"
+
+namespace sweep {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What lasts no longer than this on the machine's clock is a short scenario.
+constexpr host::Nanoseconds kShort = 5 * 60'000 * host::kNanosecondsPerMillisecond;
+
+// What a request that fails may come to. An exception of the standard library is none of those that
+// the service's main function expects, and the destructor of a log item lets nothing out: so the
+// process may end. It must not fault, spin, stop without saying so, or be lost.
+bool isPermittedEnd(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::kUnnoticed:
+    case Outcome::kTold:
+    case Outcome::kErrorCode:
+    case Outcome::kOtherCode:
+    case Outcome::kUsage:
+    case Outcome::kRefused:
+    case Outcome::kRunsOn:
+    case Outcome::kEndsSooner:
+    case Outcome::kTerminate:
+      return true;
+    case Outcome::kNotStopped:
+    case Outcome::kEndless:
+    case Outcome::kFault:
+    case Outcome::kBroken:
+      break;
+  }
+  return false;
+}
+
+// Where lives of one scenario happen, one after the other.
+class Ground {
+ public:
+  std::string open(const runner::LoadedScenario& loaded, const fs::path& program) {
+    auto made = runner::DriveFolder::make(std::nullopt);
+    if (auto* refusal = std::get_if<std::string>(&made)) {
+      return *refusal;
+    }
+    folder_.emplace(std::get<runner::DriveFolder>(std::move(made)));
+    drive_ = folder_->drive() / "drive";
+    template_ = folder_->drive() / "template";
+    fs::create_directories(template_);
+    runner::RunOptions options;
+    options.programs.service = program;
+    if (auto reason = runner::prepareScenario(loaded, template_, options)) {
+      return *reason;
+    }
+    const runner::LifeOptions life = runner::lifeOf(loaded, drive_, options);
+    order_ = {life.environment.begin(), life.environment.end()};
+    auto started = runner::ForkingProgram::start(
+        {program,
+         life.arguments,
+         {std::string(host::kLifeServerVariable) + "=yes", "TPM_HOST_MODE=virtual"},
+         {}});
+    if (auto* refusal = std::get_if<std::string>(&started)) {
+      return *refusal;
+    }
+    program_ = std::get<std::unique_ptr<runner::ForkingProgram>>(std::move(started));
+    return {};
+  }
+
+  // A life in which this request fails; 0 for none.
+  std::variant<runner::RunResult, std::string> live(unsigned request) {
+    std::error_code error;
+    fs::remove_all(drive_, error);
+    fs::copy(template_, drive_, fs::copy_options::recursive | fs::copy_options::copy_symlinks,
+             error);
+    if (error) {
+      return drive_.string() + ": " + error.message();
+    }
+    std::string message;
+    for (const std::string& variable : order_) {
+      message += variable + '\0';
+    }
+    message += std::string(host::kFailingAllocation) + "=" + std::to_string(request) + '\0';
+    return program_->live(message);
+  }
+
+ private:
+  std::optional<runner::DriveFolder> folder_;
+  fs::path template_;
+  fs::path drive_;
+  std::vector<std::string> order_;
+  std::unique_ptr<runner::ForkingProgram> program_;
+};
+
+// What required behaviour leaves open or releases too often, wherever the life ends.
+bool isListed(const std::string& line) {
+  const auto rows = host::imbalances();
+  return std::any_of(rows.begin(), rows.end(),
+                     [&](const host::Imbalance& row) { return row.text == line; });
+}
+
+bool hasStruck(const runner::RunResult& life) {
+  const std::vector<std::string> lines = runner::comparableLines(life.records);
+  const std::string mark = std::string("-- fault: ") + host::kAllocationCall;
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return line.starts_with(mark); });
+}
+
+// What is wrong with a life in which a request failed.
+std::vector<std::string> reasonsAgainst(const Sight& plain, const Sight& life) {
+  std::vector<std::string> reasons;
+  const Outcome outcome = outcomeOf(plain, life);
+  // The same end as that of the plain run is permitted, whatever it is.
+  if (!isPermittedEnd(outcome) && outcome != endOf(plain)) {
+    reasons.push_back("it came to: " + std::string(outcomeText(outcome)) + " (" + life.endText +
+                      ")");
+  }
+  if (const std::string illegal = illegalReport(life.statuses);
+      !illegal.empty() && illegal != illegalReport(plain.statuses)) {
+    reasons.push_back(illegal);
+  }
+  // What leaves the control handler ends the main thread, and with it a process whose service is
+  // still at work: that has not come to give anything back.
+  const bool isCutShort = outcome == Outcome::kRefused && !life.statuses.empty() &&
+                          life.statuses.back().state != SERVICE_STOPPED;
+  for (const std::string& line :
+       isCutShort ? std::vector<std::string>() : beyond(life.ledger, plain.ledger)) {
+    if (!isListed(line)) {
+      reasons.push_back("the ledger has: " + line);
+    }
+  }
+  return reasons;
+}
+
+class Sweep {
+ public:
+  explicit Sweep(const AllocationOptions& options) : options_(options) {}
+
+  std::string run(AllocationResult& result) {
+    const runner::ScenarioCatalog catalog(runner::scenarioFolder());
+    for (const std::string& name :
+         options_.scenarios.empty() ? catalog.names() : options_.scenarios) {
+      const auto file = catalog.find(name);
+      if (!file) {
+        return "there is no scenario " + name;
+      }
+      const auto loaded = runner::loadScenario(*file);
+      if (const auto* wrong = std::get_if<std::string>(&loaded)) {
+        return *wrong;
+      }
+      const auto& scenario = std::get<runner::LoadedScenario>(loaded);
+      const bool isLong = scenario.scenario.limit > kShort || scenario.scenario.endlessLoopExpected;
+      if (options_.scenarios.empty() && isLong) {
+        continue;
+      }
+      if (std::string refusal = sweep(scenario); !refusal.empty()) {
+        return name + ": " + refusal;
+      }
+    }
+    result = std::move(result_);
+    return {};
+  }
+
+ private:
+  std::string sweep(const runner::LoadedScenario& loaded) {
+    name_ = loaded.scenario.name;
+    isOver_ = false;
+    refusal_.clear();
+    const std::size_t before = result_.lives;
+    if (std::string refusal = livePlain(loaded); !refusal.empty()) {
+      return refusal;
+    }
+    std::atomic<unsigned> next{0};
+    {
+      std::vector<std::jthread> jobs;
+      for (unsigned i = 0; i < options_.jobs; ++i) {
+        jobs.emplace_back([&] { work(loaded, next); });
+      }
+    }
+    ++result_.scenarios;
+    if (options_.onScenario) {
+      options_.onScenario(name_, result_.lives - before);
+    }
+    return refusal_;
+  }
+
+  std::string livePlain(const runner::LoadedScenario& loaded) {
+    Ground ground;
+    if (std::string refusal = ground.open(loaded, options_.program); !refusal.empty()) {
+      return refusal;
+    }
+    const auto lived = ground.live(0);
+    if (const auto* refusal = std::get_if<std::string>(&lived)) {
+      return *refusal;
+    }
+    const auto& plain = std::get<runner::RunResult>(lived);
+    const auto differences = judge(loaded.scenario, plain, runner::Lines::kCompared);
+    if (!differences.empty()) {
+      return "without a failure " + differences.front().summary;
+    }
+    plain_ = sightOf(plain);
+    return {};
+  }
+
+  void refuse(const std::string& refusal) {
+    const std::lock_guard guard(lock_);
+    refusal_ = refusal;
+    isOver_ = true;
+  }
+
+  // Takes requests in turn until there are no more.
+  void work(const runner::LoadedScenario& loaded, std::atomic<unsigned>& next) {
+    Ground ground;
+    if (std::string refusal = ground.open(loaded, options_.program); !refusal.empty()) {
+      refuse(refusal);
+      return;
+    }
+    while (!isOver_) {
+      const unsigned request = 1 + next++ * options_.every;
+      const auto lived = ground.live(request);
+      if (const auto* refusal = std::get_if<std::string>(&lived)) {
+        refuse(*refusal);
+        return;
+      }
+      const auto& life = std::get<runner::RunResult>(lived);
+      if (!hasStruck(life)) {
+        isOver_ = true;
+        return;
+      }
+      take(life, request);
+    }
+  }
+
+  void take(const runner::RunResult& life, unsigned request) {
+    const Sight sight = sightOf(life);
+    const auto reasons = reasonsAgainst(plain_, sight);
+    const std::lock_guard guard(lock_);
+    ++result_.lives;
+    ++result_.outcomes[static_cast<std::size_t>(outcomeOf(plain_, sight))];
+    for (const std::string& reason : reasons) {
+      result_.objections[reason].push_back(name_ + ", request " + std::to_string(request));
+    }
+  }
+
+  const AllocationOptions& options_;
+  std::string name_;
+  Sight plain_;
+  std::atomic<bool> isOver_{false};
+  std::mutex lock_;
+  std::string refusal_;
+  AllocationResult result_;
+};
+
+}  // namespace
+
+std::variant<AllocationResult, std::string> failAllocations(const AllocationOptions& options) {
+  AllocationResult result;
+  std::string refusal = Sweep(options).run(result);
+  if (!refusal.empty()) {
+    return refusal;
+  }
+  return result;
+}
+
+}  // namespace sweep
