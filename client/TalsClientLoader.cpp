@@ -29,6 +29,7 @@ void TalsClientLoader::loadClientLibraries() {
 // the same faults at the call.
 TalsEntry TalsClientLoader::resolveEntry(const char* name) {
   try {
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): entries are resolved in loaded libraries
     return reinterpret_cast<TalsEntry>(clientLibrary->getProcedure(name));
   } catch (const SysException& error) {
     LogItem().debug() << error.what();

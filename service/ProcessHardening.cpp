@@ -159,7 +159,7 @@ void InitializeSecurity() {
 
 bool LimitPrivileges(std::vector<std::wstring> privileges) {
   LogItem().debug() << "Try to limit privileges";
-  HANDLE opened;
+  HANDLE opened = nullptr;
   if (!OpenOwnToken(opened)) return false;
   const OwnedToken token(opened);
   const std::vector<LUID> ids = LookUp(privileges);

@@ -72,6 +72,7 @@ void WriteEvent(const TraceProvider& provider, const EventRow& row, const vusl::
 
   // As a C string, because the field ends at its first zero character.
   // cppcheck-suppress stlcstrParam
+  // NOLINTNEXTLINE(readability-redundant-string-cstr)
   const std::u16string message = vusl::Utf16(text.c_str());
   std::array<EVENT_DATA_DESCRIPTOR, 4> data = {
       Describe(provider.metadata, MetadataLength(provider.metadata), kProviderMetadata),

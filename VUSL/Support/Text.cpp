@@ -39,12 +39,15 @@ void AppendWidened(string_t& target, std::string_view utf8) {
     std::copy(utf8.begin(), utf8.end(), target.begin() + static_cast<ptrdiff_t>(start));
     return;
   }
+  // Each call is told the size as well.
+  // NOLINTBEGIN(bugprone-suspicious-stringview-data-usage)
   const int bytes = static_cast<int>(utf8.size());
   const int length = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, nullptr, 0);
   if (length <= 0) return;
   target.resize(start + static_cast<size_t>(length));
   const int written =
       MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, target.data() + start, length);
+  // NOLINTEND(bugprone-suspicious-stringview-data-usage)
   target.resize(start + static_cast<size_t>(std::max(written, 0)));
 }
 
@@ -64,6 +67,7 @@ std::u16string Utf16(const string_t& wide) {
   std::u16string units;
   units.reserve(wide.size());
   for (const wchar_t character : wide) {
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a wide character is no byte
     const auto codePoint = static_cast<uint32_t>(character);
     if (codePoint <= kLastUnitOfOne) {
       units.push_back(static_cast<char16_t>(codePoint));
