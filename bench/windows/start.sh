@@ -62,18 +62,21 @@ process_named() {
 processor_time() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
 
 # Milliseconds of a processor that a start of a program takes to its end, with what Wine's server
-# does for it. Unlike the time that passes it hardly depends on other work on the machine.
+# does for it, at the least. Unlike the time that passes it hardly depends on other work on the
+# machine.
 processor_time_of_start() {
-  local server before spent i TIMEFORMAT='%U %S'
+  local server before after i TIMEFORMAT='%3U %3S'
   server=$(process_named wineserver)
   quietly wine "$@"
-  before=$(processor_time "$server")
-  spent=$({ time for ((i = 0; i < rounds; ++i)); do quietly wine "$@"; done; } 2>&1)
-  awk -v spent="$spent" -v before="$before" -v after="$(processor_time "$server")" \
-    -v rounds="$rounds" 'BEGIN {
-      split(spent, part, " ")
-      printf "%.2f", (1000 * (part[1] + part[2]) + (after - before) / 1000000) / rounds
-    }'
+  for ((i = 0; i < rounds; ++i)); do
+    before=$(processor_time "$server")
+    { time quietly wine "$@"; } 2>"$place/spent"
+    after=$(processor_time "$server")
+    printf '%s %s %s\n' "$(<"$place/spent")" "$before" "$after"
+  done | awk '{
+    spent = 1000 * ($1 + $2) + ($4 - $3) / 1000000
+    if (NR == 1 || spent < least) least = spent
+  } END { printf "%.2f", least }'
 }
 
 measure_processor_time() {
