@@ -15,8 +15,8 @@ sys.path.insert(0, TOOL)
 import copies  # noqa: E402
 import marks  # noqa: E402
 import points  # noqa: E402
-import report  # noqa: E402
 import rewrite  # noqa: E402
+import rooms  # noqa: E402
 
 SAMPLE = os.path.join(HERE, "sample.cpp")
 HARNESS = r"""
@@ -170,7 +170,7 @@ class ListTest(unittest.TestCase):
         with tempfile.NamedTemporaryFile("w", suffix=".txt") as file:
             file.write(text)
             file.flush()
-            return report.equal_ones(file.name)
+            return rooms.listed(file.name)
 
     def test_reason_may_take_several_lines(self):
         self.assertEqual(self.listed("# a comment\n\na.cpp | drop: x | y\n  one\n  two\n"),

@@ -10,46 +10,18 @@ import shutil
 import subprocess
 import sys
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "mutate"))
+
+from rooms import HEART, group_of, listed  # noqa: E402
+
 ROOMS = ("VUSL", "client", "task", "service")
 LEAST_LINES = 100.0
 LEAST_BRANCHES = 98.0
 TOOLS = "/usr/lib/llvm-19/bin/"
-# Where conditions are counted one by one: those parts on which everything else stands.
-HEART = {
-    "loop": ("service/EnrollmentLoop.cpp", "service/EventChannels.cpp"),
-    "host": ("service/ServiceHost.cpp", "service/TPMEnrollment.cpp", "service/wmain.cpp"),
-    "store": ("VUSL/Support/ConfigMgmt.cpp", "VUSL/Support/ConfigMemory.cpp",
-              "VUSL/Support/LoadConfig.cpp"),
-    "file": ("VUSL/SupportCore/",),
-    "parsers": ("VUSL/Support/ConfigLine.cpp", "VUSL/Support/CmdLine",
-                "VUSL/Support/ResourceLoader.cpp", "client/GetDeviceHKEY.cpp",
-                "client/HKeyContainer.cpp"),
-}
 
 
 def say(text):
     print(f"-- {text}", file=sys.stderr, flush=True)
-
-
-def listed(path):
-    """What need not be covered, each with its reason: a line that names the place by its text, and
-    below it, indented, why."""
-    found, key = {}, None
-    for number, line in enumerate(open(path, encoding="utf-8"), start=1):
-        line = line.rstrip()
-        if not line or line.startswith("#"):
-            continue
-        if line.startswith("  "):
-            if key is None:
-                raise SystemExit(f"coverage: {path}:{number}: a reason without a place")
-            found[key] = (found[key] + " " + line.strip()).strip()
-        else:
-            key = line
-            found[key] = ""
-    for place, reason in found.items():
-        if not reason:
-            raise SystemExit(f"coverage: {path}: no reason for: {place}")
-    return found
 
 
 class Place:
@@ -165,8 +137,8 @@ def show_pairs(root, told):
     sums = collections.defaultdict(collections.Counter)
     for file in told["data"][0]["files"]:
         name = os.path.relpath(file["filename"], root)
-        group = next((g for g, files in HEART.items() if name.startswith(files)), None)
-        if group is None:
+        group = group_of(name)
+        if group not in HEART:
             continue
         pairs = file["summary"]["mcdc"]
         sums[group].update(count=pairs["count"], covered=pairs["covered"])

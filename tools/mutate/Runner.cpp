@@ -4,7 +4,8 @@
 // starts it.
 //
 //   record SECONDS TEST            "reached STATUS MILLISECONDS POINT..."
-//   run POINT SECONDS TEST...      "killed TEST HOW MILLISECONDS" or "survived - - MILLISECONDS"
+//   run POINT SECONDS TEST SECONDS TEST...
+//                                  "killed TEST HOW MILLISECONDS" or "survived - - MILLISECONDS"
 //
 // At first it prints "early POINT...", the points reached before anything can be ordered.
 
@@ -97,11 +98,11 @@ std::string record(std::istream& order) {
 
 std::string run(std::istream& order) {
   unsigned point = 0;
-  unsigned seconds = 0;
-  order >> point >> seconds;
+  order >> point;
   const auto start = Clock::now();
+  unsigned seconds = 0;
   std::string test;
-  while (order >> test) {
+  while (order >> seconds >> test) {
     const int status = statusOf(test, point, seconds);
     if (status != 0) {
       return "killed " + test + " " + howItEnded(status) + " " + std::to_string(since(start));

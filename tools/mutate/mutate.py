@@ -85,7 +85,7 @@ def judge(points, tests, results, what, jobs):
             results.put(point, *outcome)
         done += 1
         killed += outcome[0] == "killed"
-        if done % 50 == 0:
+        if done % 20 == 0:
             results.save()
         if done % 100 == 0:
             copies.say(f"{what}: {done} of {len(points)} changes, {killed} noticed, "

@@ -4,59 +4,16 @@ import collections
 import os
 import sys
 
+from rooms import HEART, group_of, listed
+
 LEAST = 95.0
 LEAST_IN_THE_HEART = 98.0
-# The rooms, and those parts of them on which everything else stands.
-HEART = {
-    "loop": ("service/EnrollmentLoop.cpp", "service/EventChannels.cpp"),
-    "host": ("service/ServiceHost.cpp", "service/TPMEnrollment.cpp", "service/wmain.cpp"),
-    "store": ("VUSL/Support/ConfigMgmt.cpp", "VUSL/Support/ConfigMemory.cpp",
-              "VUSL/Support/LoadConfig.cpp"),
-    "file": ("VUSL/SupportCore/",),
-    "parsers": ("VUSL/Support/ConfigLine.cpp", "VUSL/Support/CmdLine",
-                "VUSL/Support/ResourceLoader.cpp", "client/GetDeviceHKEY.cpp",
-                "client/HKeyContainer.cpp"),
-}
-
-
-def group_of(file):
-    for name, files in HEART.items():
-        if file.startswith(files):
-            return name
-    return file.split("/")[0]
-
-
-def equal_ones(path):
-    """The changes that change nothing, each with its reason: a line that names the change, and
-    below it, indented, why."""
-    found, key = {}, None
-    if not os.path.exists(path):
-        return found
-    with open(path, encoding="utf-8") as file:
-        lines = file.read().split("\n")
-    for number, line in enumerate(lines, start=1):
-        line = line.rstrip()
-        if not line or line.startswith("#"):
-            continue
-        if line.startswith("  "):
-            if key is None:
-                raise SystemExit(f"mutate: {path}:{number}: a reason without a change")
-            found[key] = (found[key] + " " + line.strip()).strip()
-        else:
-            key = line
-            found[key] = ""
-    for change, reason in found.items():
-        if not reason:
-            raise SystemExit(f"mutate: {path}: no reason for: {change}")
-    return found
-
-
 def score(killed, counted):
     return 100.0 * killed / counted if counted else 100.0
 
 
 def show(root, points, left_out, results, failing):
-    equal = equal_ones(os.path.join(root, "tools", "mutate", "equal.txt"))
+    equal = listed(os.path.join(root, "tools", "mutate", "equal.txt"))
     rows = collections.defaultdict(collections.Counter)
     survivors, stale = [], dict(equal)
     for point in points:

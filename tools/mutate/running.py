@@ -103,6 +103,10 @@ class Tests:
         self.milliseconds = {}
         self.reaching = collections.defaultdict(list)
         self.failing = []
+        self.files = {p.number: p.file for p in copy.numbers.points}
+        # For each test how many points of each file it comes by, and which files it served before.
+        self.touched = {}
+        self.served = collections.Counter()
 
     def record(self, jobs):
         built = [os.stat(self.program).st_mtime_ns]
@@ -118,12 +122,12 @@ class Tests:
                     say(f"looked at {done} of {len(tests)} tests")
             with open(self.notes, "w", encoding="utf-8") as file:
                 json.dump(noted, file)
-        for test, (status, milliseconds, reached) in sorted(
-                noted["tests"].items(), key=lambda row: row[1][1]):
+        for test, (status, milliseconds, reached) in noted["tests"].items():
             if status != 0:
                 self.failing.append(test)
                 continue
             self.milliseconds[test] = milliseconds
+            self.touched[test] = collections.Counter(self.files[p] for p in reached)
             for point in reached:
                 self.reaching[point].append(test)
         if self.failing:
@@ -140,8 +144,21 @@ class Tests:
         tests = self.reaching.get(point.number, [])
         if not tests:
             return ("not reached", "", "", 0)
-        seconds = LEAST_SECONDS + 10 * max(self.milliseconds[t] for t in tests) // 1000
-        return do(point.number, seconds, tests)
+        outcome = do(point.number, sorted(tests, key=lambda t: self.dearness(t, point)))
+        if outcome[0] == "killed":
+            self.served[outcome[1], point.file] += 1
+        return outcome
+
+    def limit(self, test):
+        """The seconds of processor time after which the test counts as one that never ends."""
+        return LEAST_SECONDS + 4 * self.milliseconds[test] // 1000
+
+    def dearness(self, test, point):
+        """The fastest first, those before others that are about the point's file, or that noticed
+        other changes of it."""
+        touched = self.touched[test]
+        about = touched[point.file] / (sum(touched.values()) or 1)
+        return (self.milliseconds[test] + 1) / (0.05 + about) / (1 + self.served[test, point.file])
 
 
 class UnitTests(Tests):
@@ -169,8 +186,8 @@ class UnitTests(Tests):
     def judger(self):
         server = Server(self.program, self.scratch)
 
-        def do(point, seconds, tests):
-            order = f"run {point} {seconds} " + " ".join(tests)
+        def do(point, tests):
+            order = f"run {point} " + " ".join(f"{self.limit(t)} {t}" for t in tests)
             if point in self.early:
                 own = Server(self.program, self.scratch, point)
                 answer = own.ask(order)
@@ -220,9 +237,9 @@ class MachineTests(Tests):
         return do, lambda: os.unlink(marks)
 
     def judger(self):
-        def do(point, seconds, tests):
+        def do(point, tests):
             for test in tests:
-                status = self.run(test, 8 * seconds, MUTANT=str(point))
+                status = self.run(test, 8 * self.limit(test), MUTANT=str(point))
                 if status != 0:
                     return ("killed", test, "timeout" if status is None else "failed", 0)
             return ("survived", "-", "-", 0)

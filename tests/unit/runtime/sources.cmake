@@ -2,6 +2,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/BufferTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/BufferWriterTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CmdLineEchoTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/CmdLineNamesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CmdLinePromptTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CmdLinePromptTextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/CmdLineProcTest.cpp

@@ -143,6 +143,7 @@ TEST_F(EnrollmentLoopTest, tpmEventStartsTheProgramAndEndsTheRun) {
   EXPECT_TRUE(log.contains("[Run] Tpm event signaled."));
   EXPECT_TRUE(log.contains("OrvixVTMEKRecertification has been started."));
   EXPECT_FALSE(log.contains("Stop service event signaled."));
+  EXPECT_FALSE(log.contains("Waiting for event timed out"));
 }
 
 TEST_F(EnrollmentLoopTest, timeoutIsLoggedAndTheWaitGoesOn) {

@@ -198,6 +198,22 @@ TEST_F(EventChannelsTest, stopSignalledWithTheTpmEventMissingEndsAtOnceAndIsCons
   EXPECT_EQ(WaitForSingleObject(Peer::eventHandle(0), 0), WAIT_TIMEOUT);
 }
 
+TEST_F(EventChannelsTest, lookForAStopTakesNoTimeAndTheLineComesAheadOfThePause) {
+  createChannels();
+  log.clear();
+  Texts linesAtTheFirstPause;
+  std::int64_t pausedAtMs = 0;
+  host::CallHooks::instance().before("Sleep", 1, [&] {
+    linesAtTheFirstPause = log.texts();
+    pausedAtMs = clockMs();
+  });
+  const std::int64_t startMs = clockMs();
+  EXPECT_EQ(enrollment->RegisterVTMEvent(), -2);
+  EXPECT_EQ(pausedAtMs, startMs);
+  EXPECT_EQ(linesAtTheFirstPause, (Texts{"[DBG] [TPM] Cannot open event with error: 2",
+                                         "[DBG] [TPM] Next try in 5 sec. Tries left : 9"}));
+}
+
 TEST_F(EventChannelsTest, tpmEventAppearingDuringTheThirdSleepIsOpenedAfterIt) {
   createChannels();
   host::TestThread platform([] {
@@ -221,7 +237,10 @@ TEST_F(EventChannelsTest, tpmEventNeverAppearingIsTriedTenMoreTimesFiveSecondsAp
   const std::int64_t startMs = clockMs();
   EXPECT_EQ(enrollment->RegisterVTMEvent(), -2);
   EXPECT_EQ((clockMs() - startMs) / 1000, 50);
-  EXPECT_EQ(journal().calls("OpenEventW").size(), 11U);
+  ASSERT_EQ(journal().calls("OpenEventW").size(), 11U);
+  for (const host::JournalEntry& call : journal().calls("OpenEventW")) {
+    EXPECT_EQ(call.args, "1048576, 0, Global\\TpmEnrollmentEvent");
+  }
   ASSERT_EQ(journal().calls("Sleep").size(), 10U);
   EXPECT_EQ(journal().calls("Sleep")[0].args, "5000");
   Texts expected;

@@ -119,6 +119,7 @@ TEST_F(ServiceFailureTest, handlerThatCannotBeRegisteredLeavesServiceMain) {
             (Texts{"[FTL] [TPM] Error occured while registrering service control handler",
                    "[FTL] [TPM] Exception occured in ServiceMain function "}));
   EXPECT_TRUE(services().statuses.empty());
+  EXPECT_EQ(journal().calls("SetServiceStatus").size(), 1U);
 }
 
 TEST_F(ServiceFailureTest, refusedReportOfStartPendingIsCaughtAndStopped) {

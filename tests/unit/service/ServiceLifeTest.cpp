@@ -44,6 +44,20 @@ TEST_F(ServiceLifeTest, firstCheckPointIsOneAndTheFirstOfStoppingIsTwo) {
   EXPECT_EQ(all.back(), 0U);
 }
 
+TEST_F(ServiceLifeTest, lifeThatIsStoppedHasCodeZeroInEachReport) {
+  installClient();
+  host::machine().publishEvent(kTpmEvent);
+  host::TestThread operatorThread([] {
+    Sleep(20'000);
+    EXPECT_EQ(services().requestStop(), 0U);
+  });
+  StartDispatcher(kProgram);
+  ASSERT_GE(services().statuses.size(), 4U);
+  for (const SERVICE_STATUS& status : services().statuses) {
+    EXPECT_EQ(status.dwWin32ExitCode, 0U) << status.dwCurrentState;
+  }
+}
+
 TEST_F(ServiceLifeTest, handlerIsRegisteredUnderTheServicesName) {
   installClient();
   StartDispatcher(kProgram);
