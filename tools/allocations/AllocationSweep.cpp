@@ -32,6 +32,7 @@ bool isPermittedEnd(Outcome outcome) {
     case Outcome::kUnnoticed:
     case Outcome::kTold:
     case Outcome::kErrorCode:
+    case Outcome::kErrorAsZero:
     case Outcome::kOtherCode:
     case Outcome::kUsage:
     case Outcome::kRefused:
