@@ -285,6 +285,18 @@ TEST(VerdictTest, HandlerThatOutlivesTheObjectComesToAClosedEventAndToNothingEls
                                          "OpenEventW is still open"));
 }
 
+TEST(VerdictTest, ServiceMayFailIfItsReportIsRefused) {
+  LifeText life = soundLife();
+  life.result_.records.pop_back();
+  life.logError("Exception occured in ServiceMain function").status("1 0 6 1 5000");
+  EXPECT_THAT(life.broken(),
+              ElementsAre("an error that nothing explains: Exception occured in ServiceMain "
+                          "function",
+                          "STOPPED with exit code 6"));
+  life.scenario_.faults.push_back({"SetServiceStatus", 6, 3});
+  EXPECT_THAT(life.broken(), IsEmpty());
+}
+
 TEST(VerdictTest, ChildWhoseHandlesAreNotKept) {
   LifeText life = soundLife();
   life.result_.ledger.pop_back();

@@ -17,6 +17,7 @@ using runner::End;
 
 constexpr std::string_view kHandlerFailed = "Exception occured in ServiceControlHandler function";
 
+constexpr std::string_view kServiceFailed = "Exception occured in ServiceMain function";
 constexpr std::string_view kSlept = "the machine slept for ";
 
 struct LineProbe {
@@ -76,6 +77,7 @@ class Judgement {
   bool sawDebugLines_ = false;
   bool wasEnded_ = false;
   bool handlerFailed_ = false;
+  bool serviceFailed_ = false;
   unsigned programs_ = 0;
 };
 
@@ -123,6 +125,14 @@ void Judgement::error(std::string_view text) {
     return;
   }
   if (text.starts_with("Corrupted config. ")) {
+    return;
+  }
+  // A report that the scenario refuses is a failure of the service like any other.
+  const bool isReportRefused = std::any_of(
+      scenario.faults.begin(), scenario.faults.end(),
+      [](const host::InjectedFault& fault) { return fault.call == "SetServiceStatus"; });
+  if (text.starts_with(kServiceFailed) && isReportRefused) {
+    serviceFailed_ = true;
     return;
   }
   if (text.starts_with(kHandlerFailed)) {
@@ -193,7 +203,7 @@ void Judgement::exited() {
   if (!reports_.isStopped()) {
     verdict_.breaks("the process ended by itself without STOPPED");
   }
-  if (last && last->exitCode != 0) {
+  if (last && last->exitCode != 0 && !serviceFailed_) {
     verdict_.breaks("STOPPED with exit code " + std::to_string(last->exitCode));
   }
   if (sawDebugLines_ && !loop_.hasClosed()) {
