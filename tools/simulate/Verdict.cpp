@@ -323,11 +323,14 @@ void Judgement::ledger() {
         sawDebugLines_ ? unopened : 2);
   takes("process from CreateProcessW is still open", programs_, programs_);
   takes("thread from CreateProcessW is still open", programs_, programs_);
-  // A handler that outlives the object comes to a closed event and to a lock that is no more.
+  // A handler that is still at it when the service's thread has ended comes to a closed event, and
+  // one that outlives the object to a lock that is no more.
   const auto isOfTheHandler = [&](const std::string& text) {
+    if (text.starts_with("SetEvent: event ") && text.ends_with(" was closed before")) {
+      return reports_.hasStopBeenRequested() && reports_.isStopped();
+    }
     return handlerFailed_ &&
-           (text.starts_with("SetEvent: ") || text.starts_with("WaitForSingleObject: ") ||
-            text.starts_with("ReleaseMutex: "));
+           (text.starts_with("WaitForSingleObject: ") || text.starts_with("ReleaseMutex: "));
   };
   for (const auto& [text, count] : left) {
     if (!isOfTheHandler(text)) {
