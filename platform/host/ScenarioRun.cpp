@@ -1,6 +1,7 @@
 // A scenario's life: the machine that it finds, and what happens to it from outside.
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -25,7 +26,7 @@ constexpr unsigned kEndlessLoopCalls = 10'000;
 // The sessions of the scenario that is run, which lives as long as the process.
 const std::vector<ScenarioTrace>* theTraces = nullptr;
 // The script's own thread: what it does comes from outside the machine.
-const Thread* theScript = nullptr;
+std::atomic<const Thread*> theScript = nullptr;
 // Before version 6.2 a wait counts the time in which the machine sleeps.
 bool theWaitsCountOn = false;
 

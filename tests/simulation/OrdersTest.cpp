@@ -74,6 +74,13 @@ TEST_F(OrdersTest, lifeWithAStopHasOrdersOfEachKindAndAllAreRight) {
   }
 }
 
+TEST_F(OrdersTest, lifeWithArgumentsHasThemInEachOrder) {
+  const simulate::OrderResult result = ordersOf(scenario("unknown-parameter"));
+  EXPECT_EQ(result.refusal, "");
+  EXPECT_THAT(result.failures, ::testing::IsEmpty());
+  EXPECT_EQ(figuresOf(result, OrderKind::kEnd).lives, kBudget);
+}
+
 TEST_F(OrdersTest, scenarioWhoseLinesAreNotThoseOfTheRunFails) {
   std::ifstream file(scenario("no-config"), std::ios::binary);
   std::ostringstream text;

@@ -81,11 +81,12 @@ class LifeText {
 
   std::vector<std::string> broken(bool isHeldUp = false) const { return verdict(isHeldUp).broken; }
   simulate::Verdict verdict(bool isHeldUp = false) const {
-    return simulate::judgeLife({scenario_, result_, "TCBRepeaterTime = \"60\"\n", isHeldUp});
+    return simulate::judgeLife({scenario_, result_, config_, isHeldUp});
   }
 
   host::Scenario scenario_;
   runner::RunResult result_;
+  std::string config_ = "TCBRepeaterTime = \"60\"\n";
 
  private:
   LifeText& add(host::ReportKind kind, const std::string& text) {
@@ -273,16 +274,47 @@ TEST(VerdictTest, ImbalanceThatNothingExplains) {
                                          "OpenEventW is still open"));
 }
 
-TEST(VerdictTest, HandlerThatOutlivesTheObjectComesToAClosedEventAndToNothingElse) {
+TEST(VerdictTest, HandlerThatIsLateComesToAClosedEventAndToNothingElse) {
   LifeText life = soundLife();
+  const std::string closed = "unnamed: SetEvent: event 0x94 was closed before";
+  life.result_.ledger.push_back(closed);
+  EXPECT_THAT(life.broken(),
+              ElementsAre("an imbalance that nothing explains: " + closed.substr(9)));
   life.result_.records.pop_back();
-  life.stopComes().logError("Exception occured in ServiceControlHandler function x");
-  life.status("1 0 0 1 5000");
-  life.result_.ledger.emplace_back("unnamed: SetEvent: handle 0x2c was closed before");
+  life.stopComes().status("1 0 0 1 5000");
   EXPECT_THAT(life.broken(), IsEmpty());
   life.result_.ledger.emplace_back("unnamed: event from OpenEventW is still open");
   EXPECT_THAT(life.broken(), ElementsAre("an imbalance that nothing explains: event from "
                                          "OpenEventW is still open"));
+}
+
+// The handler has said what it will do, and the loop goes round before it does.
+TEST(VerdictTest, StopIsNotLostWhileASpinKeepsItsHandlerWaiting) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08").stopComes();
+  life.later(5 * host::kNanosecondsPerMillisecond);
+  life.log("Waiting for signaled event, with timeout = 0 seconds.");
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 258").runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 0 seconds.");
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 0");
+  life.log("[0x7ff] [Run] Stop service event signaled.").ends(0);
+  life.scenario_.clientScript = "talsInitQX1 = 8\n";
+  life.config_ = "TCBRepeaterTime = \"0\"\n";
+  EXPECT_THAT(life.broken(), IsEmpty());
+  life.config_ = "TCBRepeaterTime = \"60\"\n";
+  EXPECT_THAT(life.broken(), Contains("a stop was lost that was not to be lost"));
+}
+
+TEST(VerdictTest, ServiceMayFailIfItsReportIsRefused) {
+  LifeText life = soundLife();
+  life.result_.records.pop_back();
+  life.logError("Exception occured in ServiceMain function").status("1 0 6 1 5000");
+  EXPECT_THAT(life.broken(),
+              ElementsAre("an error that nothing explains: Exception occured in ServiceMain "
+                          "function",
+                          "STOPPED with exit code 6"));
+  life.scenario_.faults.push_back({"SetServiceStatus", 6, 3});
+  EXPECT_THAT(life.broken(), IsEmpty());
 }
 
 TEST(VerdictTest, ChildWhoseHandlesAreNotKept) {

@@ -12,6 +12,8 @@ namespace {
 constexpr unsigned kTries = 10;
 constexpr host::Nanoseconds kMs = host::kNanosecondsPerMillisecond;
 constexpr std::int64_t kMostHeldUpMs = 2 * 60'000;
+// In a spin a thread may have to let another make a thousand calls ahead of each of its own.
+constexpr std::int64_t kMostInASpinMs = 100;
 constexpr unsigned kConnectionError = 8;
 constexpr unsigned kManyPasses = 100;
 constexpr std::string_view kEntries[] = {"", "talsInitHUB", "talsInitQX1"};
@@ -241,10 +243,14 @@ void LoopWatch::checkSeconds(unsigned seconds) {
                   std::to_string(waitMs_ / 1000) + " s");
 }
 
+std::int64_t LoopWatch::marginMs() const {
+  return life_.isHeldUp ? kMostHeldUpMs : waitMs_ == 0 ? kMostInASpinMs : 1;
+}
+
 // A stop that was signalled must end the wait: there is nothing else that takes it but the look for
 // the event, and nothing that loses it but its coming ahead of the stop event.
 void LoopWatch::loseTheStopUnlessItMayBe(host::Nanoseconds at) {
-  const std::int64_t marginMs = life_.isHeldUp ? kMostHeldUpMs : 1;
+  const std::int64_t marginMs = this->marginMs();
   if (!hasPendingStop() || at - stop_->at <= marginMs * kMs) {
     return;
   }
@@ -343,7 +349,7 @@ void LoopWatch::stopComes(std::string_view /*rest*/) {
 }
 
 void LoopWatch::cutShort(host::Nanoseconds at) {
-  const std::int64_t marginMs = life_.isHeldUp ? kMostHeldUpMs : 1;
+  const std::int64_t marginMs = this->marginMs();
   expect(!allGoalsStand() || at - at_ <= 3'000 * kMs + marginMs * kMs || place_ == Place::kClosed,
          "the service goes on although all goals stand");
   if (place_ == Place::kWait) {

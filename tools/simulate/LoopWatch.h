@@ -71,6 +71,8 @@ class LoopWatch {
   void passBegins();
   void checkSeconds(unsigned seconds);
   void loseTheStopUnlessItMayBe(host::Nanoseconds at);
+  // How long what is under way may take that nobody waits for.
+  std::int64_t marginMs() const;
   bool hasPendingStop() const { return stop_.has_value() && !stopTaken_; }
 
   const Life& life_;

@@ -17,6 +17,7 @@ using runner::End;
 
 constexpr std::string_view kHandlerFailed = "Exception occured in ServiceControlHandler function";
 
+constexpr std::string_view kServiceFailed = "Exception occured in ServiceMain function";
 constexpr std::string_view kSlept = "the machine slept for ";
 
 struct LineProbe {
@@ -76,6 +77,7 @@ class Judgement {
   bool sawDebugLines_ = false;
   bool wasEnded_ = false;
   bool handlerFailed_ = false;
+  bool serviceFailed_ = false;
   unsigned programs_ = 0;
 };
 
@@ -123,6 +125,14 @@ void Judgement::error(std::string_view text) {
     return;
   }
   if (text.starts_with("Corrupted config. ")) {
+    return;
+  }
+  // A report that the scenario refuses is a failure of the service like any other.
+  const bool isReportRefused = std::any_of(
+      scenario.faults.begin(), scenario.faults.end(),
+      [](const host::InjectedFault& fault) { return fault.call == "SetServiceStatus"; });
+  if (text.starts_with(kServiceFailed) && isReportRefused) {
+    serviceFailed_ = true;
     return;
   }
   if (text.starts_with(kHandlerFailed)) {
@@ -193,7 +203,7 @@ void Judgement::exited() {
   if (!reports_.isStopped()) {
     verdict_.breaks("the process ended by itself without STOPPED");
   }
-  if (last && last->exitCode != 0) {
+  if (last && last->exitCode != 0 && !serviceFailed_) {
     verdict_.breaks("STOPPED with exit code " + std::to_string(last->exitCode));
   }
   if (sawDebugLines_ && !loop_.hasClosed()) {
@@ -313,11 +323,14 @@ void Judgement::ledger() {
         sawDebugLines_ ? unopened : 2);
   takes("process from CreateProcessW is still open", programs_, programs_);
   takes("thread from CreateProcessW is still open", programs_, programs_);
-  // A handler that outlives the object comes to a closed event and to a lock that is no more.
+  // A handler that is still at it when the service's thread has ended comes to a closed event, and
+  // one that outlives the object to a lock that is no more.
   const auto isOfTheHandler = [&](const std::string& text) {
+    if (text.starts_with("SetEvent: event ") && text.ends_with(" was closed before")) {
+      return reports_.hasStopBeenRequested() && reports_.isStopped();
+    }
     return handlerFailed_ &&
-           (text.starts_with("SetEvent: ") || text.starts_with("WaitForSingleObject: ") ||
-            text.starts_with("ReleaseMutex: "));
+           (text.starts_with("WaitForSingleObject: ") || text.starts_with("ReleaseMutex: "));
   };
   for (const auto& [text, count] : left) {
     if (!isOfTheHandler(text)) {
