@@ -7,10 +7,10 @@ set -euo pipefail
 readonly verb=$1 table=$2 page=$3
 readonly begin='<!-- the table that the contract suite made -->' end='<!-- end of the table -->'
 
-grep -qxF -- "$begin" "$page" && grep -qxF -- "$end" "$page" || {
+if ! grep -qxF -- "$begin" "$page" || ! grep -qxF -- "$end" "$page"; then
   printf 'table.sh: %s has no place for the table\n' "$page" >&2
   exit 1
-}
+fi
 case $verb in
   compare)
     sed -n "/^$begin$/,/^$end$/{/^<!--/d;p}" "$page" | diff -u --label "$page" - \

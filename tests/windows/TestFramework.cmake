@@ -16,6 +16,3 @@ add_library(windows_test INTERFACE)
 target_include_directories(windows_test INTERFACE ${CMAKE_SOURCE_DIR})
 target_link_libraries(windows_test INTERFACE googletest_windows strict_warnings)
 target_link_options(windows_test INTERFACE -static -s)
-# Headers of the platform and of the framework are most of what there is to compile.
-target_precompile_headers(windows_test INTERFACE ${CMAKE_SOURCE_DIR}/platform/win32.h
-                          <gtest/gtest.h> <functional> <string> <vector>)

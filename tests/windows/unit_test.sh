@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Unit tests as a Windows program under Wine: unit_test.sh PROGRAM [OPTIONS]. SESSION is the script for
+# prefixes, TEMPLATE the prefix to copy.
+set -euo pipefail
+
+readonly program=$1
+shift
+place=$(mktemp -d)
+export WINEPREFIX=$place/prefix WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+unset DISPLAY
+trap '"$SESSION" end "$WINEPREFIX" && rm -rf -- "$place"' EXIT
+
+"$SESSION" template "$TEMPLATE"
+"$SESSION" clone "$TEMPLATE" "$WINEPREFIX"
+wineserver -p >/dev/null 2>&1 </dev/null
+mkdir -- "$WINEPREFIX/drive_c/S"
+cp -- "$program" "$WINEPREFIX/drive_c/S/"
+
+# A program that broke down may give any status, so its own last word counts too.
+status=0
+timeout 200 wine "C:\\S\\$(basename -- "$program")" --gtest_brief=1 "$@" >"$place/out" 2>&1 \
+  </dev/null || status=$?
+tr -d '\r' <"$place/out" | tee "$place/printed"
+if [[ $status == 0 ]] && ! grep -qE '^\[  PASSED  \] [1-9][0-9]* tests?\.$' "$place/printed"; then
+  printf 'FAILED: no test passed\n'
+  exit 1
+fi
+exit "$status"
