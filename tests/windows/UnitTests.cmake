@@ -17,6 +17,7 @@ set(runs_under_wine
   diagnostics/UseCaseIdentifierTest.cpp
   runtime/BufferTest.cpp
   runtime/BufferWriterTest.cpp
+  runtime/CmdLineNamesTest.cpp
   runtime/CmdLineProcTest.cpp
   runtime/CmdLineSizeTest.cpp
   runtime/CmdLineValueTest.cpp
