@@ -15,9 +15,9 @@
 #include "platform/win32.h"
 
 // What stands in the place of the model's MachineTest where unit tests are built for Windows: the
-// machine is the one that the program runs on. Its drive is the real one. It has no journal and takes
-// no faults: a test that asks for them fails, and so must not be run here. What is open is not
-// accounted for.
+// machine is the one that the program runs on. Its drive is the real one. It has no journal and
+// takes no faults: a test that asks for them fails, and so must not be run here. What is open is
+// not accounted for.
 namespace host {
 
 class RealDrive {
