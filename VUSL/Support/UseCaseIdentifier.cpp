@@ -15,8 +15,7 @@ UseCaseIdentifier& UseCaseIdentifier::getInstance() {
   // Never destroyed: static objects log while they are destroyed.
   static UseCaseIdentifier* const instance = new (std::nothrow) UseCaseIdentifier(kUseCase);
   if (instance == nullptr) {
-    throw Exception(kGetInstance)
-        << kNullInstance << TypeName<UseCaseIdentifier>::text;
+    throw Exception(kGetInstance) << kNullInstance << TypeName<UseCaseIdentifier>::text;
   }
   return *instance;
 }

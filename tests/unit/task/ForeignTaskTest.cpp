@@ -1,5 +1,5 @@
-#include "tests/unit/task/LifecycleFixture.h"
 #include "tests/support/NullPointerEnd.h"
+#include "tests/unit/task/LifecycleFixture.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "task/TaskState.h"
-#include "tests/unit/task/LifecycleFixture.h"
 #include "tests/support/NullPointerEnd.h"
+#include "tests/unit/task/LifecycleFixture.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <set>
 
 #include "task/ComError.h"
-#include "tests/unit/task/LifecycleFixture.h"
 #include "tests/support/NullPointerEnd.h"
+#include "tests/unit/task/LifecycleFixture.h"
 #include "tests/unit/task/RoadEnd.h"
 #include "tests/unit/task/TaskTrace.h"
 
