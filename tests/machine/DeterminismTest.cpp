@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr std::uint64_t kComparedSeeds[] = {0, 1, 2, 12345};
-constexpr std::uint64_t kLastTriedSeed = 10;
+constexpr std::uint64_t kComparedSeeds[] = {0, 1, 12345};
+constexpr std::uint64_t kLastTriedSeed = 5;
 
 class DeterminismTest : public ::testing::TestWithParam<std::string> {};
 
