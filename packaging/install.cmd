@@ -31,6 +31,7 @@ set "SOURCE=%~dp0files"
 set "RECORD=%NAME%-files.txt"
 set "TARGET="
 set "START=yes"
+set "MISSING="
 
 :next_argument
 if "%~1"=="" goto arguments_read
@@ -53,7 +54,8 @@ goto next_argument
 exit /b 1
 
 :arguments_read
-if not exist "%SOURCE%\%RECORD%" goto incomplete
+if not exist "%SOURCE%\%RECORD%" set "MISSING=%RECORD%"
+if defined MISSING goto incomplete
 for /f "usebackq delims=" %%f in ("%SOURCE%\%RECORD%") do if not exist "%SOURCE%\%%f" set "MISSING=%%f"
 if defined MISSING goto incomplete
 
@@ -99,6 +101,9 @@ if exist "%OLD%\%NAME%.exe" goto in_use
 :copy_files
 if not exist "%TARGET%\" mkdir "%TARGET%" 2>nul
 if not exist "%TARGET%\" goto not_copied
+rem The record first: if this breaks off, it tells the next run whose the service is.
+copy /y "%SOURCE%\%RECORD%" "%TARGET%\" >nul 2>&1
+if errorlevel 1 goto not_copied
 "%SYSTEM%\xcopy.exe" "%SOURCE%" "%TARGET%" /E /I /Q /R /Y >nul
 if errorlevel 1 goto not_copied
 if not exist "%TARGET%\%NAME%.exe" goto not_copied
@@ -106,6 +111,8 @@ if not exist "%TARGET%\%NAME%.exe" goto not_copied
 if not defined OLD goto described
 call :configure
 if not "%CODE%"=="0" goto refused
+rem By its program, as a folder may be told in several ways.
+if not exist "%OLD%\%NAME%.exe" call :remove_record "%OLD%"
 :described
 "%SC%" description %NAME% "Sees the firmware TPM of this platform through its enrollment, and ends by itself when that is done." >nul
 if errorlevel 1 echo note: the description could not be set
@@ -156,6 +163,7 @@ exit /b 6
 if defined OLD >&2 echo The service is registered and stopped; run this script again.
 if defined OLD exit /b 2
 call :remove_files "%TARGET%"
+call :remove_record "%TARGET%"
 "%SC%" delete %NAME% >nul
 >&2 echo What had been done was undone.
 exit /b 2
@@ -215,8 +223,9 @@ set /a TRIES-=1
 "%SYSTEM%\ping.exe" -n 2 127.0.0.1 >nul
 exit /b
 
-rem Removes what an installation's record names, and the folders of it that are empty then. The
-rem process of a service lives on for a moment after it has told that it stopped.
+rem Removes what an installation's record names. The record stays: an installation without one is
+rem nobody's, and neither script would touch it again. The process of a service lives on for a moment
+rem after it has told that it stopped.
 :remove_files
 if not exist "%~1\%RECORD%" exit /b
 set "TRIES=20"
@@ -228,8 +237,12 @@ if not "%TRIES%"=="0" goto remove_program
 exit /b
 :remove_rest
 for /f "usebackq delims=" %%f in ("%~1\%RECORD%") do if exist "%~1\%%f" del /f /q "%~1\%%f"
-if exist "%~1\%RECORD%" del /f /q "%~1\%RECORD%"
 rd "%~1\%NAME%-docs\licences" "%~1\%NAME%-docs" >nul 2>&1
+exit /b
+
+rem Removes the record, and the folders that are empty then.
+:remove_record
+if exist "%~1\%RECORD%" del /f /q "%~1\%RECORD%"
 rd "%~1" >nul 2>&1
 if /i "%~1"=="%PROGRAMS%\Orvix\%NAME%" rd "%PROGRAMS%\Orvix" >nul 2>&1
 exit /b

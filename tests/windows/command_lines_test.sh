@@ -27,11 +27,20 @@ The following parameters are allowed:
     -help -- print this message
 END
 
+# Each way ends with the same usage text; the log tells which one it was.
+readonly to_dispatcher='Starting the service control dispatcher' refused='Error while parsing parameters'
+logged() { if grep -qF -- "$1" "$place/err"; then printf yes; else printf no; fi; }
+
 failed=0
 expect_usage() {
   local status=0
-  timeout 60 wine 'C:\S\TPMEnrollmentService.exe' "$@" >"$place/out" 2>"$place/err" </dev/null ||
-    status=$?
+  WINEDEBUG=-all,warn+seh timeout 60 wine 'C:\S\TPMEnrollmentService.exe' "$@" >"$place/out" \
+    2>"$place/err" </dev/null || status=$?
+  if [[ $(logged "$refused") != "$says_refused" || $(logged "$to_dispatcher") != no ]]; then
+    printf 'FAILED: with <%s> another way was taken\n' "$*"
+    cat -- "$place/err"
+    failed=1
+  fi
   tr -d '\r' <"$place/out" >"$place/printed"
   if [[ $status != 0 ]] || ! diff -u -- "$place/usage" "$place/printed"; then
     printf 'FAILED: with <%s> the exit status is %s\n' "$*" "$status"
@@ -39,12 +48,16 @@ expect_usage() {
   fi
 }
 
-expect_usage -help
-expect_usage -HeLP
+says_refused=yes
 expect_usage '-?'
 expect_usage '-?' -help
 expect_usage -help '-?'
 expect_usage '-?' '-?'
+expect_usage '-?' -unknown
+says_refused=no
+expect_usage -unknown '-?'
+expect_usage -help
+expect_usage -HeLP
 expect_usage '-??'
 expect_usage '/?'
 expect_usage /help
@@ -64,6 +77,15 @@ expect_usage '-help=1'
 expect_usage '-help "quoted'
 expect_usage $'-h\xc3\xb6lp'
 expect_usage "-$(printf 'x%.0s' {1..2000})"
+
+# With nothing on it the dispatcher is asked, and that would have been seen above. What it answers in
+# a session without services is Wine's own affair.
+WINEDEBUG=-all,warn+seh timeout 60 wine 'C:\S\TPMEnrollmentService.exe' >"$place/out" 2>"$place/err" \
+  </dev/null || true
+if [[ $(logged "$to_dispatcher") != yes ]]; then
+  printf 'FAILED: without an argument the dispatcher is not asked\n'
+  failed=1
+fi
 
 # Without the stack and without the variable there is no log, and nobody whom it could tell.
 unset TALS_CONFDIR_PATH

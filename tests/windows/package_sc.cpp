@@ -1,7 +1,8 @@
 // The service manager's tool, sc.exe, as the scripts of the package use it: Wine's own knows half
 // of the verbs, and ends with 1 where the platform's ends with the error. Each call is written down
 // in C:\sc-calls.txt. While C:\sc-refuses.txt is there, every verb but `query` answers as it does
-// to somebody who has not the rights, because Wine separates none.
+// to somebody who has not the rights, because Wine separates none; if it names a verb and an error,
+// as "start 1053", that verb alone fails so.
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
@@ -29,6 +30,22 @@ void writeDown(int argc, wchar_t** argv) {
   }
   std::fwprintf(calls, L"\n");
   std::fclose(calls);
+}
+
+// The error with which the verb is to be refused, or 0.
+DWORD refusalOf(const std::wstring& verb) {
+  FILE* refuses = _wfopen(kRefuses, L"r");
+  if (refuses == nullptr) {
+    return ERROR_SUCCESS;
+  }
+  wchar_t named[32] = L"";
+  DWORD error = 0;
+  const bool isNamed = std::fwscanf(refuses, L"%31ls %lu", named, &error) == 2;
+  std::fclose(refuses);
+  if (isNamed) {
+    return verb == named ? error : ERROR_SUCCESS;
+  }
+  return verb == L"query" ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 // The value behind a key such as "start="; null if it is not among the arguments.
@@ -149,8 +166,8 @@ int wmain(int argc, wchar_t** argv) {
     return failed(L"(usage)", ERROR_INVALID_PARAMETER);
   }
   const std::wstring verb = argv[1];
-  if (verb != L"query" && GetFileAttributesW(kRefuses) != INVALID_FILE_ATTRIBUTES) {
-    return failed(verb == L"create" ? L"OpenSCManager" : L"OpenService", ERROR_ACCESS_DENIED);
+  if (const DWORD error = refusalOf(verb); error != ERROR_SUCCESS) {
+    return failed(verb == L"create" ? L"OpenSCManager" : L"OpenService", error);
   }
   SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
   if (manager == nullptr) {

@@ -39,12 +39,24 @@ on 1 cmd /c "$install" /dir 'relative\folder'
 on 0 cmd /c "$uninstall"
 expect_line "$name is not installed."
 
+# --- the service manager's other refusals -------------------------------------------------------
+
+refuse() { printf '%s\n' "$1" >"$drive/sc-refuses.txt"; }
+refuse 'create 1072'
+on 7 cmd /c "$install"
+expect_line 'install.cmd: the service manager refused: error 1072'
+rm -- "$drive/sc-refuses.txt"
+
 # --- what is incomplete, or cannot be copied, leaves nothing ------------------------------------
 
 mv -- "$drive/package/files/pl-PL.dll" "$place/"
 on 2 cmd /c "$install"
 expect_line 'install.cmd: the package is not complete: "C:\package\files\pl-PL.dll" is missing'
 mv -- "$place/pl-PL.dll" "$drive/package/files/"
+mv -- "$drive/package/files/$name-files.txt" "$place/"
+on 2 cmd /c "$install"
+expect_line "install.cmd: the package is not complete: \"C:\package\files\\$name-files.txt\" is missing"
+mv -- "$place/$name-files.txt" "$drive/package/files/"
 
 on 2 cmd /c "$install" /dir 'C:\windows\win.ini\inside'
 expect_line 'install.cmd: the files could not be copied to "C:\windows\win.ini\inside".'
@@ -79,6 +91,12 @@ expect_line 'uninstall.cmd: access is denied. This takes a command prompt of an 
 [[ -f "$drive/Program Files/Orvix/$name/gone-since.txt" ]] || give_up 'files went without rights'
 rm -- "$drive/sc-refuses.txt"
 
+# --- an upgrade that breaks off when the old files have gone can be done again ------------------
+
+on 2 cmd /c "$install" /dir 'C:\windows\win.ini\inside'
+expect_line 'The service is registered and stopped; run this script again.'
+[[ ! -e "$drive/Program Files/Orvix/$name/$name.exe" ]] || give_up 'it broke off too early to tell'
+
 # --- upgraded, and moved into the stack's folder, where it can run ------------------------------
 
 on 0 cmd /c "$install" /dir 'C:\Program Files\Orvix\tALS Client'
@@ -88,6 +106,15 @@ cmp -- "$stack/$name.exe" "$BUILD_ROOT/program/$name.exe" || give_up 'another pr
 [[ ! -e $stack/gone-since.txt ]] || give_up 'a file of the older version was taken along'
 await_state RUNNING
 
+# A service that does not stop is left as it is.
+refuse 'stop 1051'
+on 6 cmd /c "$install"
+expect_line 'install.cmd: the service did not stop: error 1051. Nothing was changed.'
+on 6 cmd /c "$uninstall"
+expect_line 'uninstall.cmd: the service did not stop: error 1051. Nothing was changed; try again.'
+rm -- "$drive/sc-refuses.txt"
+expect_state RUNNING
+
 # Once more, in its place, with the service at work.
 on 0 cmd /c "$install"
 expect_line 'Bringing TPMEnrollmentService up to this version in "C:\Program Files\Orvix\tALS Client"'
@@ -95,6 +122,13 @@ await_state RUNNING
 
 on 0 sc stop "$name"
 await_state STOPPED
+
+# One that does not start breaks nothing off.
+refuse 'start 1053'
+on 3 cmd /c "$install"
+expect_line 'install.cmd: installed, but the service did not start: error 1053'
+rm -- "$drive/sc-refuses.txt"
+cmp -- "$stack/$name.exe" "$BUILD_ROOT/program/$name.exe" || give_up 'it was not installed'
 
 # The sample has nothing that the checker complains about, and changes nothing.
 on 0 'C:\Program Files\Orvix\tALS Client\config-check.exe' \
