@@ -288,6 +288,16 @@ TEST(VerdictTest, HandlerThatIsLateComesToAClosedEventAndToNothingElse) {
                                          "OpenEventW is still open"));
 }
 
+// The object went while the handler had its lock.
+TEST(VerdictTest, LockThatWentWithTheObjectIsAHandlersThatWasHeldUpAlone) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08").runs(2, "00");
+  life.stopComes().ends(0).logError("ScopedLock dtor: Unlock failed for: 0x7ffff4ffdd20");
+  life.result_.ledger.emplace_back("unnamed: ReleaseMutex: mutex 0x68 was closed before");
+  EXPECT_THAT(life.broken(true), IsEmpty());
+  EXPECT_THAT(life.broken(false), Not(IsEmpty()));
+}
+
 // The handler has said what it will do, and the loop goes round before it does.
 TEST(VerdictTest, StopIsNotLostWhileASpinKeepsItsHandlerWaiting) {
   LifeText life;

@@ -17,6 +17,8 @@ using runner::End;
 
 constexpr std::string_view kHandlerFailed = "Exception occured in ServiceControlHandler function";
 
+constexpr std::string_view kUnlockFailed = "ScopedLock dtor: Unlock failed for: ";
+
 constexpr std::string_view kServiceFailed = "Exception occured in ServiceMain function";
 constexpr std::string_view kSlept = "the machine slept for ";
 
@@ -60,6 +62,7 @@ class Judgement {
   void note(std::string_view text);
   void slept(std::string_view text);
   void error(std::string_view text);
+  bool mayUseTheDead() const;
   void end();
   void exited();
   void faulted();
@@ -77,6 +80,7 @@ class Judgement {
   bool sawDebugLines_ = false;
   bool wasEnded_ = false;
   bool handlerFailed_ = false;
+  bool handlerUnlocksLate_ = false;
   bool serviceFailed_ = false;
   unsigned programs_ = 0;
 };
@@ -142,7 +146,17 @@ void Judgement::error(std::string_view text) {
     }
     return;
   }
+  if (text.starts_with(kUnlockFailed) && mayUseTheDead()) {
+    handlerUnlocksLate_ = true;
+    verdict_.hit(Probe::kHandlerAfterTheObject);
+    return;
+  }
   verdict_.breaks("an error that nothing explains: " + std::string(text));
+}
+
+// What was released when the service's thread ended is used by a handler that is still at it.
+bool Judgement::mayUseTheDead() const {
+  return life_.isHeldUp && reports_.isStopped() && reports_.hasStopBeenRequested();
 }
 
 void Judgement::note(std::string_view text) {
@@ -211,9 +225,8 @@ void Judgement::exited() {
   }
 }
 
-// What was released when the service's thread ended is used by a handler that is still at it.
 void Judgement::faulted() {
-  if (life_.isHeldUp && reports_.isStopped() && reports_.hasStopBeenRequested()) {
+  if (mayUseTheDead()) {
     verdict_.hit(Probe::kHandlerAfterTheObject);
     return;
   }
@@ -329,7 +342,7 @@ void Judgement::ledger() {
     if (text.starts_with("SetEvent: event ") && text.ends_with(" was closed before")) {
       return reports_.hasStopBeenRequested() && reports_.isStopped();
     }
-    return handlerFailed_ &&
+    return (handlerFailed_ || handlerUnlocksLate_) &&
            (text.starts_with("WaitForSingleObject: ") || text.starts_with("ReleaseMutex: "));
   };
   for (const auto& [text, count] : left) {
