@@ -29,6 +29,7 @@ LifeOrder theOrder;
 std::string_view theCall;
 unsigned theCallsSeen = 0;
 bool theProductIsEntered = false;
+bool theTokenIsAskedFor = false;  // and the dispatcher has not been entered
 
 [[noreturn]] void giveUp(const char* what) {
   std::perror(what);
@@ -38,7 +39,9 @@ bool theProductIsEntered = false;
 Phase phaseNow() {
   const auto& statuses = machine().services.statuses;
   if (statuses.empty()) {
-    return theProductIsEntered ? Phase::kEntering : Phase::kLoading;
+    return !theProductIsEntered ? Phase::kLoading
+           : theTokenIsAskedFor ? Phase::kDropping
+                                : Phase::kEntering;
   }
   switch (statuses.back().dwCurrentState) {
     case SERVICE_START_PENDING:
@@ -63,6 +66,8 @@ std::uint16_t placeOf(std::string_view call) {
 }
 
 void look(std::string_view call) {
+  theTokenIsAskedFor =
+      call == "OpenProcessToken" || (theTokenIsAskedFor && call != "StartServiceCtrlDispatcherW");
   if (theWatch->isTraced && theWatch->count < LifeWatch::kMostCalls) {
     const std::uint32_t id = Scheduler::isKnown() ? Scheduler::current().id : kFirstThreadId;
     theWatch->calls[theWatch->count] = {

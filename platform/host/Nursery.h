@@ -21,12 +21,13 @@ inline constexpr int kNurseryWatch = 5;
 enum class Phase : std::uint8_t {
   kLoading,   // ahead of the program's entry: static objects
   kEntering,  // the entry, up to the first report to the service manager
+  kDropping,  // privileges, in between
   kStarting,  // START_PENDING
   kRunning,   // RUNNING
   kStopping,  // STOP_PENDING
   kStopped,   // STOPPED, and what comes after it up to the end of the process
 };
-inline constexpr std::size_t kPhases = 6;
+inline constexpr std::size_t kPhases = 7;
 
 // One life to come.
 struct LifeOrder {

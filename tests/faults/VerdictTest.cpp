@@ -133,12 +133,12 @@ TEST(VerdictTest, AnotherPhaseMayNotComeToTheSame) {
 TEST(VerdictTest, ErrorsThatTheFaultDoesNotExplainAreReasons) {
   const std::string told = "[ERR] [TPM] OpenProcessToken failed, error code: 5";
   EXPECT_EQ(judgeFault(life({"[DBG] a"}), life({told, "[ERR] [TPM] Dropping Privileges: Failure"}),
-                       strike("OpenProcessToken", Phase::kEntering))
+                       strike("OpenProcessToken", Phase::kDropping))
                 .reasons,
             Reasons{});
   EXPECT_EQ(
       judgeFault(life({"[DBG] a"}), life({told, "[ERR] [TPM] HeapFree failed, error code = 87"}),
-                 strike("OpenProcessToken", Phase::kEntering))
+                 strike("OpenProcessToken", Phase::kDropping))
           .reasons,
       Reasons{"not explained: [ERR] [TPM] HeapFree failed, error code = 87"});
 }
@@ -188,10 +188,65 @@ TEST(VerdictTest, WhatFailsAnywayMayFail) {
 
 TEST(VerdictTest, WhatTheScenarioMakesFailMayComeAtAnotherPlace) {
   const Sight failing = life({"[ERR] [TPM] Cannot create event with error: 5"});
-  Strike moved = strike("OpenProcessToken", Phase::kEntering);
+  Strike moved = strike("OpenProcessToken", Phase::kDropping);
   EXPECT_FALSE(judgeFault(life({"[DBG] a"}), failing, moved).reasons.empty());
   moved.alsoFailing = {"CreateEventW"};
   EXPECT_EQ(judgeFault(life({"[DBG] a"}), failing, moved).reasons, Reasons{});
+}
+
+TEST(VerdictTest, InitHasOneExitCodeForAllThatFails) {
+  Sight refused = life({"[ERR] [TPM] Unable to initialize service. Error message:"});
+  const Strike namespaced = strike("CreatePrivateNamespaceW", Phase::kStarting);
+  refused.statuses.back().exitCode = 5;
+  EXPECT_FALSE(judgeFault(life({"[DBG] a"}), refused, namespaced).reasons.empty());
+  refused.statuses.back().exitCode = DWORD(-1);
+  EXPECT_TRUE(judgeFault(life({"[DBG] a"}), refused, namespaced).reasons.empty());
+}
+
+TEST(VerdictTest, StopEventThatIsRefusedGivesItsOwnError) {
+  Sight refused = life({"[ERR] [TPM] Cannot create event with error: 5"});
+  const Strike event = strike("CreateEventW", Phase::kRunning);
+  refused.statuses.back().exitCode = 6;
+  EXPECT_FALSE(judgeFault(life({"[DBG] a"}), refused, event).reasons.empty());
+  refused.statuses.back().exitCode = 5;
+  EXPECT_TRUE(judgeFault(life({"[DBG] a"}), refused, event).reasons.empty());
+}
+
+TEST(VerdictTest, GoalThatALaunchWhichFailedHasMetIsAReason) {
+  const std::string begun = "[INF] [TPM] [0x] [Run] Starting talsInit...";
+  const std::string failed = "[ERR] [TPM] Cannot run OrvixVTMEKRecertification.exe process.";
+  const Strike launch = strike("CreateProcessW", Phase::kRunning);
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), life({"[DBG] a", begun, failed}), launch).reasons,
+            Reasons{"it ended by itself with a goal open"});
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}),
+                       life({"[DBG] a", begun, failed, "-- program started: C:\\x.exe"}), launch)
+                .reasons,
+            Reasons{});
+}
+
+TEST(VerdictTest, WhoWaitsForEverIsAReason) {
+  Sight stuck = life({"[DBG] a", "[ERR] [TPM] Cannot run OrvixVTMEKRecertification.exe process."});
+  stuck.end = End::kRunning;
+  const Strike launch = strike("CreateProcessW", Phase::kRunning);
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), stuck, launch).reasons, Reasons{});
+  stuck.end = End::kDeadlock;
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), stuck, launch).reasons,
+            Reasons{"somebody waits for ever"});
+  stuck.lines.emplace_back("[DBG] [TPM] [0x] Executing command synchronously");
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), stuck, launch).reasons, Reasons{});
+  stuck.lines.emplace_back("[DBG] [TPM] [0x] tALS init status: 0x00 [STATUS_OK]");
+  EXPECT_EQ(judgeFault(life({"[DBG] a"}), stuck, launch).reasons,
+            Reasons{"somebody waits for ever"});
+}
+
+// Nobody tells of a handle that is not closed but that of the token.
+TEST(VerdictTest, TokenThatCannotBeClosedIsTold) {
+  EXPECT_FALSE(
+      judgeFault(life({"[DBG] a"}), life({"[DBG] a"}), strike("CloseHandle", Phase::kDropping))
+          .reasons.empty());
+  EXPECT_TRUE(
+      judgeFault(life({"[DBG] a"}), life({"[DBG] a"}), strike("CloseHandle", Phase::kEntering))
+          .reasons.empty());
 }
 
 TEST(VerdictTest, AFaultThatNeverStruckIsAReason) {

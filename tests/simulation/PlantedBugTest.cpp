@@ -70,6 +70,14 @@ TEST(PlantedBugTest, StopThatIsNotActedOnIsFound) {
   expectFound("stop_goes_on", "the loop went on after a stop");
 }
 
+TEST(PlantedBugTest, StopThatIsNotHandedOnIsFound) {
+  expectFound("stop_not_handed_on", "a stop was taken and never handed on");
+}
+
+TEST(PlantedBugTest, WaitWithoutEndIsFound) {
+  expectFound("wait_without_end", "a wait lasts longer than it is to last");
+}
+
 TEST(PlantedBugTest, CheckPointThatDoesNotRiseIsFound) {
   expectFound("check_point_stays", "the check-point did not rise");
 }

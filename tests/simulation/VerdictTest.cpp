@@ -166,6 +166,52 @@ TEST(VerdictTest, StopThatIsLost) {
   EXPECT_THAT(life.broken(), Contains("a stop was lost that was not to be lost"));
 }
 
+TEST(VerdictTest, StopThatIsTakenAndNotHandedOn) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 60 seconds.");
+  life.note("service manager: stop requested").status("3 2 0 1 5000").later(60 * kSecond);
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 258");
+  EXPECT_THAT(life.broken(), Contains("a stop was taken and never handed on"));
+}
+
+TEST(VerdictTest, StopWhoseReportIsRefusedNeedNotBeHandedOn) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 60 seconds.");
+  life.note("service manager: stop requested");
+  life.logError("Exception occured in ServiceControlHandler function ").later(60 * kSecond);
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 258");
+  life.result_.end = runner::End::kRunning;
+  EXPECT_THAT(life.broken(),
+              ElementsAre("the control handler failed while the service was at work"));
+  life.scenario_.faults.push_back({"SetServiceStatus", 6, 3});
+  EXPECT_THAT(life.broken(), IsEmpty());
+}
+
+TEST(VerdictTest, WaitThatIsTooLong) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08").waits("258", 62 * kSecond);
+  life.result_.end = runner::End::kRunning;
+  EXPECT_THAT(life.broken(), ElementsAre("a wait lasts longer than it is to last"));
+}
+
+TEST(VerdictTest, WaitThatNeverEnds) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 60 seconds.").later(70 * kSecond);
+  life.note("the network is back");
+  life.result_.end = runner::End::kDeadlock;
+  EXPECT_THAT(life.broken(), ElementsAre("a wait lasts longer than it is to last"));
+}
+
+TEST(VerdictTest, ServiceThatDoesNotGoOn) {
+  LifeText life;
+  life.begins().runs(1, "00").looksAndOpens().later(60 * kSecond).note("the network is back");
+  life.result_.end = runner::End::kDeadlock;
+  EXPECT_THAT(life.broken(), ElementsAre("the service does not go on"));
+}
+
 TEST(VerdictTest, StopAheadOfTheStopEventMayBeLost) {
   LifeText life;
   life.status("2 1 0 0 5000").status("4 0 0 1 5000").stopComes();
@@ -265,6 +311,14 @@ TEST(VerdictTest, ErrorThatNothingExplains) {
   life.logError("[0x7ff] [Run] Waiting for event failed with error: 6");
   EXPECT_THAT(life.broken(),
               Contains("an error that nothing explains: Waiting for event failed with error: 6"));
+}
+
+TEST(VerdictTest, SoundConfigurationIsNotCorrupted) {
+  LifeText life = soundLife();
+  life.logError("Corrupted config. Default values will be used.");
+  EXPECT_THAT(life.broken(), ElementsAre("a configuration that is sound counts as corrupted"));
+  life.config_ += "# a comment\n\nthis is no setting\n";
+  EXPECT_THAT(life.broken(), IsEmpty());
 }
 
 TEST(VerdictTest, ImbalanceThatNothingExplains) {

@@ -14,6 +14,10 @@ constexpr host::Nanoseconds kMs = host::kNanosecondsPerMillisecond;
 constexpr std::int64_t kMostHeldUpMs = 2 * 60'000;
 // In a spin a thread may have to let another make a thousand calls ahead of each of its own.
 constexpr std::int64_t kMostInASpinMs = 100;
+// What others do meanwhile, and what the service does that is neither a wait nor a call of the
+// client library: a try for the event, the pause ahead of STOPPED, a turn of the control handler.
+constexpr std::int64_t kMostOfOthersMs = 1'000;
+constexpr std::int64_t kMostOfAStepMs = 10'000;
 constexpr unsigned kConnectionError = 8;
 constexpr unsigned kManyPasses = 100;
 constexpr std::string_view kEntries[] = {"", "talsInitHUB", "talsInitQX1"};
@@ -223,6 +227,7 @@ void LoopWatch::waitBegins(std::string_view rest) {
   expect(!done_[1] || arranged_ || opened_, "the event was not looked for ahead of the wait");
   checkSeconds(numberIn(rest));
   waitBegan_ = at_;
+  sleptInWait_ = 0;
   place_ = Place::kWait;
 }
 
@@ -260,6 +265,19 @@ void LoopWatch::loseTheStopUnlessItMayBe(host::Nanoseconds at) {
   }
 }
 
+void LoopWatch::expectThatTheStopCame(host::Nanoseconds at) {
+  if (accepted_ && at - *accepted_ > (marginMs() + kMostOfOthersMs) * kMs) {
+    verdict_.breaks("a stop was taken and never handed on");
+    accepted_.reset();
+  }
+}
+
+void LoopWatch::expectNoLongerWait(host::Nanoseconds at) {
+  const host::Nanoseconds most = static_cast<std::uint32_t>(waitMs_) * kMs + sleptInWait_;
+  expect(at - waitBegan_ <= most + (marginMs() + kMostOfOthersMs) * kMs,
+         "a wait lasts longer than it is to last");
+}
+
 void LoopWatch::waitIsOver(std::string_view rest) {
   constexpr unsigned kTimedOut = 258;
   expect(place_ == Place::kWait, "a wait ended that had not begun");
@@ -269,6 +287,8 @@ void LoopWatch::waitIsOver(std::string_view rest) {
     return;
   }
   loseTheStopUnlessItMayBe(at_);
+  expectThatTheStopCame(at_);
+  expectNoLongerWait(at_);
   expect(result == 1 || result == kTimedOut, "a wait failed");
   expect(result != 1 || opened_, "the wait took an event that was not opened");
   if (result == kTimedOut) {
@@ -324,9 +344,16 @@ void LoopWatch::slept(host::Nanoseconds span) {
   if (stop_) {
     stop_->at += span;
   }
-  if (place_ == Place::kWait &&
-      std::pair(scenario.majorVersion, scenario.minorVersion) >= std::pair(6U, 2U)) {
+  if (accepted_) {
+    *accepted_ += span;
+  }
+  if (place_ != Place::kWait) {
+    return;
+  }
+  if (std::pair(scenario.majorVersion, scenario.minorVersion) >= std::pair(6U, 2U)) {
     waitBegan_ += span;
+  } else {
+    sleptInWait_ += span;
   }
 }
 
@@ -337,9 +364,17 @@ void LoopWatch::closes(std::string_view /*rest*/) {
   place_ = Place::kClosed;
 }
 
+// A second stop waits until the handler of the first comes back.
+void LoopWatch::stopAccepted(host::Nanoseconds at) {
+  if (!stop_) {
+    accepted_ = at;
+  }
+}
+
 void LoopWatch::stopComes(std::string_view /*rest*/) {
   // A second one may come along with the first, before STOP_PENDING is told; it signals anew.
   stopTaken_ = false;
+  accepted_.reset();
   stop_ = Stop{at_, !stopEventThere_, running_ != 0};
   if (!stopEventThere_) {
     verdict_.hit(Probe::kStopBeforeStopEvent);
@@ -350,8 +385,15 @@ void LoopWatch::stopComes(std::string_view /*rest*/) {
 
 void LoopWatch::cutShort(host::Nanoseconds at) {
   const std::int64_t marginMs = this->marginMs();
-  expect(!allGoalsStand() || at - at_ <= 3'000 * kMs + marginMs * kMs || place_ == Place::kClosed,
-         "the service goes on although all goals stand");
+  expectThatTheStopCame(at);
+  if (allGoalsStand() && place_ != Place::kClosed) {
+    expect(at - at_ <= 3'000 * kMs + marginMs * kMs,
+           "the service goes on although all goals stand");
+  } else if (place_ == Place::kWait) {
+    expectNoLongerWait(at);
+  } else if (running_ == 0) {
+    expect(at - at_ <= (kMostOfAStepMs + marginMs) * kMs, "the service does not go on");
+  }
   if (place_ == Place::kWait) {
     loseTheStopUnlessItMayBe(at);
   }

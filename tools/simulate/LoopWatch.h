@@ -20,6 +20,10 @@ class LoopWatch {
   // A line of the log, without level, use case, address and method.
   void line(std::string_view text, host::Nanoseconds at);
   void programStarted();
+  // The service manager took a stop; the control handler is to hand it on.
+  void stopAccepted(host::Nanoseconds at);
+  // The handler failed ahead of that.
+  void stopGivenUp() { accepted_.reset(); }
   // The machine slept for so long: nobody could do anything meanwhile.
   void slept(host::Nanoseconds span);
   bool isWaiting() const { return place_ == Place::kWait; }
@@ -71,6 +75,8 @@ class LoopWatch {
   void passBegins();
   void checkSeconds(unsigned seconds);
   void loseTheStopUnlessItMayBe(host::Nanoseconds at);
+  void expectThatTheStopCame(host::Nanoseconds at);
+  void expectNoLongerWait(host::Nanoseconds at);
   // How long what is under way may take that nobody waits for.
   std::int64_t marginMs() const;
   bool hasPendingStop() const { return stop_.has_value() && !stopTaken_; }
@@ -89,6 +95,7 @@ class LoopWatch {
   bool lookExhausted_ = false;
   unsigned triesLeft_ = 0;
   host::Nanoseconds waitBegan_ = 0;
+  host::Nanoseconds sleptInWait_ = 0;  // if the wait's timeout goes on in a sleep
   std::int32_t waitMs_ = 0;
   unsigned passes_ = 0;
   bool stopEventThere_ = false;
@@ -98,6 +105,7 @@ class LoopWatch {
     bool inClient;
   };
   std::optional<Stop> stop_;
+  std::optional<host::Nanoseconds> accepted_;  // the first stop, and it has not come yet
   bool stopTaken_ = false;
   bool byStop_ = false;
   unsigned launches_ = 0;

@@ -45,6 +45,19 @@ bool isListenedToThroughout(const host::Scenario& scenario) {
          });
 }
 
+// Whether a line that is no comment has no equals sign.
+bool isCorrupt(std::string_view config) {
+  while (!config.empty()) {
+    const std::size_t end = std::min(config.find('\n'), config.size());
+    const auto line = host::trimmed(config.substr(0, end));
+    config.remove_prefix(std::min(end + 1, config.size()));
+    if (!line.empty() && line.front() != '#' && line.find('=') == std::string_view::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
 // Judges one life from its first record to its last.
 class Judgement {
  public:
@@ -59,7 +72,7 @@ class Judgement {
  private:
   void take(const runner::Record& record);
   void line(std::string_view whole, host::Nanoseconds at);
-  void note(std::string_view text);
+  void note(std::string_view text, host::Nanoseconds at);
   void slept(std::string_view text);
   void error(std::string_view text);
   bool mayUseTheDead() const;
@@ -129,6 +142,19 @@ void Judgement::error(std::string_view text) {
     return;
   }
   if (text.starts_with("Corrupted config. ")) {
+    const bool mayWrite = std::any_of(
+        scenario.script.begin(), scenario.script.end(),
+        [](const host::Step& step) { return step.action.kind == host::Action::Kind::kWriteFile; });
+    if (!mayWrite && scenario.deniedPaths.empty() && scenario.faults.empty() &&
+        !(life_.config && isCorrupt(*life_.config))) {
+      verdict_.breaks("a configuration that is sound counts as corrupted");
+    }
+    return;
+  }
+  const bool isSignalRefused =
+      std::any_of(scenario.faults.begin(), scenario.faults.end(),
+                  [](const host::InjectedFault& fault) { return fault.call == "SetEvent"; });
+  if (text.starts_with("~Event Unexpected error occured: ") && isSignalRefused) {
     return;
   }
   // A report that the scenario refuses is a failure of the service like any other.
@@ -141,8 +167,11 @@ void Judgement::error(std::string_view text) {
   }
   if (text.starts_with(kHandlerFailed)) {
     handlerFailed_ = true;
+    loop_.stopGivenUp();
     if (!reports_.hasStopBeenRequested()) {
       verdict_.breaks("the control handler failed without a stop");
+    } else if (!isReportRefused && !reports_.isStopped() && !serviceFailed_) {
+      verdict_.breaks("the control handler failed while the service was at work");
     }
     return;
   }
@@ -159,9 +188,10 @@ bool Judgement::mayUseTheDead() const {
   return life_.isHeldUp && reports_.isStopped() && reports_.hasStopBeenRequested();
 }
 
-void Judgement::note(std::string_view text) {
+void Judgement::note(std::string_view text, host::Nanoseconds at) {
   if (text == "service manager: stop requested") {
     reports_.stopRequested();
+    loop_.stopAccepted(at);
   } else if (text.starts_with("service manager: stop refused")) {
     verdict_.hit(reports_.hasStopBeenRequested() ? Probe::kSecondStopRefused : Probe::kStopRefused);
   } else if (text == "the process is ended from outside") {
@@ -199,7 +229,7 @@ void Judgement::take(const runner::Record& record) {
       }
       break;
     case host::ReportKind::kNote:
-      note(record.text);
+      note(record.text, record.at);
       break;
     case host::ReportKind::kStatus:
       reports_.status(runner::parseStatus(record.text).value_or(runner::Status{}));

@@ -42,6 +42,8 @@ constexpr Outcomes kLaunchFails = to(kTold, kRunsOn);
 // not, other lines are logged and waits last longer, and what the script does on lines comes or
 // not.
 constexpr Outcomes kDefaults = to(kUnnoticed, kTold, kRunsOn, kEndsSooner);
+// The same where the line that tells of it is required.
+constexpr Outcomes kDefaultsTold = to(kTold, kRunsOn, kEndsSooner);
 // The log cannot be set up: the process ends in silence.
 constexpr Outcomes kNoLog = to(kRefused);
 
@@ -81,6 +83,11 @@ constexpr Permission only(Only place, Permission row) {
   return row;
 }
 
+constexpr Permission withCode(Code code, Permission row) {
+  row.code = code;
+  return row;
+}
+
 constexpr Phases kSettingUp = in(kEntering, kStarting);
 constexpr DWORD kNotByTheManager = ERROR_FAILED_SERVICE_CONTROLLER_CONNECT;
 constexpr DWORD kNoSuchTask = 0x80070002;
@@ -95,11 +102,11 @@ constexpr std::array kStart = {
     // file's own, and so is what cannot be copied: nobody expects it. A file that vanishes only
     // when its size is asked for is an empty one.
     row("CreateFileW", in(kEntering), kDefaults),
-    row("CreateFileW", in(kStarting), kDefaults, kBrokenConfig),
+    row("CreateFileW", in(kStarting), kDefaultsTold, kBrokenConfig),
     row("SetFilePointer", in(kEntering), kDefaults),
-    row("SetFilePointer", in(kStarting), kDefaults, kBrokenConfig),
+    row("SetFilePointer", in(kStarting), kDefaultsTold, kBrokenConfig),
     row("ReadFile", in(kEntering), kDefaults),
-    row("ReadFile", in(kStarting), kDefaults, kBrokenConfig),
+    row("ReadFile", in(kStarting), kDefaultsTold, kBrokenConfig),
     row("FindFirstFileW", in(kEntering), kDefaults | kNoLog),
     row("FindFirstFileW", in(kStarting), kDefaults | to(kTerminate)),
     row("memcpy_s", in(kEntering), kNoLog),
@@ -118,19 +125,31 @@ constexpr std::array kStart = {
 
     // The privileges: whatever fails, the service goes on with the token that it has; but memory
     // for them is an exception of the standard library, which ends the entry.
-    row("OpenProcessToken", in(kEntering), to(kTold), "OpenProcessToken failed, error code: "),
-    row("LookupPrivilegeValueW", in(kEntering), to(kTold), kUnknownPrivilege),
-    row("AdjustTokenPrivileges", in(kEntering), to(kTold),
+    row("OpenProcessToken", in(kDropping), to(kTold), "OpenProcessToken failed, error code: "),
+    row("LookupPrivilegeValueW", in(kDropping), to(kTold), kUnknownPrivilege),
+    row("AdjustTokenPrivileges", in(kDropping), to(kTold),
         "AdjustTokenPrivileges failed, error code = "),
-    row("HeapAlloc", in(kEntering), kNoLog,
+    row("HeapAlloc", in(kDropping), kNoLog,
         "Exception ocurred: Failed to alloc memory for drop privileges"),
-    row("GetProcessHeap", in(kEntering), kNoLog,
+    row("GetProcessHeap", in(kDropping), kNoLog,
         "Exception ocurred: Failed to alloc memory for drop privileges"),
-    row("calloc", in(kEntering), kNoLog,
+    row("calloc", in(kDropping), kNoLog,
         "Exception ocurred: Failed to alloc memory for drop privileges"),
-    row("GetProcessHeap", in(kEntering), to(kTold), "HeapFree failed, error code = "),
-    row("HeapFree", in(kEntering), to(kTold), "HeapFree failed, error code = "),
-    row("CloseHandle", in(kEntering), to(kTold), "CloseHandle failed, error code = "),
+    row("GetProcessHeap", in(kDropping), to(kTold), "HeapFree failed, error code = "),
+    row("HeapFree", in(kDropping), to(kTold), "HeapFree failed, error code = "),
+    row("CloseHandle", in(kDropping), to(kTold), "CloseHandle failed, error code = "),
+
+    // What fails from the log set-up on fails here too, and what fails from here on fails later.
+    fromThenOn(row("HeapAlloc", in(kEntering), kNoLog,
+                   "Exception ocurred: Failed to alloc memory for drop privileges")),
+    fromThenOn(row("GetProcessHeap", in(kEntering), kNoLog,
+                   "Exception ocurred: Failed to alloc memory for drop privileges")),
+    fromThenOn(row("calloc", in(kEntering), kNoLog,
+                   "Exception ocurred: Failed to alloc memory for drop privileges")),
+    fromThenOn(row("HeapFree", in(kEntering), to(kTold), "HeapFree failed, error code = ")),
+    fromThenOn(row("GetProcessHeap", in(kDropping), to(kFault), "HeapFree failed, error code = ")),
+    fromThenOn(row("CloseHandle", in(kDropping), kDefaultsTold | to(kOtherCode),
+                   "CloseHandle failed, error code = ")),
 
     // The service manager.
     withError(kNotByTheManager, row("StartServiceCtrlDispatcherW", in(kEntering), to(kUsage))),
@@ -146,10 +165,14 @@ constexpr std::array kStart = {
 
     // The lock of the service's object, and its namespace.
     row("CreateMutexW", in(kStarting), kServiceFails, kLeavesMain),
-    row("CreateBoundaryDescriptorW", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
-    row("CreateWellKnownSid", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
-    row("AddSIDToBoundaryDescriptor", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
-    row("CreatePrivateNamespaceW", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate),
+    withCode(Code::kMinusOne, row("CreateBoundaryDescriptorW", in(kStarting),
+                                  to(kErrorCode, kOtherCode), kNoPrivate)),
+    withCode(Code::kMinusOne,
+             row("CreateWellKnownSid", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate)),
+    withCode(Code::kMinusOne, row("AddSIDToBoundaryDescriptor", in(kStarting),
+                                  to(kErrorCode, kOtherCode), kNoPrivate)),
+    withCode(Code::kMinusOne,
+             row("CreatePrivateNamespaceW", in(kStarting), to(kErrorCode, kOtherCode), kNoPrivate)),
 };
 
 // Where the stack is: asked for by the log set-up, by the initialisation, by the loading of the
@@ -196,7 +219,8 @@ constexpr std::array kWork = {
 
     // The events and the waits. Without a stop event, and with no error either, the wait fails
     // without end, if the run comes to one. Another event is that of the client caller's thread.
-    row("CreateEventW", kWorking, to(kErrorCode, kOtherCode), "Cannot create event with error: "),
+    withCode(Code::kTheError, row("CreateEventW", kWorking, to(kErrorCode, kOtherCode),
+                                  "Cannot create event with error: ")),
     row("CreateEventW", kWorking, kServiceFails, kLeavesMain),
     withError(ERROR_SUCCESS, row("CreateEventW", kWorking, to(kTold, kEndless),
                                  "Cannot create event with error: 0")),
@@ -229,11 +253,11 @@ constexpr std::array kWork = {
 
     // Texts of the system: an empty one stands in their place. For -1 there is none anyway.
     row("FormatMessageW", in(kStarting), to(kUnnoticed)),
-    row("FormatMessageW", in(kEntering), to(kTold), kUnknownPrivilege),
+    row("FormatMessageW", in(kDropping), to(kTold), kUnknownPrivilege),
     row("FormatMessageW", kAlways, to(kTold), kRunFailed),
     row("FormatMessageW", kWorking, to(kTold), kProcessFailed),
     row("calloc", in(kStarting), to(kUnnoticed)),
-    row("calloc", in(kEntering), to(kTold), kUnknownPrivilege),
+    row("calloc", in(kDropping), to(kTold), kUnknownPrivilege),
     row("calloc", kAlways, to(kTold), kRunFailed),
     row("calloc", kWorking, to(kTold), kProcessFailed),
 };
@@ -266,7 +290,7 @@ constexpr std::array kTask = {
     row("ITaskDefinition::get_Triggers", kWorking, to(kTold), "Cannot get trigger collection: "),
     row("ITaskDefinition::get_Actions", kWorking, to(kTold),
         "Cannot get Task collection pointer: "),
-    row("ITaskDefinition::get_Actions", kWorking, to(kFault)),
+    only(Only::kWithATask, row("ITaskDefinition::get_Actions", kWorking, to(kFault))),
     row("IRegistrationInfo::put_Author", kWorking, to(kTold), "Cannot put identification info: "),
     row("IRegistrationInfo::put_Date", kWorking, to(kUnnoticed)),
     row("IPrincipal::put_LogonType", kWorking, to(kTold), "Cannot put principal info logon type: "),
@@ -287,7 +311,7 @@ constexpr std::array kTask = {
     row("IActionCollection::Create", kWorking, to(kTold), "Cannot create the action: "),
     row("IActionCollection::get_Item", kWorking, to(kFault)),
     row("IUnknown::QueryInterface", kWorking, to(kTold), "QueryInterface call failed for I"),
-    row("IUnknown::QueryInterface", kWorking, to(kFault)),
+    only(Only::kWithATask, row("IUnknown::QueryInterface", kWorking, to(kFault))),
     row("IExecAction::put_Path", kWorking, to(kTold), "Cannot put action path: "),
     // Of a task that is pointed at another place: it keeps the old one.
     only(Only::kWithATaskToMend, row("IExecAction::put_Path", kWorking, to(kUnnoticed, kTold))),
@@ -298,8 +322,8 @@ constexpr std::array kTask = {
 // an exception is the last error, and that is then this one.
 constexpr std::array kLettingGo = {
     row("CloseHandle", in(kEntering), kDefaults),
-    row("CloseHandle", in(kStarting), kDefaults, kBrokenConfig),
-    row("CloseHandle", kAlways, to(kUnnoticed, kOtherCode)),
+    row("CloseHandle", in(kStarting), kDefaultsTold, kBrokenConfig),
+    row("CloseHandle", kAlways & ~in(kDropping), to(kUnnoticed, kOtherCode)),
     row("ClosePrivateNamespace", kAlways, to(kTold, kOtherCode), "Cannot close private namespace!"),
     row("EventUnregister", kAlways, to(kUnnoticed)),
     row("FindClose", kSettingUp, to(kUnnoticed)),

@@ -24,10 +24,14 @@ enum class Only {
   kWithDevices,    // that have other devices than the stack's
   kWithVariables,  // whose environment says where a path is
   kWithTraces,     // on which somebody listens to trace events
+  kWithATask,      // where the plain run finds the task that it looks for
   // Where the plain run points a task at another place, or an exception leaves the service's work.
   kWithATaskToMend,
   kFailingAnyway,
 };
+
+// The exit code that the service must end with if it reports an error.
+enum class Code { kAny, kMinusOne, kTheError };
 
 // What a failure of a call may come to. This list is closed: what no row permits is an objection.
 // Each row follows from what the failure of that call is required to come to at that place, and
@@ -42,6 +46,7 @@ struct Permission {
   Times times = Times::kAny;
   std::optional<DWORD> error = {};  // the only one that the row is about
   Only only = Only::kEverywhere;
+  Code code = Code::kAny;
 };
 // A failure may come to whatever any row permits.
 std::span<const Permission> permissions();

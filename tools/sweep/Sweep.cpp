@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t kPlacesTogether = 100;
 
 constexpr std::array<std::string_view, host::kPhases> kPhaseTexts = {
-    "loading", "entering", "starting", "running", "stopping", "stopped",
+    "loading", "entering", "dropping", "starting", "running", "stopping", "stopped",
 };
 
 // A scenario with its plain run.

@@ -50,6 +50,9 @@ bool isOn(const Sight& plain, Only machines) {
       return plain.hasVariables;
     case Only::kWithTraces:
       return plain.hasTraces;
+    case Only::kWithATask:
+      return isQuiet(plain) || plain.end == runner::End::kFault ||
+             hasLine(plain.lines, "Compare: ");
     case Only::kWithATaskToMend:
       return hasLine(plain.lines, "Task has beed updated to new OVER location, Ending");
     case Only::kFailingAnyway:
@@ -58,9 +61,17 @@ bool isOn(const Sight& plain, Only machines) {
   return false;
 }
 
+bool isCode(const Sight& faulted, Code code, Outcome outcome, DWORD error) {
+  if (code == Code::kAny || (outcome != Outcome::kErrorCode && outcome != Outcome::kOtherCode)) {
+    return true;
+  }
+  return !faulted.statuses.empty() &&
+         faulted.statuses.back().exitCode == (code == Code::kMinusOne ? DWORD(-1) : error);
+}
+
 // What must be told stands among these lines.
-bool isPermitted(const Sight& plain, const std::vector<std::string>& lines, const Strike& strike,
-                 Outcome outcome) {
+bool isPermitted(const Sight& plain, const Sight& faulted, const std::vector<std::string>& lines,
+                 const Strike& strike, Outcome outcome) {
   const auto isTold = [&](const Permission& row) {
     return row.told.empty() || outcome == Outcome::kUnnoticed || isQuiet(plain) ||
            hasLine(lines, row.told);
@@ -69,7 +80,8 @@ bool isPermitted(const Sight& plain, const std::vector<std::string>& lines, cons
   return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
     return isAbout(row, strike.call, strike.phase) && permits(row, outcome) &&
            (row.times == Times::kAny || (row.times == Times::kFromThenOn) == strike.lasting) &&
-           row.error.value_or(strike.error) == strike.error && isOn(plain, row.only) && isTold(row);
+           row.error.value_or(strike.error) == strike.error && isOn(plain, row.only) &&
+           isCode(faulted, row.code, outcome, strike.error) && isTold(row);
   });
 }
 
@@ -90,7 +102,7 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
   }
   const std::vector<std::string> newLines = beyond(faulted.lines, plain.lines);
   const auto isAmong = [&](const std::vector<std::string>& lines, Outcome permitted) {
-    return isPermitted(plain, lines, strike, permitted) ||
+    return isPermitted(plain, faulted, lines, strike, permitted) ||
            std::any_of(
                strike.alsoFailing.begin(), strike.alsoFailing.end(),
                [&](const std::string& call) { return isPermittedAnytime(call, permitted); });
@@ -119,6 +131,27 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
   }
 }
 
+// Whether a call of the client library has not come back; it may never do so.
+bool isInClient(const Sight& sight) {
+  const auto count = [&](std::string_view text) {
+    return std::count_if(sight.lines.begin(), sight.lines.end(), [&](const std::string& line) {
+      return line.find(text) != std::string::npos;
+    });
+  };
+  return count("Executing command synchronously") > count("tALS init status: ");
+}
+
+// A service that says that it has stopped well, with the reason for it not among what it told: a
+// stop that it saw, or the goal of the recertification.
+bool isEndWithoutAReason(const Sight& plain, const Sight& faulted) {
+  const auto has = [&](std::string_view text) { return hasLine(faulted.lines, text); };
+  return faulted.end == runner::End::kExit && endOf(faulted) == Outcome::kTold && !isQuiet(plain) &&
+         !isQuiet(faulted) && has("Starting talsInit...") &&
+         !has("Exception occured in ServiceMain function") &&
+         !has("Stop service event signaled.") && !has("-- program started: ") &&
+         !has("Scheduling VTM Task ...");
+}
+
 }  // namespace
 
 Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strike) {
@@ -133,6 +166,15 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
   if (!mayBe(plain, faulted, strike, verdict.outcome)) {
     verdict.reasons.push_back("it must not come to \"" + std::string(outcomeText(verdict.outcome)) +
                               "\": " + faulted.endText);
+  }
+  if (isEndWithoutAReason(plain, faulted)) {
+    verdict.reasons.emplace_back("it ended by itself with a goal open");
+  }
+  // A lock that the handler could not give back keeps the service from beginning its run.
+  if (faulted.end == runner::End::kDeadlock && strike.call != "ReleaseMutex" &&
+      plain.end != runner::End::kDeadlock && !isQuiet(plain) && !isQuiet(faulted) &&
+      !isInClient(faulted)) {
+    verdict.reasons.emplace_back("somebody waits for ever");
   }
   // A scenario may be about reports that overtake each other: the fault did not cause those.
   if (std::string illegal = illegalReport(faulted.statuses);
