@@ -345,8 +345,11 @@ TEST(VerdictTest, HandlerThatIsLateComesToAClosedEventAndToNothingElse) {
 // The object went while the handler had its lock.
 TEST(VerdictTest, LockThatWentWithTheObjectIsAHandlersThatWasHeldUpAlone) {
   LifeText life;
-  life.begins().runs(1, "00").looksAndOpens().runs(2, "08").runs(2, "00");
-  life.stopComes().ends(0).logError("ScopedLock dtor: Unlock failed for: 0x7ffff4ffdd20");
+  life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
+  life.log("Waiting for signaled event, with timeout = 60 seconds.").later(kSecond).stopComes();
+  life.log("[0x7ff] [Run] Waiting over. dwObject value: 0");
+  life.log("[0x7ff] [Run] Stop service event signaled.").ends(0);
+  life.logError("ScopedLock dtor: Unlock failed for: 0x7ffff4ffdd20");
   life.result_.ledger.emplace_back("unnamed: ReleaseMutex: mutex 0x68 was closed before");
   EXPECT_THAT(life.broken(true), IsEmpty());
   EXPECT_THAT(life.broken(false), Not(IsEmpty()));
