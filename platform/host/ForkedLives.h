@@ -11,7 +11,7 @@ namespace host {
 
 // A socket that keeps messages apart: orders come in, and a LifeEnding goes out for each.
 inline constexpr int kLifeOrders = 4;
-// The report's descriptor, here a file that is emptied ahead of each life.
+// The report's descriptor, as for a life alone, but here a file that is emptied ahead of each.
 inline constexpr int kLifeReport = 3;
 
 // What the system says of a life that has ended, apart from what it told itself.

@@ -51,12 +51,11 @@ class ThreadObject final : public KernelObject {
   const char* kind() const override { return "thread"; }
   bool waitable() const override { return true; }
   bool signalled(const Thread& /*waiter*/) const override {
-    return thread != nullptr ? thread->state == Thread::State::kDone : foreignEnded;
+    return thread->state == Thread::State::kDone;
   }
   bool consume(Thread& /*waiter*/) override { return false; }
 
-  Thread* thread = nullptr;  // null for the first thread of a started program
-  bool foreignEnded = false;
+  Thread* thread = nullptr;  // the machine's, set when it is made
 };
 
 class NamespaceObject final : public KernelObject {

@@ -31,8 +31,7 @@ int firstSignalled(const Waited& objects, bool all, const Thread& waiter) {
 // thread.
 const void* publisherOf(const std::shared_ptr<KernelObject>& object) {
   const auto* thread = dynamic_cast<const ThreadObject*>(object.get());
-  return thread == nullptr || thread->thread == nullptr ? static_cast<const void*>(object.get())
-                                                        : thread->thread;
+  return thread == nullptr ? static_cast<const void*>(object.get()) : thread->thread;
 }
 
 DWORD consume(const Waited& objects, bool all, int index, Thread& waiter) {

@@ -1,15 +1,11 @@
 #include "tools/runner/ForkingProgram.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 
 #include "platform/host/ForkedLives.h"
 #include "tools/runner/LifeSurroundings.h"
@@ -33,24 +29,6 @@ std::string readWhole(int descriptor, std::size_t most) {
   }
   return text.substr(0, most);
 }
-
-// What a new process gets from posix_spawn beside program, arguments and environment.
-class SpawnFiles {
- public:
-  SpawnFiles() {
-    posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  }
-  ~SpawnFiles() { posix_spawn_file_actions_destroy(&actions_); }
-  SpawnFiles(const SpawnFiles&) = delete;
-  SpawnFiles& operator=(const SpawnFiles&) = delete;
-
-  void add(int ours, int theirs) { posix_spawn_file_actions_adddup2(&actions_, ours, theirs); }
-  const posix_spawn_file_actions_t* get() const { return &actions_; }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-};
 
 }  // namespace
 
@@ -88,31 +66,14 @@ std::string ForkingProgram::spawn(const ForkingOptions& options) {
   orders_ = movedUp(ends[0]);
   const Descriptor theirs = movedUp(ends[1]);
 
-  SpawnFiles files;
-  files.add(stray_.get(), STDOUT_FILENO);
-  files.add(stray_.get(), STDERR_FILENO);
-  files.add(report_.get(), host::kLifeReport);
-  files.add(theirs.get(), host::kLifeOrders);
-  for (const auto& [ours, number] : options.descriptors) {
-    files.add(ours, number);
+  ProgramStart start{options.program, options.arguments, options.environment,
+                     report_.get(),   stray_.get(),      options.descriptors};
+  start.descriptors.emplace_back(theirs.get(), host::kLifeOrders);
+  const auto started = startProgram(start);
+  if (const auto* refusal = std::get_if<std::string>(&started)) {
+    return *refusal;
   }
-  std::vector<std::string> arguments{kProgramName};
-  arguments.insert(arguments.end(), options.arguments.begin(), options.arguments.end());
-  std::vector<std::string> environment = options.environment;
-  environment.push_back("TPM_HOST_REPORT=" + std::to_string(host::kLifeReport));
-  for (std::string& option : sanitizerEnvironment()) {
-    environment.push_back(std::move(option));
-  }
-  const FixedAddresses fixedAddresses;
-  const int error = posix_spawn(&process_, options.program.c_str(), files.get(), nullptr,
-                                pointersTo(arguments).data(), pointersTo(environment).data());
-  if (error != 0) {
-    process_ = -1;
-    return systemText(options.program.string(), error);
-  }
-  // A fault that a scenario asks for is no reason to leave a core file behind.
-  const rlimit noCore{0, 0};
-  prlimit(process_, RLIMIT_CORE, &noCore, nullptr);
+  process_ = std::get<StartedProgram>(started).process;
   return {};
 }
 

@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
@@ -18,7 +16,6 @@
 namespace runner {
 namespace {
 
-constexpr int kReportDescriptor = 3;
 constexpr std::size_t kMostStrayBytes = std::size_t{1} << 20U;
 
 struct Pipe {
@@ -36,24 +33,6 @@ bool makePipe(Pipe& made) {
   return made.readEnd.isOpen() && made.writeEnd.isOpen() &&
          fcntl(made.readEnd.get(), F_SETFL, O_NONBLOCK) == 0;
 }
-
-// What a new process gets from posix_spawn beside program, arguments and environment.
-class SpawnSettings {
- public:
-  SpawnSettings(int reportEnd, int strayEnd) {
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&files, strayEnd, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&files, strayEnd, STDERR_FILENO);
-    posix_spawn_file_actions_adddup2(&files, reportEnd, kReportDescriptor);
-  }
-  ~SpawnSettings() { posix_spawn_file_actions_destroy(&files); }
-  SpawnSettings(const SpawnSettings&) = delete;
-  SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-  posix_spawn_file_actions_t files{};
-  OwnSignals signals;
-};
 
 // Reads what there is. The piece is empty at the end of the pipe, or if nothing is there yet:
 // `ended` tells which.
@@ -106,27 +85,19 @@ std::string LifeProcess::start() {
 }
 
 std::string LifeProcess::spawn(int reportEnd, int strayEnd) {
-  std::vector<std::string> arguments{kProgramName};
-  arguments.insert(arguments.end(), options_.arguments.begin(), options_.arguments.end());
-  std::vector<std::string> environment = options_.environment;
-  environment.push_back("TPM_HOST_REPORT=" + std::to_string(kReportDescriptor));
-  for (std::string& option : sanitizerEnvironment()) {
-    environment.push_back(std::move(option));
+  const OwnSignals signals;
+  const auto started = startProgram({options_.program,
+                                     options_.arguments,
+                                     options_.environment,
+                                     reportEnd,
+                                     strayEnd,
+                                     {},
+                                     signals.get()});
+  if (const auto* refusal = std::get_if<std::string>(&started)) {
+    return *refusal;
   }
-
-  const SpawnSettings settings(reportEnd, strayEnd);
-  const FixedAddresses fixedAddresses;
-  result_.addressesFixed = fixedAddresses.inForce();
-  const int error =
-      posix_spawn(&process_, options_.program.c_str(), &settings.files, settings.signals.get(),
-                  pointersTo(arguments).data(), pointersTo(environment).data());
-  if (error != 0) {
-    process_ = -1;
-    return systemText(options_.program.string(), error);
-  }
-  // A fault that a scenario asks for is no reason to leave a core file behind.
-  const rlimit noCore{0, 0};
-  prlimit(process_, RLIMIT_CORE, &noCore, nullptr);
+  process_ = std::get<StartedProgram>(started).process;
+  result_.addressesFixed = std::get<StartedProgram>(started).addressesFixed;
   return {};
 }
 

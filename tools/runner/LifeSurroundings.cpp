@@ -3,10 +3,14 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/personality.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <string_view>
+
+#include "platform/host/ForkedLives.h"
 
 namespace runner {
 namespace {
@@ -16,6 +20,24 @@ constexpr unsigned long kReadPersonality = 0xffffffff;
 constexpr int kLowestOwnDescriptor = 10;
 
 constexpr std::string_view kSanitizer = RUNNER_SANITIZER;
+
+// What a new process gets for its descriptors; its input is empty.
+class SpawnFiles {
+ public:
+  SpawnFiles() {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  }
+  ~SpawnFiles() { posix_spawn_file_actions_destroy(&actions_); }
+  SpawnFiles(const SpawnFiles&) = delete;
+  SpawnFiles& operator=(const SpawnFiles&) = delete;
+
+  void add(int ours, int theirs) { posix_spawn_file_actions_adddup2(&actions_, ours, theirs); }
+  const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+ private:
+  posix_spawn_file_actions_t actions_{};
+};
 
 }  // namespace
 
@@ -76,6 +98,36 @@ FixedAddresses::~FixedAddresses() {
   if (inForce_) {
     personality(static_cast<unsigned long>(before_));
   }
+}
+
+std::variant<StartedProgram, std::string> startProgram(const ProgramStart& start) {
+  SpawnFiles files;
+  files.add(start.stray, STDOUT_FILENO);
+  files.add(start.stray, STDERR_FILENO);
+  files.add(start.report, host::kLifeReport);
+  for (const auto& [ours, number] : start.descriptors) {
+    files.add(ours, number);
+  }
+  std::vector<std::string> arguments{kProgramName};
+  arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
+  std::vector<std::string> environment = start.environment;
+  environment.push_back("TPM_HOST_REPORT=" + std::to_string(host::kLifeReport));
+  for (std::string& option : sanitizerEnvironment()) {
+    environment.push_back(std::move(option));
+  }
+  const FixedAddresses fixedAddresses;
+  StartedProgram started;
+  started.addressesFixed = fixedAddresses.inForce();
+  const int error =
+      posix_spawn(&started.process, start.program.c_str(), files.get(), start.attributes,
+                  pointersTo(arguments).data(), pointersTo(environment).data());
+  if (error != 0) {
+    return systemText(start.program.string(), error);
+  }
+  // A fault that a scenario asks for is no reason to leave a core file behind.
+  const rlimit noCore{0, 0};
+  prlimit(started.process, RLIMIT_CORE, &noCore, nullptr);
+  return started;
 }
 
 void decideEnd(RunResult& result, int waitStatus, bool endTold, const std::string& reportFault) {

@@ -1,9 +1,13 @@
 #pragma once
 
 #include <spawn.h>
+#include <sys/types.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "tools/runner/Descriptor.h"
@@ -61,6 +65,33 @@ class FixedAddresses {
   int before_;
   bool inForce_ = false;
 };
+
+// A program that is to live, or to fork lives.
+struct ProgramStart {
+  std::filesystem::path program;
+  // UTF-8, without the program's name.
+  std::vector<std::string> arguments;
+  // "NAME=value" each. The program gets these, TPM_HOST_REPORT, and what sanitizerEnvironment()
+  // gives; nothing of the caller's own environment.
+  std::vector<std::string> environment;
+  // Where its report goes, and where what it prints otherwise. Not owned, and neither are these:
+  // further descriptors, each with its number in the program.
+  int report = -1;
+  int stray = -1;
+  std::vector<std::pair<int, int>> descriptors;
+  // See OwnSignals; null leaves it with those of the tool.
+  const posix_spawnattr_t* attributes = nullptr;
+};
+
+struct StartedProgram {
+  pid_t process = -1;
+  // False if the system refused to switch address randomisation off.
+  bool addressesFixed = true;
+};
+
+// Starts the program with an empty input and without core files. Gives why not, if it cannot be
+// started.
+std::variant<StartedProgram, std::string> startProgram(const ProgramStart& start);
 
 // Makes out of what the system says of an ended process how the life ended. `endTold`: it told an
 // end itself, which is in the result; `reportFault`: what is wrong with its report, if anything is.
