@@ -51,12 +51,32 @@ source:@CMAKE_SOURCE_DIR@/service/*=allow
   target_link_options(instrumentation INTERFACE -fprofile-instr-generate LINKER:--wrap=signal)
 endif()
 
-# Has several source files of each target compiled in one go under the address sanitizer: most of the
+# Has several source files of a target compiled in one go under the address sanitizer: most of the
 # time of such a build is the reading of headers. Every other build compiles each file alone, and
-# there a missing include shows. Files whose unnamed namespaces share a name do not go together: name
-# such a one with the property SKIP_UNITY_BUILD_INCLUSION.
-function(compile_together)
-  if(SANITIZE STREQUAL "address")
-    set_target_properties(${ARGV} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+# there a missing include shows. Files whose unnamed namespaces share a name do not go together: those
+# named after APART go with such as stand far from them in that list.
+function(compile_together target)
+  if(NOT SANITIZE STREQUAL "address")
+    return()
   endif()
+  cmake_parse_arguments(PARSE_ARGV 1 files "" "" APART)
+  get_target_property(neighbours ${target} SOURCES)
+  list(FILTER neighbours INCLUDE REGEX "\\.cpp$")
+  list(REMOVE_ITEM neighbours ${files_APART})
+  set(batch_size 6)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  set(place 0)
+  foreach(file IN LISTS neighbours)
+    math(EXPR batch "${place} / ${batch_size}")
+    set_source_files_properties(${file} PROPERTIES UNITY_GROUP neighbours_${batch})
+    math(EXPR place "${place} + 1")
+  endforeach()
+  list(LENGTH files_APART count)
+  math(EXPR batches "(${count} + ${batch_size} - 1) / ${batch_size}")
+  set(place 0)
+  foreach(file IN LISTS files_APART)
+    math(EXPR batch "${place} % ${batches}")
+    set_source_files_properties(${file} PROPERTIES UNITY_GROUP apart_${batch})
+    math(EXPR place "${place} + 1")
+  endforeach()
 endfunction()

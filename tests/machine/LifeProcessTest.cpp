@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -65,6 +66,19 @@ TEST(LifeProcessTest, EndThatNobodyKnowsIsALostRun) {
   const RunResult result = runFake(FakeLife::tells('E', "exit soon"));
   EXPECT_EQ(result.end, End::kLost);
   EXPECT_EQ(result.detail, "it told an end that nobody knows: \"exit soon\"");
+}
+
+TEST(LifeProcessTest, LifeLeavesNoCoreFileAndTheCallerKeepsItsOwn) {
+  rlimit ours{};
+  ASSERT_EQ(getrlimit(RLIMIT_CORE, &ours), 0);
+  const rlimit all{ours.rlim_max, ours.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_CORE, &all), 0);
+  const std::string theirs = noteOf("ulimit -Sc");
+  rlimit after{};
+  getrlimit(RLIMIT_CORE, &after);
+  setrlimit(RLIMIT_CORE, &ours);
+  EXPECT_EQ(theirs, "0");
+  EXPECT_EQ(after.rlim_cur, all.rlim_cur);
 }
 
 TEST(LifeProcessTest, LifeThatTellsNoEndIsALostRun) {

@@ -39,6 +39,30 @@ class SpawnFiles {
   posix_spawn_file_actions_t actions_{};
 };
 
+// A fault that a scenario asks for is no reason to leave a core file behind: for its lifetime what
+// is started inherits that. To forbid it from here afterwards would be too late for a sudden end,
+// and would meet a sanitizer that reads and writes the same limit as it starts.
+class NoCoreFiles {
+ public:
+  NoCoreFiles() {
+    rlimit without = before_;
+    without.rlim_cur = 0;
+    isForbidden_ = isKnown_ && setrlimit(RLIMIT_CORE, &without) == 0;
+  }
+  ~NoCoreFiles() {
+    if (isForbidden_) {
+      setrlimit(RLIMIT_CORE, &before_);
+    }
+  }
+  NoCoreFiles(const NoCoreFiles&) = delete;
+  NoCoreFiles& operator=(const NoCoreFiles&) = delete;
+
+ private:
+  rlimit before_{};
+  bool isKnown_ = getrlimit(RLIMIT_CORE, &before_) == 0;
+  bool isForbidden_ = false;
+};
+
 }  // namespace
 
 Descriptor movedUp(int descriptor) {
@@ -116,6 +140,7 @@ std::variant<StartedProgram, std::string> startProgram(const ProgramStart& start
     environment.push_back(std::move(option));
   }
   const FixedAddresses fixedAddresses;
+  const NoCoreFiles noCoreFiles;
   StartedProgram started;
   started.addressesFixed = fixedAddresses.inForce();
   const int error =
@@ -124,9 +149,6 @@ std::variant<StartedProgram, std::string> startProgram(const ProgramStart& start
   if (error != 0) {
     return systemText(start.program.string(), error);
   }
-  // A fault that a scenario asks for is no reason to leave a core file behind.
-  const rlimit noCore{0, 0};
-  prlimit(started.process, RLIMIT_CORE, &noCore, nullptr);
   return started;
 }
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr wchar_t kPath[] = L"C:\\lib\\talsClient.dll";
+constexpr wchar_t kModulePath[] = L"C:\\lib\\talsClient.dll";
 
 class ModulesTest : public host::MachineTest {
  protected:
@@ -25,8 +25,8 @@ class ModulesTest : public host::MachineTest {
 };
 
 TEST_F(ModulesTest, ALibraryIsLoadedAndLetGo) {
-  install(kPath);
-  const HMODULE module = LoadLibraryExW(kPath, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  install(kModulePath);
+  const HMODULE module = LoadLibraryExW(kModulePath, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   ASSERT_NE(module, nullptr);
   EXPECT_EQ(ledger().open("module"), 1U);
   EXPECT_NE(GetProcAddress(module, "talsInit"), nullptr);
@@ -35,8 +35,8 @@ TEST_F(ModulesTest, ALibraryIsLoadedAndLetGo) {
 }
 
 TEST_F(ModulesTest, ANameWithoutAnExtensionGetsOne) {
-  install(kPath);
-  EXPECT_EQ(found(L"C:\\lib\\talsClient"), kPath);
+  install(kModulePath);
+  EXPECT_EQ(found(L"C:\\lib\\talsClient"), kModulePath);
 }
 
 TEST_F(ModulesTest, ADotAtTheEndSaysThatThereIsNoExtension) {
@@ -51,8 +51,8 @@ TEST_F(ModulesTest, ADotInAFolderIsNoExtension) {
 }
 
 TEST_F(ModulesTest, APathMayGoUpAndHaveDoubledSeparators) {
-  install(kPath);
-  EXPECT_EQ(found(L"C:\\lib\\..\\lib\\\\talsClient"), kPath);
+  install(kModulePath);
+  EXPECT_EQ(found(L"C:\\lib\\..\\lib\\\\talsClient"), kModulePath);
 }
 
 TEST_F(ModulesTest, AMissingLibraryFailsWith126) {
@@ -68,10 +68,10 @@ TEST_F(ModulesTest, AMissingDataFileFailsWith2) {
 }
 
 TEST_F(ModulesTest, AFileThatIsNoLibraryFailsWith193) {
-  host::machine().drive.write(kPath, "text");
-  EXPECT_EQ(LoadLibraryW(kPath), nullptr);
+  host::machine().drive.write(kModulePath, "text");
+  EXPECT_EQ(LoadLibraryW(kModulePath), nullptr);
   EXPECT_EQ(host::lastError(), 193U);
-  EXPECT_EQ(LoadLibraryExW(kPath, nullptr, LOAD_LIBRARY_AS_DATAFILE), nullptr);
+  EXPECT_EQ(LoadLibraryExW(kModulePath, nullptr, LOAD_LIBRARY_AS_DATAFILE), nullptr);
   EXPECT_EQ(host::lastError(), 193U);
 }
 
@@ -126,24 +126,24 @@ TEST_F(ModulesTest, WithAFolderSetTheCurrentDirectoryIsNotSearched) {
 }
 
 TEST_F(ModulesTest, AMissingProcedureFailsWith127) {
-  install(kPath);
-  const HMODULE module = LoadLibraryW(kPath);
+  install(kModulePath);
+  const HMODULE module = LoadLibraryW(kModulePath);
   EXPECT_EQ(GetProcAddress(module, "talsNone"), nullptr);
   EXPECT_EQ(host::lastError(), 127U);
   FreeLibrary(module);
 }
 
 TEST_F(ModulesTest, WhatALibraryOnlyUsesIsNotItsOwn) {
-  install(kPath);
-  const HMODULE module = LoadLibraryW(kPath);
+  install(kModulePath);
+  const HMODULE module = LoadLibraryW(kModulePath);
   EXPECT_EQ(GetProcAddress(module, "malloc"), nullptr);
   EXPECT_EQ(host::lastError(), 127U);
   FreeLibrary(module);
 }
 
 TEST_F(ModulesTest, TwoLoadsAreOneLibraryThatIsLetGoTwice) {
-  install(kPath);
-  const HMODULE first = LoadLibraryW(kPath);
+  install(kModulePath);
+  const HMODULE first = LoadLibraryW(kModulePath);
   const HMODULE second = LoadLibraryW(L"c:\\LIB\\TALSCLIENT");
   EXPECT_EQ(first, second);
   EXPECT_EQ(ledger().open("module"), 2U);
@@ -155,8 +155,8 @@ TEST_F(ModulesTest, TwoLoadsAreOneLibraryThatIsLetGoTwice) {
 }
 
 TEST_F(ModulesTest, LettingGoOnceTooOftenFailsWith6AndIsAViolation) {
-  install(kPath);
-  const HMODULE module = LoadLibraryW(kPath);
+  install(kModulePath);
+  const HMODULE module = LoadLibraryW(kModulePath);
   FreeLibrary(module);
   EXPECT_FALSE(FreeLibrary(module));
   EXPECT_EQ(host::lastError(), 6U);
@@ -164,8 +164,8 @@ TEST_F(ModulesTest, LettingGoOnceTooOftenFailsWith6AndIsAViolation) {
 }
 
 TEST_F(ModulesTest, ALibraryLetGoIsNotUsedAnyMore) {
-  install(kPath);
-  const HMODULE module = LoadLibraryW(kPath);
+  install(kModulePath);
+  const HMODULE module = LoadLibraryW(kModulePath);
   FreeLibrary(module);
   EXPECT_EQ(GetProcAddress(module, "talsInit"), nullptr);
   EXPECT_EQ(host::lastError(), 6U);
@@ -204,18 +204,18 @@ TEST_F(ModulesTest, APathThatDoesNotFitIsCutWith122) {
 }
 
 TEST_F(ModulesTest, ALoadedLibraryIsFoundByName) {
-  install(kPath);
+  install(kModulePath);
   EXPECT_EQ(GetModuleHandleW(L"talsClient"), nullptr);
   EXPECT_EQ(host::lastError(), 126U);
-  const HMODULE module = LoadLibraryW(kPath);
+  const HMODULE module = LoadLibraryW(kModulePath);
   EXPECT_EQ(GetModuleHandleW(L"TALSCLIENT"), module);
   FreeLibrary(module);
 }
 
 TEST_F(ModulesTest, AFaultLoadsNothing) {
-  install(kPath);
+  install(kModulePath);
   faults().failOnce("LoadLibraryW", 8);
-  EXPECT_EQ(LoadLibraryW(kPath), nullptr);
+  EXPECT_EQ(LoadLibraryW(kModulePath), nullptr);
   EXPECT_EQ(host::lastError(), 8U);
   EXPECT_EQ(ledger().open("module"), 0U);
 }

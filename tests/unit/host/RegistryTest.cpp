@@ -7,12 +7,12 @@
 
 namespace {
 
-constexpr wchar_t kPath[] = L"HKLM\\Software\\Orvix";
+constexpr wchar_t kKeyPath[] = L"HKLM\\Software\\Orvix";
 
 class RegistryTest : public host::MachineTest {
  protected:
   RegistryTest() {
-    registry.setText(kPath, L"InstallDir64", L"C:\\stack");
+    registry.setText(kKeyPath, L"InstallDir64", L"C:\\stack");
     host::setLastError(77);
   }
   ~RegistryTest() override { EXPECT_EQ(host::lastError(), 77U); }
@@ -50,9 +50,9 @@ TEST_F(RegistryTest, DeletingAKeyTakesWhatIsBelowIt) {
 }
 
 TEST_F(RegistryTest, ADeletedValueIsGone) {
-  registry.deleteValue(kPath, L"INSTALLDIR64");
-  EXPECT_EQ(registry.value(kPath, L"InstallDir64"), nullptr);
-  EXPECT_TRUE(registry.hasKey(kPath));
+  registry.deleteValue(kKeyPath, L"INSTALLDIR64");
+  EXPECT_EQ(registry.value(kKeyPath, L"InstallDir64"), nullptr);
+  EXPECT_TRUE(registry.hasKey(kKeyPath));
 }
 
 TEST_F(RegistryTest, AMissingKeyIs2AndGivesNull) {
@@ -122,7 +122,7 @@ TEST_F(RegistryTest, AMissingValueIs2) {
 }
 
 TEST_F(RegistryTest, AValueWithoutTerminatorIsGivenAsItIsStored) {
-  registry.setValue(kPath, L"Bare", REG_SZ, "abcde");
+  registry.setValue(kKeyPath, L"Bare", REG_SZ, "abcde");
   const HKEY key = open();
   char bytes[8] = "-------";
   DWORD size = sizeof bytes;
@@ -142,7 +142,7 @@ TEST_F(RegistryTest, ABufferWithoutItsSizeIs87) {
 
 TEST_F(RegistryTest, AKeyDeletedMeanwhileIs1018) {
   const HKEY key = open();
-  registry.deleteKey(kPath);
+  registry.deleteKey(kKeyPath);
   DWORD size = 0;
   EXPECT_EQ(RegQueryValueExW(key, L"InstallDir64", nullptr, nullptr, nullptr, &size), 1018);
   RegCloseKey(key);

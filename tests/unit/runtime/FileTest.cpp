@@ -19,7 +19,7 @@ namespace {
 using Texts = std::vector<std::string>;
 using vusl::File;
 
-constexpr wchar_t kPath[] = L"C:\\data\\a.txt";
+constexpr wchar_t kFilePath[] = L"C:\\data\\a.txt";
 
 static_assert(std::is_base_of_v<vusl::FileBase, File>);
 static_assert(!std::is_copy_constructible_v<File>);
@@ -29,12 +29,12 @@ class FileTest : public host::MachineTest {
  protected:
   FileTest() { host::machine().drive.createFolder(L"C:\\data"); }
 
-  static void put(const std::string& content) { host::machine().drive.write(kPath, content); }
-  static std::optional<std::string> content() { return host::machine().drive.read(kPath); }
+  static void put(const std::string& content) { host::machine().drive.write(kFilePath, content); }
+  static std::optional<std::string> content() { return host::machine().drive.read(kFilePath); }
 };
 
 TEST_F(FileTest, constructionOpensNothing) {
-  const File file(kPath);
+  const File file(kFilePath);
   EXPECT_EQ(journal().names(), Texts{});
   EXPECT_FALSE(file.isOpen());
 }
@@ -43,26 +43,26 @@ TEST_F(FileTest, constructionOpensNothing) {
 
 TEST_F(FileTest, sizeIsThatOfTheFile) {
   put("12345");
-  EXPECT_EQ(File(kPath).getSize(), 5U);
-  EXPECT_EQ(File::getSize(kPath), 5U);
+  EXPECT_EQ(File(kFilePath).getSize(), 5U);
+  EXPECT_EQ(File::getSize(kFilePath), 5U);
   EXPECT_EQ(ledger().open("find"), 0U);
 }
 
 TEST_F(FileTest, sizeOfAMissingFileIs0) {
-  EXPECT_EQ(File(kPath).getSize(), 0U);
+  EXPECT_EQ(File(kFilePath).getSize(), 0U);
   EXPECT_EQ(File::getSize(L"C:\\nowhere\\a.txt"), 0U);
 }
 
 TEST_F(FileTest, sizeAbove4GiBIsItsLow32Bits) {
   put("");
-  const auto path = host::machine().drive.locate(kPath);
+  const auto path = host::machine().drive.locate(kFilePath);
   ASSERT_TRUE(path.has_value());
   std::filesystem::resize_file(*path, 4'294'967'296U + 7U);
-  EXPECT_EQ(File::getSize(kPath), 7U);
+  EXPECT_EQ(File::getSize(kFilePath), 7U);
 }
 
 TEST_F(FileTest, existsTellsWhetherTheFileIsThere) {
-  const File file(kPath);
+  const File file(kFilePath);
   EXPECT_FALSE(file.exists());
   put("");
   EXPECT_TRUE(file.exists());
@@ -72,7 +72,7 @@ TEST_F(FileTest, existsTellsWhetherTheFileIsThere) {
 // Opening.
 
 TEST_F(FileTest, openSharesReadsAndWritesAndCreatesWhatIsMissing) {
-  File file(kPath);
+  File file(kFilePath);
   file.open(0x80000000, 0);
   EXPECT_TRUE(file.isOpen());
   EXPECT_EQ(journal().calls("CreateFileW").at(0).args,
@@ -81,7 +81,7 @@ TEST_F(FileTest, openSharesReadsAndWritesAndCreatesWhatIsMissing) {
 }
 
 TEST_F(FileTest, openFileIsNotOpenedAgain) {
-  File file(kPath);
+  File file(kFilePath);
   file.open(0x80000000, 0);
   file.open(0xC0000004, 2);
   EXPECT_EQ(journal().calls("CreateFileW").size(), 1U);
@@ -89,7 +89,7 @@ TEST_F(FileTest, openFileIsNotOpenedAgain) {
 }
 
 TEST_F(FileTest, openAfterAFailureTriesAgain) {
-  File file(kPath);
+  File file(kFilePath);
   faults().failOnce("CreateFileW", 32);
   EXPECT_ANY_THROW(file.open(0x80000000, 0));
   EXPECT_FALSE(file.isOpen());
@@ -100,7 +100,7 @@ TEST_F(FileTest, openAfterAFailureTriesAgain) {
 // Writing.
 
 TEST_F(FileTest, writeOpensAtTheEndForReadingWritingAndAppending) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("abc", 3);
   const std::string arguments = journal().calls("CreateFileW").at(0).args;
   EXPECT_NE(arguments.find(", 3221225476, "), std::string::npos) << arguments;
@@ -110,13 +110,13 @@ TEST_F(FileTest, writeOpensAtTheEndForReadingWritingAndAppending) {
 
 TEST_F(FileTest, writeAppendsToWhatIsThere) {
   put("old");
-  File file(kPath);
+  File file(kFilePath);
   file.write("new", 3);
   EXPECT_EQ(content(), "oldnew");
 }
 
 TEST_F(FileTest, twoWritesAppendInOrderWithNoSeekBetween) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("one", 3);
   file.write("two", 3);
   EXPECT_EQ(content(), "onetwo");
@@ -126,14 +126,14 @@ TEST_F(FileTest, twoWritesAppendInOrderWithNoSeekBetween) {
 }
 
 TEST_F(FileTest, writeOfNothingOpensTheFileAndWritesNothing) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("", 0);
   EXPECT_EQ(content(), "");
   EXPECT_TRUE(file.isOpen());
 }
 
 TEST_F(FileTest, writeOfNullIsAnAssertion) {
-  File file(kPath);
+  File file(kFilePath);
   EXPECT_EQ(thrownBy<AssertException>([&] { file.write(nullptr, 1); }), "Invalid data passed");
   EXPECT_EQ(thrownBy<AssertException>([&] { file.write(nullptr, 0); }), "Invalid data passed");
   EXPECT_FALSE(file.isOpen());
@@ -143,7 +143,7 @@ TEST_F(FileTest, writeOfNullIsAnAssertion) {
 
 TEST_F(FileTest, readFillsFromTheStart) {
   put("abcdef");
-  File file(kPath);
+  File file(kFilePath);
   char data[4] = {};
   file.read(data, 3);
   EXPECT_STREQ(data, "abc");
@@ -153,7 +153,7 @@ TEST_F(FileTest, readFillsFromTheStart) {
 
 TEST_F(FileTest, readOpensForReadingAtTheStart) {
   put("abc");
-  File file(kPath);
+  File file(kFilePath);
   char data[3];
   file.read(data, 3);
   const std::string arguments = journal().calls("CreateFileW").at(0).args;
@@ -163,7 +163,7 @@ TEST_F(FileTest, readOpensForReadingAtTheStart) {
 }
 
 TEST_F(FileTest, readAfterWriteReadsFromTheStart) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("abc", 3);
   char data[4] = {};
   file.read(data, 3);
@@ -173,7 +173,7 @@ TEST_F(FileTest, readAfterWriteReadsFromTheStart) {
 
 TEST_F(FileTest, readOfTheWholeSizeIsAllowedAndOfMoreIsAnAssertion) {
   put("abc");
-  File file(kPath);
+  File file(kFilePath);
   char data[4] = {};
   EXPECT_EQ(thrownBy<AssertException>([&] { file.read(data, 4); }), "Invalid size passed");
   file.read(data, 3);
@@ -181,7 +181,7 @@ TEST_F(FileTest, readOfTheWholeSizeIsAllowedAndOfMoreIsAnAssertion) {
 }
 
 TEST_F(FileTest, readOfMoreThanTheFileHoldsLeavesAnOpenFileOpen) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("abc", 3);
   char data[4];
   EXPECT_EQ(thrownBy<AssertException>([&] { file.read(data, 4); }), "Invalid size passed");
@@ -189,25 +189,25 @@ TEST_F(FileTest, readOfMoreThanTheFileHoldsLeavesAnOpenFileOpen) {
 }
 
 TEST_F(FileTest, readOfNullIsAnAssertion) {
-  File file(kPath);
+  File file(kFilePath);
   EXPECT_EQ(thrownBy<AssertException>([&] { file.read(nullptr, 0); }), "Invalid data passed");
 }
 
 TEST_F(FileTest, readOfNullIsTestedAheadOfTheSize) {
-  File file(kPath);
+  File file(kFilePath);
   EXPECT_EQ(thrownBy<AssertException>([&] { file.read(nullptr, 1); }), "Invalid data passed");
   EXPECT_EQ(journal().names(), Texts{});
 }
 
 TEST_F(FileTest, readOfMoreThanAMissingFileHoldsDoesNotCreateIt) {
-  File file(kPath);
+  File file(kFilePath);
   char data = 0;
   EXPECT_EQ(thrownBy<AssertException>([&] { file.read(&data, 1); }), "Invalid size passed");
   EXPECT_EQ(content(), std::nullopt);
 }
 
 TEST_F(FileTest, readOfNothingCreatesAMissingFile) {
-  File file(kPath);
+  File file(kFilePath);
   char data = 0;
   file.read(&data, 0);
   EXPECT_EQ(content(), "");
@@ -220,7 +220,7 @@ class LargeFileTest : public FileTest {
   static constexpr std::uintmax_t k4GiB = 4'294'967'296U;
 
   static void grow(std::uintmax_t sizeBytes) {
-    const auto path = host::machine().drive.locate(kPath);
+    const auto path = host::machine().drive.locate(kFilePath);
     ASSERT_TRUE(path.has_value());
     std::filesystem::resize_file(*path, sizeBytes);
   }
@@ -231,7 +231,7 @@ TEST_F(LargeFileTest, readAllTakesAsManyBytesAsTheLow32BitsOfTheSize) {
   put("abcdefghij");
   grow(k4GiB + 7);
   Buffer buffer;
-  File(kPath).readAll(buffer);
+  File(kFilePath).readAll(buffer);
   ASSERT_EQ(buffer.size(), 7U);
   EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer.data()), 7), "abcdefg");
 }
@@ -240,14 +240,14 @@ TEST_F(LargeFileTest, exactly4GiBCountsAsEmpty) {
   put("abc");
   grow(k4GiB);
   Buffer buffer;
-  File(kPath).readAll(buffer);
+  File(kFilePath).readAll(buffer);
   EXPECT_EQ(buffer.data(), nullptr);
 }
 
 TEST_F(LargeFileTest, writeCannotMoveToAnEndBeyond4GiB) {
   put("abc");
   grow(k4GiB + 7);
-  File file(kPath);
+  File file(kFilePath);
   EXPECT_EQ(thrownBy<Exception>([&] { file.write("x", 1); }),
             "Error when moving to end of file C:\\data\\a.txt87");
 }
@@ -257,15 +257,15 @@ TEST_F(LargeFileTest, writeAppendsToAFileOf4GiBLessOneByte) {
   put("abc");
   grow(k4GiB - 1);
   SetLastError(87);
-  File file(kPath);
+  File file(kFilePath);
   file.write("x", 1);
-  EXPECT_EQ(std::filesystem::file_size(*host::machine().drive.locate(kPath)), k4GiB);
+  EXPECT_EQ(std::filesystem::file_size(*host::machine().drive.locate(kFilePath)), k4GiB);
 }
 
 TEST_F(LargeFileTest, readMovesToTheStartAlsoBeyond4GiB) {
   put("abc");
   grow(k4GiB + 7);
-  File file(kPath);
+  File file(kFilePath);
   char data[4] = {};
   file.read(data, 3);
   EXPECT_STREQ(data, "abc");
@@ -275,7 +275,7 @@ TEST_F(LargeFileTest, readMovesToTheStartAlsoBeyond4GiB) {
 
 TEST_F(FileTest, tenThousandFilesLeaveNoHandle) {
   for (int i = 0; i < 10'000; ++i) {
-    File file(kPath);
+    File file(kFilePath);
     file.open(0x80000000, 0);
     if (i % 2 == 0) file.close();
   }
@@ -284,13 +284,13 @@ TEST_F(FileTest, tenThousandFilesLeaveNoHandle) {
 }
 
 TEST_F(FileTest, nameEndsAtItsFirstZeroCharacter) {
-  File file(std::wstring(kPath) + std::wstring(L"\0.more", 6));
+  File file(std::wstring(kFilePath) + std::wstring(L"\0.more", 6));
   file.write("a", 1);
   EXPECT_EQ(content(), "a");
 }
 
 TEST_F(FileTest, closeClosesOnce) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("a", 1);
   file.close();
   file.close();
@@ -299,12 +299,12 @@ TEST_F(FileTest, closeClosesOnce) {
 }
 
 TEST_F(FileTest, destructorCloses) {
-  { File(kPath).write("a", 1); }
+  { File(kFilePath).write("a", 1); }
   EXPECT_EQ(ledger().open("file"), 0U);
 }
 
 TEST_F(FileTest, removeClosesAndDeletes) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("a", 1);
   file.remove();
   EXPECT_EQ(content(), std::nullopt);
@@ -313,7 +313,7 @@ TEST_F(FileTest, removeClosesAndDeletes) {
 }
 
 TEST_F(FileTest, renameClosesAndMoves) {
-  File file(kPath);
+  File file(kFilePath);
   file.write("a", 1);
   file.rename(L"C:\\data\\b.txt");
   EXPECT_EQ(host::machine().drive.read(L"C:\\data\\b.txt"), "a");
@@ -323,7 +323,7 @@ TEST_F(FileTest, renameClosesAndMoves) {
 // Deliberate: the object keeps standing for the old path.
 TEST_F(FileTest, renamedFileStandsForTheOldPath) {
   put("old");
-  File file(kPath);
+  File file(kFilePath);
   file.rename(L"C:\\data\\b.txt");
   EXPECT_FALSE(file.exists());
   file.write("new", 3);
@@ -334,7 +334,7 @@ TEST_F(FileTest, renamedFileStandsForTheOldPath) {
 // Counts how often it is asked to close.
 class CountingFile : public File {
  public:
-  CountingFile() : File(kPath) {}
+  CountingFile() : File(kFilePath) {}
   void close() override {
     ++closed;
     File::close();
@@ -370,7 +370,7 @@ TEST_F(FileTest, readAllIntoAStreamClosesThroughTheSlotAlsoWithoutAnyContent) {
 TEST_F(FileTest, readAllFillsABuffer) {
   put(std::string("a\0b", 3));
   Buffer buffer;
-  File(kPath).readAll(buffer);
+  File(kFilePath).readAll(buffer);
   ASSERT_EQ(buffer.size(), 3U);
   EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer.data()), 3), std::string("a\0b", 3));
 }
@@ -378,7 +378,7 @@ TEST_F(FileTest, readAllFillsABuffer) {
 TEST_F(FileTest, readAllOfAnEmptyFileLeavesTheBufferUntouched) {
   put("");
   Buffer buffer;
-  File(kPath).readAll(buffer);
+  File(kFilePath).readAll(buffer);
   EXPECT_EQ(buffer.data(), nullptr);
   EXPECT_EQ(journal().calls("CreateFileW").size(), 0U);
 }
@@ -387,21 +387,21 @@ TEST_F(FileTest, readAllIntoAFilledBufferIsAnAssertion) {
   put("abc");
   Buffer buffer;
   buffer.Alloc(1);
-  EXPECT_EQ(thrownBy<AssertException>([&] { File(kPath).readAll(buffer); }),
+  EXPECT_EQ(thrownBy<AssertException>([&] { File(kFilePath).readAll(buffer); }),
             "Invalid destination passed");
 }
 
 TEST_F(FileTest, readAllTestsTheBufferAheadOfTheFile) {
   Buffer buffer;
   buffer.Alloc(1);
-  EXPECT_EQ(thrownBy<AssertException>([&] { File(kPath).readAll(buffer); }),
+  EXPECT_EQ(thrownBy<AssertException>([&] { File(kFilePath).readAll(buffer); }),
             "Invalid destination passed");
   EXPECT_EQ(journal().names(), Texts{});
 }
 
 TEST_F(FileTest, readAllIntoABufferLeavesTheFileOpen) {
   put("abc");
-  File file(kPath);
+  File file(kFilePath);
   Buffer buffer;
   file.readAll(buffer);
   EXPECT_TRUE(file.isOpen());
@@ -409,14 +409,16 @@ TEST_F(FileTest, readAllIntoABufferLeavesTheFileOpen) {
 
 TEST_F(FileTest, readAllOfAMissingFileIsAnAssertion) {
   Buffer buffer;
-  EXPECT_EQ(thrownBy<AssertException>([&] { File(kPath).readAll(buffer); }), "File does not exist");
+  EXPECT_EQ(thrownBy<AssertException>([&] { File(kFilePath).readAll(buffer); }),
+            "File does not exist");
   std::stringstream stream;
-  EXPECT_EQ(thrownBy<AssertException>([&] { File(kPath).readAll(stream); }), "File does not exist");
+  EXPECT_EQ(thrownBy<AssertException>([&] { File(kFilePath).readAll(stream); }),
+            "File does not exist");
 }
 
 TEST_F(FileTest, readAllAppendsToAStreamAndCloses) {
   put(std::string("b\0c", 3));
-  File file(kPath);
+  File file(kFilePath);
   std::stringstream stream;
   stream << "a";
   file.readAll(stream);
@@ -427,7 +429,7 @@ TEST_F(FileTest, readAllAppendsToAStreamAndCloses) {
 TEST_F(FileTest, readAllOfAnEmptyFileLeavesTheStreamAsItWas) {
   put("");
   std::stringstream stream;
-  File(kPath).readAll(stream);
+  File(kFilePath).readAll(stream);
   EXPECT_EQ(stream.str(), "");
   EXPECT_TRUE(stream.good());
 }

@@ -29,7 +29,6 @@ using roads::Place;
 using roads::Road;
 using roads::RoadEnd;
 using roads::Step;
-using roads::Texts;
 
 enum class How { kOnce, kFromThenOn, kWithAllThatFollow };
 
@@ -94,8 +93,8 @@ class PathSweepTest : public LifecycleTest {
   }
 
   // The calls that gave what is still held.
-  static Texts heldReferences() {
-    Texts makers;
+  static roads::Texts heldReferences() {
+    roads::Texts makers;
     for (const auto& entry : ledger().stillOpen()) {
       if (entry.kind == "reference") makers.push_back(entry.maker);
     }
