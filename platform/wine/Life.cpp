@@ -9,13 +9,17 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <set>
 #include <stdexcept>
+#include <string>
 
 #include "platform/wine/DebugListener.h"
 #include "platform/wine/NamespaceDirectory.h"
 #include "platform/wine/Plan.h"
 #include "platform/wine/RunRecords.h"
 #include "platform/wine/ServiceProcess.h"
+#include "platform/wine/TokenPrivileges.h"
 
 namespace wine {
 namespace {
@@ -55,11 +59,24 @@ class Life {
   void listen() {
     listener_ = std::make_unique<DebugListener>([this](const std::string& line, DWORD writer) {
       process_.isProcess(writer);
+      lookAtToken(line);
       process_.look();
       records_.record('D', line);
       see("log",
           [&](const PlannedStep& step) { return line.find(step.what) != std::string::npos; });
     });
+  }
+
+  // What the token holds at the first line is what it held at the start, if that line is one of
+  // those that come ahead of the removal. The program may be a line further on than the one that is
+  // told, and never two.
+  void lookAtToken(const std::string& line) {
+    if (!heldAtFirst_) {
+      heldAtFirst_ = process_.privileges();
+    }
+    if (line.find("AdjustTokenPrivileges ") != std::string::npos) {
+      records_.note(tokenText(*heldAtFirst_, process_.privileges()));
+    }
   }
 
   template <class IsMeant>
@@ -161,6 +178,7 @@ class Life {
   RunRecords records_;
   std::atomic<bool> isEnded_{false};
   ServiceProcess process_;
+  std::optional<std::set<std::string>> heldAtFirst_;
   std::unique_ptr<DebugListener> listener_;
 };
 

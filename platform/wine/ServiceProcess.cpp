@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/wine/Plan.h"
+#include "platform/wine/TokenPrivileges.h"
 
 namespace wine {
 namespace {
@@ -188,14 +189,16 @@ void ServiceProcess::look() {
 void ServiceProcess::control(DWORD number) {
   const std::string name =
       number == SERVICE_CONTROL_STOP ? std::string("stop") : "control " + std::to_string(number);
-  SERVICE_STATUS status{};
   const SERVICE_STATUS_PROCESS now = statusOf(service_);
-  const bool isTaken =
-      number != SERVICE_CONTROL_STOP || (now.dwControlsAccepted & SERVICE_ACCEPT_STOP) != 0;
-  if (!isTaken || control_.joinable()) {
+  const bool isHandedOn =
+      number == SERVICE_CONTROL_STOP && (now.dwControlsAccepted & SERVICE_ACCEPT_STOP) != 0;
+  if (!isHandedOn || control_.joinable()) {
+    // Refused at once, or handed to a handler that returns at once.
+    SERVICE_STATUS status{};
     const BOOL done = ControlService(service_, number, &status);
+    const DWORD error = GetLastError();
     records_.note("service manager: " + name +
-                  (done ? " requested" : " refused, error " + std::to_string(GetLastError())));
+                  (done ? " requested" : " refused, error " + std::to_string(error)));
     return;
   }
   records_.note("service manager: " + name + " requested");
@@ -206,6 +209,10 @@ void ServiceProcess::control(DWORD number) {
     ControlService(service_, number, &ignored);
     isControlled_ = false;
   });
+}
+
+std::set<std::string> ServiceProcess::privileges() const {
+  return privilegesOf(process_);
 }
 
 std::optional<DWORD> ServiceProcess::exitCode() const {

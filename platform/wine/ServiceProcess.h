@@ -4,6 +4,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -40,6 +41,9 @@ class ServiceProcess {
 
   // Sends a control; the result becomes a note.
   void control(DWORD number);
+
+  // What its token holds. May be called on any thread once the process is known.
+  std::set<std::string> privileges() const;
 
   // The exit code once it has ended.
   std::optional<DWORD> exitCode() const;

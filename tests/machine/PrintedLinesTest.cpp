@@ -41,6 +41,15 @@ TEST(PrintedLinesTest, StatusNamesStateCheckPointWaitHintAndExitCode) {
       Lines{"-- service manager: STOPPED, check-point 0, wait hint 5000 ms, exit code 4294967295"});
 }
 
+TEST(PrintedLinesTest, StatusSaysWhichControlsItAcceptsIfMoreIsWanted) {
+  EXPECT_EQ(linesOf(ReportKind::kStatus, "2 1 0 0 5000", true),
+            Lines{"-- service manager: START_PENDING, check-point 1, wait hint 5000 ms, exit code "
+                  "0, controls accepted 0"});
+  EXPECT_EQ(linesOf(ReportKind::kStatus, "4 0 0 1 5000", true),
+            Lines{"-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0, "
+                  "controls accepted 1"});
+}
+
 TEST(PrintedLinesTest, NotesConsoleLinesAndWaitsAreMarked) {
   EXPECT_EQ(linesOf(ReportKind::kNote, "a program was started"), Lines{"-- a program was started"});
   EXPECT_EQ(linesOf(ReportKind::kConsole, "Usage: x"), Lines{"-- console: Usage: x"});

@@ -20,16 +20,23 @@ texts() {
     sed -E 's/\[0x[0-9a-f]+\]/[0x]/g'
 }
 
-# What the service manager was told, in order, but for STOP_PENDING: how often that is told goes by
-# the time that passes.
+# What the service manager was told, with the controls that were accepted, in order, but for
+# STOP_PENDING: how often that is told goes by the time that passes.
 statuses() {
-  sed -nE 's/\r$//; s/^-- (service manager: (START_PENDING|RUNNING|STOPPED), .*)$/\1/p' "$1"
+  sed -nE 's/\r$//; s/^-- (service manager: (START_PENDING|RUNNING|STOPPED), .*, controls accepted [0-9]+)$/\1/p' "$1"
 }
+
+# What the service manager was asked for, and what it refused.
+requests() { sed -nE 's/\r$//; s/^-- (service manager: .* (requested|refused, .*))$/\1/p' "$1"; }
+
+# What the token kept of its privileges. Wine's holds fewer at the start than that of Windows' local
+# system, all of which are among those of the model's, so fewer are removed there.
+tokens() { sed -nE 's/\r$//; s/^-- token: [1-9][0-9]* privileges removed, (kept .*)$/\1/p' "$1"; }
 
 [[ -x $RUN_TOOL ]] || { printf 'the native run tool has not been built: %s\n' "$RUN_TOOL"; exit 1; }
 sha256sum <"$PROGRAM_FOLDER/TPMEnrollmentService.exe"
-"$RUN_TOOL" "$name" --virtual >"$place/model.all" 2>&1 || give_up 'over the model it went otherwise'
-"$RUN_TOOL" "$name" --wine >"$place/wine.all" 2>&1 || give_up 'under Wine it went otherwise'
+"$RUN_TOOL" "$name" --virtual --verbose >"$place/model.all" 2>&1 || give_up 'over the model it went otherwise'
+"$RUN_TOOL" "$name" --wine --verbose >"$place/wine.all" 2>&1 || give_up 'under Wine it went otherwise'
 texts "$place/model.all" >"$place/model"
 texts "$place/wine.all" >"$place/wine"
 diff -u -- "$place/model" "$place/wine" || give_up 'the two logs differ'
@@ -38,9 +45,24 @@ if grep -q '^\[[A-Z]*\] \[TPM\]' "${SCENARIOS:?}/$name.scenario"; then
   [[ -s $place/model ]] || give_up 'no line of the logs was read'
 fi
 
+requests "$place/model.all" >"$place/model"
+requests "$place/wine.all" >"$place/wine"
+diff -u -- "$place/model" "$place/wine" || give_up 'other requests were refused'
+
+# Under Wine nobody looks at the token but when the log tells of its change.
+tokens "$place/model.all" >"$place/model"
+tokens "$place/wine.all" >"$place/wine"
+if grep -qF '[TPM] AdjustTokenPrivileges ' "$place/wine.all"; then
+  [[ -s $place/wine ]] || give_up 'nobody looked at the token'
+  diff -u -- "$place/model" "$place/wine" || give_up 'the token kept other privileges'
+fi
+
 # Under Wine a status may pass unseen, and none is seen there that the model has not.
 statuses "$place/model.all" >"$place/model"
 statuses "$place/wine.all" >"$place/wine"
+if grep -q '^status = STOPPED' "$SCENARIOS/$name.scenario"; then
+  [[ -s $place/wine ]] || give_up 'no status was read'
+fi
 awk 'NR == FNR { told[++count] = $0; next }
   { while (++next_one <= count && told[next_one] != $0); if (next_one > count) exit 1 }' \
   "$place/model" "$place/wine" || {

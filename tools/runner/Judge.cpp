@@ -7,11 +7,15 @@
 
 #include "platform/host/Imbalances.h"
 #include "tools/runner/PrintedLines.h"
+#include "tools/runner/StoppedPause.h"
 
 namespace runner {
 namespace {
 
 constexpr std::size_t kLinesOfContext = 3;
+// The service lets two seconds pass ahead of each report of STOPPED. Stamps are cut to
+// milliseconds, and sleeps of the platform may be a tick short.
+constexpr host::Nanoseconds kLeastPause = 1900 * host::kNanosecondsPerMillisecond;
 
 bool isExpectedEnd(const host::ExpectedEnd& expected, const RunResult& result) {
   using Kind = host::ExpectedEnd::Kind;
@@ -95,6 +99,15 @@ Difference linesDifference(std::vector<std::string> expected,
   return difference;
 }
 
+Difference pauseDifference(const RunResult& result) {
+  const auto pause = shortestPauseAheadOfStopped(result.records);
+  if (!pause || *pause >= kLeastPause) {
+    return {};
+  }
+  return {"STOPPED was reported " + secondsText(*pause) + " after the service was done, too early",
+          {}};
+}
+
 // The log lines among the printed ones.
 std::vector<std::string> logLines(const std::vector<std::string>& lines) {
   std::vector<std::string> log;
@@ -118,6 +131,11 @@ std::vector<Difference> judge(const host::Scenario& scenario, const RunResult& r
     differences.push_back(std::move(ledger));
   }
   differences.insert(differences.end(), result.drive.begin(), result.drive.end());
+  if (lines == Lines::kLogOnly) {
+    if (Difference pause = pauseDifference(result); !pause.summary.empty()) {
+      differences.push_back(std::move(pause));
+    }
+  }
   if (lines != Lines::kIgnored && scenario.expected) {
     const std::vector<std::string> all = comparableLines(result.records);
     Difference printed = lines == Lines::kCompared

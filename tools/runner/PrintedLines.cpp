@@ -39,14 +39,15 @@ std::vector<std::string> marked(std::string_view subject, std::string_view text)
   return lines;
 }
 
-std::string statusText(std::string_view text) {
+std::string statusText(std::string_view text, bool verbose) {
   const auto status = parseStatus(text);
   if (!status) {
     return "a status that makes no sense: " + std::string(text);
   }
   return stateText(status->state) + ", check-point " + std::to_string(status->checkPoint) +
          ", wait hint " + std::to_string(status->waitHintMs) + " ms, exit code " +
-         std::to_string(status->exitCode);
+         std::to_string(status->exitCode) +
+         (verbose ? ", controls accepted " + std::to_string(status->controlsAccepted) : "");
 }
 
 bool isDigit(char character) {
@@ -83,7 +84,7 @@ std::vector<std::string> printedLines(const Record& record, bool verbose) {
     case host::ReportKind::kThreads:
       return marked("waiting: ", record.text);
     case host::ReportKind::kStatus:
-      return marked("service manager: ", statusText(record.text));
+      return marked("service manager: ", statusText(record.text, verbose));
     case host::ReportKind::kConsole:
       return marked("console: ", record.text);
     case host::ReportKind::kLedger:

@@ -9,8 +9,9 @@
 namespace runner {
 
 // The lines that a run prints for a record, without line ends. None for a record that is no
-// line of its own. `verbose` adds what a reader seldom wants: imbalances of the ledger that the
-// scenario names, the hash over all steps, the life's peak memory.
+// line of its own. `verbose` adds what a reader seldom wants: the controls that a status accepts,
+// imbalances of the ledger that the scenario names, the hash over all steps, the life's peak
+// memory.
 std::vector<std::string> printedLines(const Record& record, bool verbose);
 
 // A printed line as scenarios write it down: without stamp and tag of the log, every "[0x<hex>]" as
