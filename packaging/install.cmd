@@ -79,6 +79,8 @@ set "TARGET=%TARGET:~0,-1%"
 if not "%TARGET:~1,2%"==":\" goto bad_folder
 if not "%TARGET:&=%"=="%TARGET%" goto bad_folder
 if not "%TARGET:^=%"=="%TARGET%" goto bad_folder
+rem What cannot be copied onto itself would be undone, and the package with it.
+if exist "%TARGET%\..\install.cmd" if exist "%TARGET%\..\SHA256SUMS" goto package_folder
 
 rem The service manager is asked first, if need be for what is so already: it is the one that refuses
 rem when rights are missing, and until then nothing has been changed.
@@ -143,6 +145,10 @@ exit /b 2
 :bad_folder
 >&2 echo install.cmd: not a folder for the program: "%TARGET%"
 >&2 echo It takes a whole path, with a drive, without the characters ^& and ^^.
+exit /b 1
+:package_folder
+>&2 echo install.cmd: not a folder for the program: "%TARGET%"
+>&2 echo It belongs to a package. Nothing was changed.
 exit /b 1
 :foreign
 >&2 echo install.cmd: the service %NAME% is there, and this script did not install it.

@@ -54,7 +54,10 @@ goto unregistered
 
 :not_registered
 call :folder_of "%~f0"
+rem Beside this script the files of a package lie as those of an installation do; they are not one.
+if exist "%PLACE%\..\install.cmd" if exist "%PLACE%\..\SHA256SUMS" goto in_package
 if exist "%PLACE%\%RECORD%" if exist "%PLACE%\%SELF%" goto unregistered
+:in_package
 echo %NAME% is not installed.
 exit /b 0
 

@@ -39,6 +39,15 @@ on 1 cmd /c "$install" /dir 'relative\folder'
 on 0 cmd /c "$uninstall"
 expect_line "$name is not installed."
 
+# The script that is installed lies in the package too, among files that look like an installation.
+on 0 cmd /c "C:\package\files\\$name-uninstall.cmd"
+expect_line "$name is not installed."
+on 1 cmd /c "$install" /dir 'C:\package\files'
+expect_line 'install.cmd: not a folder for the program: "C:\package\files"'
+expect_line 'It belongs to a package. Nothing was changed.'
+on 1 reg query "HKLM\\SYSTEM\\CurrentControlSet\\Services\\$name"
+(cd -- "$drive/package" && sha256sum --quiet -c SHA256SUMS) || give_up 'the package was taken apart'
+
 # --- the service manager's other refusals -------------------------------------------------------
 
 refuse() { printf '%s\n' "$1" >"$drive/sc-refuses.txt"; }
