@@ -2,11 +2,13 @@
 # program under Wine: what they say of the product holds with the platform's own runtime, characters
 # of two bytes and the other compiler too.
 set(runs_under_wine
+  client/ClientStandinTest.cpp
   client/TalsEntryTableTest.cpp
   diagnostics/AppendPrintedTest.cpp
   diagnostics/ConsoleLogOutletTest.cpp
   diagnostics/ExceptionFieldsTest.cpp
   diagnostics/ExceptionTest.cpp
+  diagnostics/LogItemTest.cpp
   diagnostics/LogRecorderTest.cpp
   diagnostics/LogTextTest.cpp
   diagnostics/OutletBaseTest.cpp
@@ -19,6 +21,7 @@ set(runs_under_wine
   runtime/BufferWriterTest.cpp
   runtime/CmdLineNamesTest.cpp
   runtime/CmdLineProcTest.cpp
+  runtime/CmdLinePromptTest.cpp
   runtime/CmdLineSizeTest.cpp
   runtime/CmdLineValueTest.cpp
   runtime/ConfigBytesTest.cpp
@@ -34,13 +37,13 @@ set(runs_under_wine
   runtime/SlotOrderTest.cpp
   task/StoredActionDirectoryTest.cpp
   tools/ArgumentsTest.cpp
+  tools/ConfigCheckTest.cpp
   tools/KnownSettingsTest.cpp
   tools/LineCheckTest.cpp)
 
 # The others stay over the model: for the faults, the journal of calls, the virtual time or the moments
 # in a run that they ask for,
 set(needs_faults_or_journal
-  client/ClientStandinTest.cpp
   client/DeviceManagerWrapperTest.cpp
   client/DeviceSearchTest.cpp
   client/ErrorStringTest.cpp
@@ -64,7 +67,6 @@ set(needs_faults_or_journal
   diagnostics/GetSystemErrorTextTest.cpp
   diagnostics/LanguageLibrariesTest.cpp
   diagnostics/LogItemMemoryTest.cpp
-  diagnostics/LogItemTest.cpp
   diagnostics/LogSetupFaultTest.cpp
   diagnostics/LogSetupTest.cpp
   diagnostics/LogSinkTest.cpp
@@ -79,7 +81,6 @@ set(needs_faults_or_journal
   diagnostics/SysExceptionFailureTest.cpp
   diagnostics/SysExceptionTest.cpp
   runtime/CmdLineEchoTest.cpp
-  runtime/CmdLinePromptTest.cpp
   runtime/CmdLinePromptTextTest.cpp
   runtime/ConfigPowerCutTest.cpp
   runtime/ConfigSaveCallTest.cpp
@@ -119,8 +120,7 @@ set(needs_faults_or_journal
   task/TaskLifecycleTest.cpp
   task/TaskOutOfMemoryTest.cpp
   task/TaskPathSweepTest.cpp
-  task/TaskSettingsTest.cpp
-  tools/ConfigCheckTest.cpp)
+  task/TaskSettingsTest.cpp)
 # or for a machine that is as they want it: its devices, registry, language, client stack or tasks.
 set(needs_another_machine
   client/GetDeviceHKEYTest.cpp
@@ -169,6 +169,26 @@ set(stays_over_the_model
   TextTest.isEmptyWhenThePlatformCannotWiden
   TextTest.isEmptyWhenThePlatformFailsHalfWay
   LogTextTest.losesNarrowTextThatThePlatformDoesNotWidenAndNothingElse
+  LogItemTest.readsTheClockForBothChannelsAlsoWhenNobodyTakesTheItem
+  CmdLinePromptTest.plainValueIsTypedInTheOpen
+  CmdLinePromptTest.valueThatThePlatformDoesNotWidenIsEmpty
+  # because they set the clock, listen to the debug output or look at the console's mode,
+  LogItemTest.isStampedForEachOfItsTwoChannels
+  LogItemTest.isALineOfStampTagLevelUseCaseAndText
+  LogItemTest.dropsAnItemBelowTheThresholdInTheOutletAndNowhereEarlier
+  CmdLinePromptTest.endOfTheInputEndsTheTriesWithAnEmptyValue
+  # because they are denied a file,
+  ConfigCheckTest.FileThatMayNotBeReadIsCorrupted
+  # because they measure the machine's time, or the stand-in tells the model what it answers,
+  ClientStandinTest.AnAnswerCanTakeTimeOnTheMachinesClock
+  ClientStandinTest.AnyAnswerCanTakeTime
+  ClientStandinTest.AnEntryCanWaitForEver
+  ClientStandinTest.StepsAreReportedInTimeOnAThreadOfTheLibrarysOwn
+  ClientStandinTest.AnswersAreTakenIntoTheRunsReport
+  # because Wine's debugger looks at the crash for seconds, as it does in the scenario that has one, and
+  # because each of many lines takes a process of its own,
+  ClientStandinTest.AnEntryCanCrash
+  ClientStandinTest.AMalformedLineEndsTheProcessWithItsReason
   # because Wine has other words for an error,
   ExceptionFieldsTest.aSystemFailureHasItsErrorAndThenTheLastTextToldOfIt
   ExceptionFieldsTest.aCopyHasTheLastTextToldOfASystemFailure
@@ -179,9 +199,12 @@ list(JOIN stays_over_the_model ":" left_out)
 
 list(TRANSFORM runs_under_wine PREPEND ${unit}/)
 add_executable(windows_unit_tests ${runs_under_wine} ${unit}/runtime/FailingAllocation.cpp
-               ${CMAKE_SOURCE_DIR}/tests/support/LogRecorder.cpp tests.rc
+               ${CMAKE_SOURCE_DIR}/tests/support/LogRecorder.cpp
+               ${CMAKE_SOURCE_DIR}/tests/support/ResourceLibrary.cpp tests.rc
                ${GOOGLETEST_SOURCES}/googletest/src/gtest_main.cc)
 target_include_directories(windows_unit_tests BEFORE PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/surroundings)
+# Wine's drive Z is the whole system.
+target_compile_definitions(windows_unit_tests PRIVATE STANDINS_DIR="Z:${CMAKE_BINARY_DIR}/standins")
 target_link_libraries(windows_unit_tests PRIVATE product platform config_check windows_test)
 # As most of the time goes into headers, what can be compiled together is, and the rest finds the
 # framework's read already. Unnamed namespaces of these share names with those of others.

@@ -13,12 +13,14 @@ trap '"$SESSION" end "$WINEPREFIX" && rm -rf -- "$place"' EXIT
 "$SESSION" template "$TEMPLATE"
 "$SESSION" clone "$TEMPLATE" "$WINEPREFIX"
 wineserver -p >/dev/null 2>&1 </dev/null
-mkdir -- "$WINEPREFIX/drive_c/S"
-cp -- "$program" "$WINEPREFIX/drive_c/S/"
+# Where the service's program is: there the tests put the libraries that it looks for beside itself.
+folder='Program Files/Orvix/TPMEnrollmentService'
+mkdir -p -- "$WINEPREFIX/drive_c/$folder"
+cp -- "$program" "$WINEPREFIX/drive_c/$folder/"
 
 # A program that broke down may give any status, so its own last word counts too.
 status=0
-timeout 200 wine "C:\\S\\$(basename -- "$program")" --gtest_brief=1 "$@" >"$place/out" 2>&1 \
+timeout 200 wine "C:\\${folder//\//\\}\\$(basename -- "$program")" --gtest_brief=1 "$@" >"$place/out" 2>&1 \
   </dev/null || status=$?
 tr -d '\r' <"$place/out" | tee "$place/printed"
 if [[ $status == 0 ]] && ! grep -qE '^\[  PASSED  \] [1-9][0-9]* tests?\.$' "$place/printed"; then

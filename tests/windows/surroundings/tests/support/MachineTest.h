@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -33,13 +35,21 @@ class RealDrive {
     }
     std::filesystem::create_directories(folder);
   }
+  // A file that has these bytes already is left alone: a library that is loaded cannot be written.
   void write(const std::wstring& path, std::string_view bytes) {
     createFolder(std::filesystem::path(path).parent_path());
+    if (read(path) == bytes) {
+      return;
+    }
     std::ofstream file{std::filesystem::path(path), std::ios::binary};
     file << bytes << std::flush;
     if (!file) {
       throw std::runtime_error("a file of the test cannot be written");
     }
+  }
+  void copyIn(const std::filesystem::path& file, const std::wstring& path) {
+    createFolder(std::filesystem::path(path).parent_path());
+    std::filesystem::copy_file(file, path, std::filesystem::copy_options::overwrite_existing);
   }
   std::optional<std::string> read(const std::wstring& path) {
     std::ifstream file{std::filesystem::path(path), std::ios::binary};
@@ -61,8 +71,26 @@ class RealDrive {
   std::vector<std::filesystem::path> made_;
 };
 
+// What a test asks of it beside the drive stays as it was made: whoever sets the clock is refused,
+// and the others must not be run here if that would let them pass.
 struct Machine {
+  enum class Standard { kConsole };
+  struct Device {
+    std::wstring softwareKey;
+  };
+
+  void setLocalTime(WORD, WORD, WORD, WORD, WORD, WORD, WORD) {
+    throw std::logic_error("the clock is set over the model alone");
+  }
+  // A library is loaded by its path here, and nobody looks for its device.
+  void installStack(const std::wstring&) {}
+
   RealDrive drive;
+  Standard input = Standard::kConsole;
+  DWORD inputMode = 0;
+  std::vector<std::wstring> debugOutput;
+  std::vector<std::string> clientAnswers;
+  std::vector<Device> devices;
 };
 
 inline Machine& machine() {
@@ -75,9 +103,11 @@ struct JournalEntry {
   std::string args;
   std::string result;
   DWORD lastError = 0;
+  bool faulted = false;
 };
 
 struct Journal {
+  static Journal& instance() { throw std::logic_error("there is a journal over the model alone"); }
   std::vector<std::string> names() const { return {}; }
   std::vector<std::string> namesOf(const std::vector<std::string>&) const { return {}; }
   std::vector<JournalEntry> calls(const std::string&) const { return {}; }
@@ -98,6 +128,16 @@ struct Ledger {
   std::vector<std::string> stillOpen() const { return {}; }
 };
 
+// Threads take no turns here, and time is the real one.
+struct Scheduler {
+  enum class Mode { kReal };
+  static Scheduler instance() { return {}; }
+  void setDeadlockHandler(const std::function<void(const std::string&)>&) {
+    throw std::logic_error("waits without an end are seen over the model alone");
+  }
+};
+inline void resetMachine(Scheduler::Mode) {}
+
 class MachineTest : public ::testing::Test {
  protected:
   ~MachineTest() override { machine().drive.clear(); }
@@ -105,6 +145,7 @@ class MachineTest : public ::testing::Test {
   static Journal journal() { throw std::logic_error("there is a journal over the model alone"); }
   static Faults faults() { throw std::logic_error("there are faults over the model alone"); }
   static Ledger ledger() { return {}; }
+  static std::int64_t clockMs() { return static_cast<std::int64_t>(GetTickCount64()); }
 };
 
 }  // namespace host
