@@ -2,7 +2,8 @@
 // listens to it, lets the plan's steps happen, and tells all of it on the standard output.
 //
 //   life PLAN     runs the plan; the exit code is the program's, as far as eight bits tell it
-//   life --idle   is a service that has nothing to do
+//   life --idle [MILLISECONDS]
+//                 is a service that has nothing to do, and is one only after so long
 
 #include <algorithm>
 #include <filesystem>
@@ -186,11 +187,11 @@ class Life {
 }  // namespace wine
 
 int wmain(int argc, wchar_t** argv) {
-  if (argc == 2 && std::wstring(argv[1]) == L"--idle") {
-    wine::liveAsIdleService();
-    return 0;
-  }
   try {
+    if (argc >= 2 && argc <= 3 && std::wstring(argv[1]) == L"--idle") {
+      wine::liveAsIdleService(argc == 3 ? std::stoul(argv[2]) : 0);
+      return 0;
+    }
     if (argc != 2) {
       throw std::runtime_error("one argument is needed, the plan's file");
     }

@@ -9,6 +9,10 @@
 namespace wine {
 namespace {
 
+constexpr long long kNanosecondsPerSecond = 1'000'000'000;
+// So long the platform's manager waits by itself for a program to become a service.
+constexpr long long kUsualPatienceSeconds = 10;
+
 [[noreturn]] void failed(const char* call) {
   throw std::runtime_error(std::string(call) + " failed with " + std::to_string(GetLastError()));
 }
@@ -83,7 +87,12 @@ void ServiceProcess::startByManager(const std::wstring& commandLine) {
   SC_HANDLE const service = registered(manager_, kServiceName, commandLine);
   // Until this call returns the manager answers no other one about the service, so a look by the
   // listener would keep the program from going on, and with it the call.
+  const long long began = records_.nanoseconds();
   const BOOL isStarted = StartServiceW(service, 0, nullptr);
+  const long long seconds = (records_.nanoseconds() - began) / kNanosecondsPerSecond;
+  if (seconds >= kUsualPatienceSeconds) {
+    records_.note("the start of the service took " + std::to_string(seconds) + " s");
+  }
   if (!isStarted && process_ == nullptr) {
     failed("StartServiceW");
   }
@@ -255,7 +264,8 @@ void WINAPI idle(DWORD, wchar_t**) {
 
 }  // namespace
 
-void liveAsIdleService() {
+void liveAsIdleService(DWORD beforehandMs) {
+  Sleep(beforehandMs);
   wchar_t name[] = L"Idle";
   const SERVICE_TABLE_ENTRYW services[] = {{name, idle}, {nullptr, nullptr}};
   StartServiceCtrlDispatcherW(services);

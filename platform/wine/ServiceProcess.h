@@ -72,7 +72,7 @@ class ServiceProcess {
 };
 
 // What a process does that is started as a service and has nothing to do: reports that it runs and
-// that it has stopped.
-void liveAsIdleService();
+// that it has stopped. It becomes a service after so many milliseconds.
+void liveAsIdleService(DWORD beforehandMs);
 
 }  // namespace wine

@@ -47,6 +47,10 @@ make_template() {
   mv -- "$WINEPREFIX" "$folder"
 }
 
+# Wine's service manager gives a program ten seconds from its start until it is a service, and answers
+# 1053 then. Where many sessions begin at once on a busy machine its loading alone may take longer.
+readonly start_limit_ms=60000
+
 # Links, but for what the server writes through them.
 clone() {
   local name
@@ -55,6 +59,8 @@ clone() {
     rm -f -- "$2/$name"
     cp -- "$1/$name" "$2/$name"
   done
+  printf '\n[System\\\\CurrentControlSet\\\\Control] 1700000000\n"ServicesPipeTimeout"="%s"\n' \
+    "$start_limit_ms" >>"$2/system.reg"
 }
 
 live() {
