@@ -136,7 +136,7 @@ test_unknown_verb_is_misuse() {
 
 test_unknown_arguments_are_misuse() {
   local verb
-  for verb in test bench package lint format clean help; do
+  for verb in test bench lint format clean help; do
     dev "$verb" --fast
     expect_status 2
     expect_empty out
@@ -503,6 +503,25 @@ test_package_is_not_made_of_a_broken_build() {
   dev package
   expect_status 1
   expect_empty out
+}
+
+test_package_is_made_once_more_for_a_proof() {
+  mkdir "$place/checkout/packaging"
+  printf '#!/bin/bash\necho made\n' >"$place/checkout/packaging/make.sh"
+  # shellcheck disable=SC2016  # for the script to expand
+  printf '#!/bin/bash\nprintf "proved with %%s and %%s\\n" "$1" "$2"\nexit 1\n' \
+    >"$place/checkout/packaging/prove.sh"
+  chmod +x "$place/checkout/packaging/"*.sh
+  dev package --proof
+  expect_status 1
+  expect_in out made
+  expect_last_line "proved with $place/checkout/build/windows and $place/checkout/build/package"
+}
+
+test_package_takes_nothing_but_the_wish_for_a_proof() {
+  dev package --prove
+  expect_status 2
+  expect_in err 'package takes --proof alone, but got: --prove'
 }
 
 # The compilers for Windows, the second of which exits with the given status.

@@ -1,4 +1,5 @@
-# Holds a bill of materials against the files that it is about: BILL, FOLDER, VERSION.
+# Holds a bill of materials against the files that it is about: BILL, FOLDER, VERSION. What it says of
+# dependencies is written to the file DEPENDENCIES, a line "<what> <on what>" each.
 cmake_policy(VERSION 3.25)
 file(READ ${BILL} bill)
 
@@ -48,4 +49,31 @@ set(expected
   "winpthreads 10 MIT AND BSD-3-Clause")
 if(NOT libraries STREQUAL expected)
   message(FATAL_ERROR "the libraries of the bill are ${libraries}")
+endif()
+
+# Whatever depends, or is depended on, is one of the components, and each library is used.
+set(lines)
+set(used)
+string(JSON count LENGTH "${bill}" dependencies)
+math(EXPR last "${count} - 1")
+foreach(i RANGE ${last})
+  string(JSON what GET "${bill}" dependencies ${i} ref)
+  if(NOT what IN_LIST files)
+    message(FATAL_ERROR "there is no file ${what} that could depend on anything")
+  endif()
+  string(JSON on_count LENGTH "${bill}" dependencies ${i} dependsOn)
+  math(EXPR on_last "${on_count} - 1")
+  foreach(j RANGE ${on_last})
+    string(JSON on GET "${bill}" dependencies ${i} dependsOn ${j})
+    string(APPEND lines "${what} ${on}\n")
+    list(APPEND used ${on})
+  endforeach()
+endforeach()
+file(WRITE ${DEPENDENCIES} "${lines}")
+list(TRANSFORM libraries REPLACE "^([^ ]+) .*" "\\1")
+list(REMOVE_DUPLICATES used)
+list(SORT used)
+list(SORT libraries)
+if(NOT used STREQUAL libraries)
+  message(FATAL_ERROR "the libraries are ${libraries}, and what is depended on is ${used}")
 endif()

@@ -124,23 +124,36 @@ test_has_its_language_libraries_beside_it() {
   done
 }
 
-# A few sources, one of which asks where it stands, are compiled from a copy of the tree in folders
-# of another length, and the program is linked once more in such a folder. Whatever tells of a place
-# or a time would show in either.
+# The objects of a program, of which every so many-th is named, from one on that goes by the program's
+# checksum: another version has another sample. drawn_from FOLDER NUMBER.
+drawn_from() {
+  local objects sum
+  mapfile -t objects < <(cd -- "$BUILD_ROOT" && find "$1" -name '*.obj' | LC_ALL=C sort)
+  ((${#objects[@]} >= $2)) || give_up "there are no objects in $1"
+  sum=$(sha256sum <"$program")
+  local first=$((16#${sum:0:8} % ${#objects[@]})) i
+  for ((i = 0; i < $2; i++)); do
+    printf '%s\n' "${objects[(first + i * (${#objects[@]} / $2)) % ${#objects[@]}]}"
+  done
+}
+
+# Some sources, and one that asks where it stands, are compiled from a copy of the tree in folders of
+# another length, and both programs are linked once more in such a folder. Whatever tells of a place
+# or a time would show in either. `./dev package --proof` compiles all of them.
 test_is_the_same_bytes_when_made_elsewhere() {
   local copy=$place/another/folder/altogether name object
-  mkdir -p -- "$copy/standins" "$copy/platform/wine" "$copy/linked" \
-    "$copy/tools/config-check"
+  mkdir -p -- "$copy/standins" "$copy/platform/wine" "$copy/linked" "$copy/tools"
   for name in CMakeLists.txt CMakePresets.json cmake VUSL client task service resources \
-    platform/CMakeLists.txt platform/win32.h platform/mingw; do
+    platform/CMakeLists.txt platform/win32.h platform/mingw tools/config-check tools/EditDistance.cpp \
+    tools/EditDistance.h; do
     cp -r -- "$SOURCE_ROOT/$name" "$copy/$name"
   done
   : >"$copy/standins/CMakeLists.txt"
   : >"$copy/platform/wine/CMakeLists.txt"
-  : >"$copy/tools/config-check/CMakeLists.txt"
-  local objects=(CMakeFiles/product.dir/VUSL/Support/ConfigMemory.cpp.obj
-    CMakeFiles/product.dir/client/FileUtils.cpp.obj
+  local objects=(CMakeFiles/product.dir/client/FileUtils.cpp.obj
     CMakeFiles/TPMEnrollmentService.dir/resources/TPMEnrollmentService.rc.res)
+  mapfile -t -O 2 objects < <(drawn_from CMakeFiles/product.dir 2 && drawn_from tools/config-check 1)
+  printf 'compiled: %s\n' "${objects[@]}"
   # A cache of compilations would give the same bytes whatever the compiler does.
   (cd -- "$copy" && export CCACHE_DISABLE=1 &&
     cmake --preset windows -B made -D BUILD_TESTING=OFF &&
@@ -152,13 +165,14 @@ test_is_the_same_bytes_when_made_elsewhere() {
     cmp -- "$BUILD_ROOT/$object" "$copy/made/$object" || give_up 'another object came of it'
   done
 
-  (cd -- "$BUILD_ROOT" && find CMakeFiles platform \( -name '*.obj' -o -name '*.res' \) -print0 |
+  (cd -- "$BUILD_ROOT" && find CMakeFiles platform tools \( -name '*.obj' -o -name '*.res' \) -print0 |
     xargs -0 cp --parents -t "$copy/linked")
   mkdir -- "$copy/linked/program"
-  ninja -C "$BUILD_ROOT" -t commands program/TPMEnrollmentService.exe | tail -n 1 >"$place/link"
-  (cd -- "$copy/linked" && bash "$place/link") || give_up 'it could not be linked a second time'
-  cmp -- "$program" "$copy/linked/program/TPMEnrollmentService.exe" ||
-    give_up 'it is not the same bytes'
+  for name in program/TPMEnrollmentService.exe tools/config-check/config-check.exe; do
+    ninja -C "$BUILD_ROOT" -t commands "$name" | tail -n 1 >"$place/link"
+    (cd -- "$copy/linked" && bash "$place/link") || give_up "$name could not be linked a second time"
+    cmp -- "$BUILD_ROOT/$name" "$copy/linked/$name" || give_up "$name is not the same bytes"
+  done
 }
 
 # --- docs/attack-surface.md ----------------------------------------------------------------------
