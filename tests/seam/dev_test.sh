@@ -336,6 +336,7 @@ test_run_under_wine_builds_the_windows_program_first() {
   expect_in out 'with first-boot --wine'
   expect_in err 'installing wine wine64'
   expect_in calls "cmake --build $place/checkout/build/windows"
+  expect_in calls '--target TPMEnrollmentService language_libraries standins/all platform/wine/all'
 }
 
 test_run_over_the_model_needs_nothing_of_windows() {
@@ -531,7 +532,7 @@ windows_compilers() {
 }
 
 test_lint_tells_what_found_something() {
-  mkdir -p "$place/checkout/"{VUSL,client,task,service,build}
+  mkdir -p "$place/checkout/"{VUSL,client,task,service,tools/config-check,platform/mingw,build}
   touch "$place/checkout/service/A.cpp" "$place/checkout/build/B.cpp"
   stub clang-format-14 <<<'exit 1'
   stub clang-tidy-19 <<<'exit 0'
@@ -545,7 +546,7 @@ test_lint_tells_what_found_something() {
 }
 
 test_lint_is_silent_about_clean_sources() {
-  mkdir -p "$place/checkout/"{VUSL,client,task,service}
+  mkdir -p "$place/checkout/"{VUSL,client,task,service,tools/config-check,platform/mingw}
   touch "$place/checkout/service/A.cpp"
   stub clang-format-14 <<<'exit 0'
   stub clang-tidy-19 <<<'exit 0'
@@ -557,7 +558,7 @@ test_lint_is_silent_about_clean_sources() {
 }
 
 test_lint_fails_with_the_checker() {
-  mkdir -p "$place/checkout/"{VUSL,client,task,service}
+  mkdir -p "$place/checkout/"{VUSL,client,task,service,tools/config-check,platform/mingw}
   touch "$place/checkout/service/A.cpp"
   stub clang-format-14 <<<'exit 0'
   stub clang-tidy-19 <<<'echo "A.cpp:1:1: warning: oh"; exit 1'
@@ -569,7 +570,7 @@ test_lint_fails_with_the_checker() {
 }
 
 test_lint_compiles_the_product_for_windows_once_more() {
-  mkdir -p "$place/checkout/"{VUSL,client,task,service}
+  mkdir -p "$place/checkout/"{VUSL,client,task,service,tools/config-check,platform/mingw}
   touch "$place/checkout/service/A.cpp"
   stub clang-format-14 <<<'exit 0'
   stub clang-tidy-19 <<<'exit 0'
