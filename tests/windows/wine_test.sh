@@ -46,7 +46,9 @@ if grep -q '^\[[A-Z]*\] \[TPM\]' "${SCENARIOS:?}/$name.scenario"; then
 fi
 
 requests "$place/model.all" >"$place/model"
-requests "$place/wine.all" >"$place/wine"
+# Wine does not tell a service that starts, 1061, from one that does not take the control.
+requests "$place/wine.all" | sed 's/: stop refused, error 1052$/: stop refused, error 1061/' \
+  >"$place/wine"
 diff -u -- "$place/model" "$place/wine" || give_up 'other requests were refused'
 
 # Under Wine nobody looks at the token but when the log tells of its change.
