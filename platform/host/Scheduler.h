@@ -108,7 +108,7 @@ class Scheduler {
   // is not there.
   bool everyoneElseWaitsForEver() const;
 
-  // Guards the machine's state: a real lock in real time; with turns nothing needs guarding.
+  // Guards the machine's state: a real lock in real time; with turns, from a sanitizer's sight.
   class Guard {
    public:
     Guard();

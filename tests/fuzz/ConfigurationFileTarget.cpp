@@ -12,14 +12,14 @@
 #include "VUSL/Support/ConfigMgmt.h"
 #include "VUSL/Support/Exception.h"
 #include "tests/fuzz/Fuzz.h"
-#include "tests/fuzz/QuickFile.h"
+#include "tests/fuzz/QuickDrive.h"
 
 namespace fuzz {
 namespace {
 
+constexpr wchar_t kConfFolder[] = L"C:\\fuzz\\";
 constexpr wchar_t kConfFile[] = L"C:\\fuzz\\a.conf";
 constexpr wchar_t kConfBackup[] = L"C:\\fuzz\\a.conf.bak";
-constexpr wchar_t kConfNew[] = L"C:\\fuzz\\a.conf.new";
 constexpr char kConfName[] = "C:\\fuzz\\a.conf";
 
 using Settings = std::map<std::string, std::string>;
@@ -110,25 +110,34 @@ std::string toldBy(ConfigMgmt& store, bool isSilent) {
   }
 }
 
+// The files of the model's drive.
 struct ConfigFiles {
   DriveFile file{kConfFile};
   DriveFile backup{kConfBackup};
-  DriveFile fresh{kConfNew};
 };
 
-void checkSave(ConfigMgmt& store, const ConfigFiles& files, const std::string& content) {
+std::string contentOf(const ConfigFiles* onDrive) {
+  return onDrive == nullptr ? QuickDrive::read(kConfFile).value_or("") : onDrive->file.read();
+}
+
+std::string backupOf(const ConfigFiles* onDrive) {
+  return onDrive == nullptr ? QuickDrive::read(kConfBackup).value_or("") : onDrive->backup.read();
+}
+
+// `onDrive` is null if the files are those of the drive in memory.
+void checkSave(ConfigMgmt& store, const ConfigFiles* onDrive, const std::string& content) {
   const Settings settings = settingsOf(store);
   require(store.saveSettings(), "a store that was read can be saved");
   require(settingsOf(store) == settings, "a save leaves the store as it was");
-  const std::string saved = files.file.read();
+  const std::string saved = contentOf(onDrive);
   require(saved == expectedSaved(content, settings), "the saved file is the old one, line by line");
-  require(files.backup.read() == content, "the backup is the file as it was");
+  require(backupOf(onDrive) == content, "the backup is the file as it was");
 
   ConfigMgmt again;
   require(toldBy(again, true).empty(), "what was saved can be read");
   require(settingsOf(again) == settings, "what was saved reads back as it was");
   require(again.saveSettings(), "a second save succeeds");
-  require(files.file.read() == saved, "a second save changes nothing");
+  require(contentOf(onDrive) == saved, "a second save changes nothing");
 }
 
 }  // namespace
@@ -138,35 +147,41 @@ void runConfigurationFile(std::string_view bytes) {
   if (isMachineFresh()) {
     files.emplace();
   }
-  // One input in so many is written and saved; a run without a drive is some ten times as fast.
-  constexpr unsigned kSavedOneIn = 16;
+  // One input in so many is written and saved too, and one in so many of these by way of the
+  // model's drive: a run without it is some ten times as fast.
+  constexpr unsigned kSavedOneIn = 4;
+  constexpr unsigned kOnDriveOneIn = 64;
   Input input(bytes);
   const unsigned options = input.byte();
   const bool isSilent = (options & 1U) != 0;
   const bool isAdded = (options & 2U) != 0;
-  const bool isSaved = options / 4 % kSavedOneIn == 0;
+  const bool isSaved = isOneIn(kSavedOneIn, bytes);
+  const bool isOnDrive = isOneIn(kOnDriveOneIn, bytes);
   const std::string content(input.rest());
 
   Settings expected;
   const std::string wrong = expectedRead(content, expected);
+  std::optional<QuickDrive> quick(kConfFolder);
+  QuickDrive::write(kConfFile, content);
   ConfigMgmt store;
-  {
-    const QuickFile quick(kConfFile, content);
-    const std::string told = toldBy(store, isSilent);
-    // A text that is told ends at its first zero.
-    require(told == wrong.c_str(), "the first wrong line of the file is told");
-    require(QuickFile::isClosed(), "what was opened to read the file is closed");
-  }
+  const std::string told = toldBy(store, isSilent);
+  // A text that is told ends at its first zero.
+  require(told == wrong.c_str(), "the first wrong line of the file is told");
+  require(QuickDrive::isClosed(), "what was opened to read the file is closed");
   require(settingsOf(store) == expected, "the settings are those of the file");
   if (!isSaved || !wrong.empty()) {
     return;
   }
-  files->backup.remove();
-  files->file.write(content);
+  if (isOnDrive) {
+    quick.reset();
+    files->backup.remove();
+    files->file.write(content);
+  }
   if (isAdded) {
     store.setSetting("Added", "one more");
   }
-  checkSave(store, *files, content);
+  checkSave(store, isOnDrive ? &*files : nullptr, content);
+  require(isOnDrive || QuickDrive::isClosed(), "what was opened to save the file is closed");
 }
 
 }  // namespace fuzz

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -72,6 +73,14 @@ bool isMachineFresh() {
   host::resetMachine();
   host::Journal::instance().keepEntries(false);
   return true;
+}
+
+bool isOneIn(unsigned many, std::string_view bytes) {
+  std::uint64_t hash = 0xcbf29ce484222325U;
+  for (const char byte : bytes) {
+    hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3U;
+  }
+  return (hash >> 32U) % many == 0;
 }
 
 unsigned Input::byte() {

@@ -41,6 +41,10 @@ void require(bool holds, const char* promise);
 // fresh one now and then, ahead of what its old files and handles could cost. Called once in a run.
 bool isMachineFresh();
 
+// Whether the input is one of those, one in so many, that go a longer way. Drawn from all of its
+// bytes: one byte that said so would soon stand in most of the inputs that the fuzzer keeps.
+bool isOneIn(unsigned many, std::string_view bytes);
+
 // Takes the bytes of a run apart from their beginning on. What is beyond their end reads as 0 or as
 // nothing.
 class Input {
