@@ -12,6 +12,12 @@ SERVICE_STATUS_HANDLE theStatusHandle() {
   return reinterpret_cast<SERVICE_STATUS_HANDLE>(std::uintptr_t{0x5c0});
 }
 
+// What such a control means is the service's own affair, so there is nothing that it could say that
+// it accepts.
+bool isTheServicesOwn(DWORD control) {
+  return control >= 128 && control <= 255;
+}
+
 DWORD acceptBitOf(DWORD control) {
   switch (control) {
     case SERVICE_CONTROL_STOP:
@@ -52,12 +58,13 @@ DWORD ServiceManager::request(DWORD control) {
   const SERVICE_STATUS& status = statuses.back();
   const bool isPending = status.dwCurrentState == SERVICE_START_PENDING ||
                          status.dwCurrentState == SERVICE_STOP_PENDING;
-  // Every service is asked to report; anything else only if it said that it takes it.
+  // Every service is asked to report; of the platform's other controls it gets those that it said
+  // it takes.
   if (control != SERVICE_CONTROL_INTERROGATE) {
     if (isPending) {
       return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
     }
-    if ((status.dwControlsAccepted & acceptBitOf(control)) == 0) {
+    if (!isTheServicesOwn(control) && (status.dwControlsAccepted & acceptBitOf(control)) == 0) {
       return kInvalidServiceControl;
     }
   }

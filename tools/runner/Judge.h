@@ -13,8 +13,7 @@ namespace runner {
 enum class Lines {
   kIgnored,   // lines depend on real time or on the seed
   kCompared,  // with the scenario's [expected] section, if it has one
-  kLogOnly,   // the log lines of that section, as others are told otherwise under Wine; and the
-             // pause ahead of STOPPED, as the platform's own clock measures it there
+  kLogOnly,   // of a run under Wine the log lines of that section, and the pause ahead of STOPPED
 };
 
 // Everything in which the run differs from the scenario; empty if it went as it must.

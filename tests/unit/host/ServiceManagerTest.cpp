@@ -139,6 +139,22 @@ TEST_F(ServiceManagerTest, AControlThatTheServiceDoesNotAcceptIsRefused) {
   EXPECT_EQ(controls, (std::vector<DWORD>{4, 1}));
 }
 
+TEST_F(ServiceManagerTest, AControlOfTheServicesOwnIsHandedOverWithoutBeingAccepted) {
+  std::vector<DWORD> answers;
+  host::TestThread stopper([&] {
+    Sleep(50);
+    answers.push_back(services().request(200));  // START_PENDING
+    Sleep(100);
+    for (const DWORD control : {127U, 128U, 255U, 256U}) {
+      answers.push_back(services().request(control));
+    }
+    services().requestStop();
+  });
+  dispatch();
+  EXPECT_EQ(answers, (std::vector<DWORD>{1061, 1052, 0, 0, 1052}));
+  EXPECT_EQ(controls, (std::vector<DWORD>{128, 255, 1}));
+}
+
 TEST_F(ServiceManagerTest, AStatusWithANullHandleFailsWith6) {
   SERVICE_STATUS status{};
   EXPECT_FALSE(SetServiceStatus(nullptr, &status));
