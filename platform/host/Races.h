@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/host/Scheduler.h"
-
 #ifdef __SANITIZE_THREAD__
 // Its runtime's own entries; no header of the compiler declares them all.
 extern "C" {
@@ -16,12 +14,14 @@ void AnnotateIgnoreWritesEnd(const char* file, int line);
 }
 #endif
 
-// What the thread sanitizer is told of the model, in real time.
+// What the thread sanitizer is told of the model.
 //
-// One lock guards the machine's state there. Seen as it is, that lock orders any two platform calls
-// of any two threads, and hardly a race of the program could ever be found. So the sanitizer looks
-// away while the lock is held, and is told instead what the platform promises: that whatever was
-// done before a signal, a release or an end is seen by whoever waited for it.
+// In real time one lock guards the machine's state; in virtual time only one thread has the turn,
+// and hands it on. Seen as they are, that lock and that hand-off order any two platform calls of
+// any two threads, and hardly a race of the program could ever be found. So the sanitizer looks
+// away while the guard is held and while the turn passes, and is told instead what the platform
+// promises: that whatever was done before a signal, a release or an end is seen by whoever waited
+// for it.
 namespace host::races {
 
 #ifdef __SANITIZE_THREAD__
@@ -38,27 +38,18 @@ inline void lookAgain() {
   AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
 }
 
-// With turns nobody looks away, and taking turns orders everything: there is nothing to tell.
-inline bool isAway() {
-  return Scheduler::instance().mode() == Scheduler::Mode::kReal;
-}
-
 // The caller passes on what it has done to whoever receives by the same object. The guard is held.
 inline void publish(const void* object) {
-  if (isAway()) {
-    AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
-    __tsan_release(const_cast<void*>(object));
-    AnnotateIgnoreSyncBegin(__FILE__, __LINE__);
-  }
+  AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
+  __tsan_release(const_cast<void*>(object));
+  AnnotateIgnoreSyncBegin(__FILE__, __LINE__);
 }
 
 // The caller sees what was passed on by the object. The guard is held.
 inline void receive(const void* object) {
-  if (isAway()) {
-    AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
-    __tsan_acquire(const_cast<void*>(object));
-    AnnotateIgnoreSyncBegin(__FILE__, __LINE__);
-  }
+  AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
+  __tsan_acquire(const_cast<void*>(object));
+  AnnotateIgnoreSyncBegin(__FILE__, __LINE__);
 }
 
 #else

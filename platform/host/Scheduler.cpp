@@ -92,7 +92,11 @@ Thread& Scheduler::adopt(const std::string& name) {
 }
 
 Nanoseconds Scheduler::now() const {
-  return mode_ == Mode::kVirtual ? virtualNow_ : steadyNow() - realStart_;
+  if (mode_ == Mode::kReal) {
+    return steadyNow() - realStart_;
+  }
+  const Guard guard;
+  return virtualNow_;
 }
 
 bool Scheduler::isKnown() {
@@ -108,17 +112,23 @@ Thread& Scheduler::current() {
 }
 
 Scheduler::Guard::Guard() {
-  if (guardDepth++ == 0 && instance().mode_ == Mode::kReal) {
-    races::lookAway();
+  if (guardDepth++ > 0) {
+    return;
+  }
+  races::lookAway();
+  if (instance().mode_ == Mode::kReal) {
     instance().lock_.lock();
   }
 }
 
 Scheduler::Guard::~Guard() {
-  if (--guardDepth == 0 && instance().mode_ == Mode::kReal) {
-    instance().lock_.unlock();
-    races::lookAgain();
+  if (--guardDepth > 0) {
+    return;
   }
+  if (instance().mode_ == Mode::kReal) {
+    instance().lock_.unlock();
+  }
+  races::lookAgain();
 }
 
 void Scheduler::changed() {
@@ -129,6 +139,7 @@ void Scheduler::changed() {
 
 void Scheduler::spend(Nanoseconds duration) {
   if (mode_ == Mode::kVirtual) {
+    const Guard guard;
     virtualNow_ += duration;
   }
 }
@@ -154,6 +165,7 @@ void Scheduler::yield(const char* call) {
   if (mode_ == Mode::kReal) {
     return;
   }
+  const Guard guard;
   ++callsInTurn_;
   if (++callsSinceJump_ == endlessLoopCalls_ && endlessLoopHandler_) {
     endlessLoopHandler_();
@@ -189,6 +201,7 @@ void Scheduler::standBack() {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     return;
   }
+  const Guard guard;
   Thread& self = current();
   self.held = true;
   if (Thread* next = pick(); next != &self) {
@@ -314,17 +327,17 @@ Thread& Scheduler::spawn(const std::string& name, std::function<void()> body) {
 void Scheduler::run(Thread& thread, const std::function<void()>& body) {
   currentThread = &thread;
   if (mode_ == Mode::kVirtual) {
+    const Guard guard;
     park(thread);
   }
   body();
+  const Guard guard;
+  races::publish(&thread);
+  thread.state = Thread::State::kDone;
   if (mode_ == Mode::kReal) {
-    Guard guard;
-    races::publish(&thread);
-    thread.state = Thread::State::kDone;
     changed();
     return;
   }
-  thread.state = Thread::State::kDone;
   Thread* next = pick();
   callsInTurn_ = 0;
   next->turn.store(1, std::memory_order_release);

@@ -10,7 +10,8 @@
 #include "platform/host/Call.h"
 #include "platform/host/Machine.h"
 
-// The base of tests whose threads really run side by side: in real time, for the thread sanitizer.
+// The base of tests for the thread sanitizer. Their threads really run side by side, in real time;
+// or they take turns in an order that a seed gives, and the sanitizer does not see the hand-off.
 // Each test is a process of its own, so the machine is a fresh one.
 class FreeRunTest : public ::testing::Test {
  protected:
@@ -47,5 +48,13 @@ inline void runTogether(int threads, const std::function<void(int)>& work) {
   std::vector<std::unique_ptr<PlatformThread>> all;
   for (int number = 0; number < threads; ++number) {
     all.push_back(std::make_unique<PlatformThread>([&work, number] { work(number); }));
+  }
+}
+
+// For a loop that waits for another thread without a platform call: where threads take turns, none
+// would ever get one.
+inline void letOthersRun() {
+  if (host::Scheduler::instance().mode() == host::Scheduler::Mode::kVirtual) {
+    Sleep(0);
   }
 }

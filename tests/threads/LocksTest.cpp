@@ -159,6 +159,7 @@ TEST_F(LocksTest, singletonIsReadWhileItIsRegisteredAndCleared) {
     while (!done.load(std::memory_order_relaxed)) {
       const Published* found = Singleton<Published>::instanceOrNull();
       strangers += found != nullptr && found != &instance ? 1 : 0;
+      letOthersRun();
     }
   });
   for (int i = 0; i < kRounds; ++i) {
@@ -176,6 +177,7 @@ TEST_F(LocksTest, progressIsReadWhileSeveralThreadsReportIt) {
   PlatformThread reader([&] {
     while (!done.load(std::memory_order_relaxed)) {
       strangers += latestProgressState() >= kThreads ? 1 : 0;
+      letOthersRun();
     }
   });
   runTogether(kThreads, [&](int number) {

@@ -130,6 +130,7 @@ TEST_F(OutletsTest, traceSessionComesAndGoesWhileThreadsLog) {
       const auto level = static_cast<UCHAR>(round % 6);
       TraceProvider::OnEnable(nullptr, 1, level, ~0ULL, 0, nullptr, provider_);
       TraceProvider::OnEnable(nullptr, 0, 0, 0, 0, nullptr, provider_);
+      letOthersRun();
     }
   });
   logTogether();
