@@ -178,7 +178,8 @@ ULONGLONG VerSetConditionMask(ULONGLONG mask, DWORD type, BYTE condition) {
 }
 
 BOOL VerifyVersionInfoW(LPOSVERSIONINFOEXW version, DWORD typeMask, DWORDLONG conditionMask) {
-  Call call("VerifyVersionInfoW", version, typeMask, conditionMask);
+  Call call("VerifyVersionInfoW", version == nullptr ? 0 : version->dwOSVersionInfoSize, typeMask,
+            conditionMask);
   if (call.faulted()) {
     return call.returns(FALSE);
   }

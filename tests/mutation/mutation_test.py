@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """Tests of tools/mutate: a small source whose changes, and what they come to, are known."""
 
+import contextlib
+import io
 import os
 import subprocess
 import sys
@@ -160,6 +162,44 @@ class PointsTest(unittest.TestCase):
             ("constant", "2 - 1", "show(isBetween(2, true));"),
             ("constant", "2 + 1", "show(isBetween(2, true));"),
         })
+
+
+class LeaveOutTest(unittest.TestCase):
+    """What the compiler complains of is left out of the next copy."""
+
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.copy = copies.Copies(self.folder.name)
+        self.numbers, self.source = read_sample()
+        self.copy.numbers = self.numbers
+        self.copy.sources["service/sample.cpp"] = self.source
+        self.copy.dropped["service/sample.cpp"] = set()
+        os.makedirs(os.path.join(self.copy.tree, "service"))
+
+    def tearDown(self):
+        self.folder.cleanup()
+
+    def complain_of(self, index):
+        with contextlib.redirect_stderr(io.StringIO()):
+            self.copy.leave_out(f"{self.folder.name}/service/sample.cpp:{index + 1}:1: error: no\n")
+
+    def left_out(self):
+        """The lines whose changes the copy no longer has."""
+        return {p.source for p in self.copy.built_points()[1]}
+
+    def test_changes_of_the_line_are_left_out(self):
+        self.complain_of(self.source.lines.index("  if (value < kLimit) return value;"))
+        self.assertEqual(self.left_out(), {"if (value < kLimit) return value;"})
+
+    def test_complaint_about_the_end_of_a_function_is_about_the_last_change_ahead_of_it(self):
+        function = self.source.lines.index("int limited(int value) {")
+        end = self.source.lines.index("}", function)
+        # The constant is used here and ahead of it, and is there until both uses are left out.
+        self.complain_of(end)
+        self.assertEqual(self.left_out(), set())
+        self.complain_of(end)
+        self.assertEqual(self.left_out(), {"if (value < kLimit) return value;",
+                                           "constexpr int kLimit = 3;"})
 
 
 class ListTest(unittest.TestCase):

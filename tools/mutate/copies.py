@@ -18,7 +18,6 @@ import points
 import rewrite
 
 ROOMS = ("VUSL", "client", "task", "service")
-TARGETS = ("unit_tests", "machine_tests", "TPMEnrollmentService")
 MOST_ROUNDS = 25
 AHEAD = 2 * (os.cpu_count() or 1)
 
@@ -79,19 +78,19 @@ class Reader:
 
 
 class Copies:
-    def __init__(self, root, chosen):
+    def __init__(self, root):
         self.root = root
-        self.chosen = chosen
         self.tree = os.path.join(root, "build", "mutate")
         self.build = os.path.join(self.tree, "build", "debug")
         self.left_out_notes = os.path.join(self.tree, "left-out.json")
-        self.numbers = marks.Numbers()
+        self.given_notes = os.path.join(self.tree, "numbers.json")
+        self.numbers = marks.Numbers(read_notes(self.given_notes))
         self.sources = {}
         self.dropped = {}
 
     def make(self):
         """Reads all sources and writes their copies."""
-        names = self.chosen
+        names = sources(self.root)
         reader = Reader(self.root, self.numbers)
         for i, (name, source) in enumerate(zip(names, reader.read(names))):
             self.sources[name] = source
@@ -99,6 +98,7 @@ class Copies:
             if (i + 1) % 50 == 0:
                 say(f"read {i + 1} of {len(names)} sources")
         self.remember()
+        write_notes(self.given_notes, self.numbers.given)
         self.link_the_rest(names)
         for name in names:
             self.write(name)
@@ -140,34 +140,29 @@ class Copies:
 
     def remember(self):
         """What an earlier build found not to compile need not be found again."""
-        if os.path.exists(self.left_out_notes):
-            notes = json.load(open(self.left_out_notes, encoding="utf-8"))
-            for name, (fingerprint, edits) in notes.items():
-                if name in self.sources and self.fingerprint(name) == fingerprint:
-                    self.dropped[name] = set(edits)
+        for name, (fingerprint, edits) in read_notes(self.left_out_notes).items():
+            if name in self.sources and self.fingerprint(name) == fingerprint:
+                self.dropped[name] = set(edits)
 
     def note(self):
-        os.makedirs(self.tree, exist_ok=True)
-        with open(self.left_out_notes, "w", encoding="utf-8") as file:
-            json.dump({name: [self.fingerprint(name), sorted(edits)]
-                       for name, edits in self.dropped.items()}, file)
+        write_notes(self.left_out_notes, {name: [self.fingerprint(name), sorted(edits)]
+                                          for name, edits in self.dropped.items()})
 
-    def compile(self):
-        run = subprocess.run
-        done = run(["cmake", "--preset", "debug", "-DMUTATE=ON"], cwd=self.tree,
-                   capture_output=True, text=True)
+    def configure(self):
+        done = subprocess.run(["cmake", "--preset", "debug", "-DMUTATE=ON"], cwd=self.tree,
+                              capture_output=True, text=True)
         if done.returncode != 0:
             raise SystemExit(f"mutate: configuring failed\n{done.stdout}{done.stderr}")
-        # The product first: its errors are what is to be found.
-        targets = ("product",)
+
+    def compile(self, *targets):
+        """Until it can be done: what does not compile is left out."""
         for _ in range(MOST_ROUNDS):
-            done = run(["cmake", "--build", self.build, "--parallel", str(os.cpu_count()),
-                        "--target", *targets, "--", "-k", "0"], capture_output=True, text=True)
+            done = subprocess.run(
+                ["cmake", "--build", self.build, "--parallel", str(os.cpu_count()), "--target",
+                 *targets, "--", "-k", "0"], capture_output=True, text=True)
             if done.returncode == 0:
-                if targets == TARGETS:
-                    return
-                targets = TARGETS
-            elif self.leave_out(done.stdout) == 0:
+                return
+            if self.leave_out(done.stdout) == 0:
                 raise SystemExit(f"mutate: the copies cannot be built\n{done.stdout[-6000:]}")
         raise SystemExit("mutate: the copies could not be made to compile")
 
@@ -178,28 +173,53 @@ class Copies:
             name = os.path.relpath(path, self.root)
             if name in self.sources:
                 places.add((name, int(line)))
-        count = 0
-        for name, line in places:
-            source = self.sources[name]
-            spans = {e.span for e in source.edits if e.line == line}
-            for i, edit in enumerate(source.edits):
-                if edit.span in spans and i not in self.dropped[name]:
-                    self.dropped[name].add(i)
-                    count += 1
+        count = sum(self.drop_line(name, line) for name, line in places)
+        if count == 0:
+            # What a function lacks is told at its end.
+            count = sum(self.drop_line(name, self.line_ahead(name, line)) for name, line in places)
         for name in {name for name, _ in places}:
             self.write(name)
         self.note()
         say(f"left out {count} changes of the source on {len(places)} lines: they do not compile")
         return count
 
+    def drop_line(self, name, line):
+        """How many edits of the line, whole, the copy had and has no longer."""
+        edits = self.sources[name].edits
+        spans = {e.span for e in edits if e.line == line}
+        found = {i for i, e in enumerate(edits) if e.span in spans} - self.dropped[name]
+        self.dropped[name] |= found
+        return len(found)
+
+    def line_ahead(self, name, line):
+        """The last line up to this one of which the copy has an edit."""
+        return max((e.line for i, e in enumerate(self.sources[name].edits)
+                    if e.line <= line and i not in self.dropped[name]), default=0)
+
     def built_points(self):
-        """The points that the build has, and how many it was not possible to build."""
+        """The points that the build has, and those that it was not possible to build."""
         have = set()
         for name, source in self.sources.items():
             have |= {p for i, e in enumerate(source.edits) if i not in self.dropped[name]
                      for p in e.points}
         return [p for p in self.numbers.points if p.number in have], \
-            len(self.numbers.points) - len(have)
+            [p for p in self.numbers.points if p.number not in have]
+
+
+def read_notes(path):
+    """Nothing if there are none yet."""
+    if not os.path.exists(path):
+        return {}
+    with open(path, encoding="utf-8") as file:
+        return json.load(file)
+
+
+def write_notes(path, notes):
+    """They are whole at any time: a run may be broken off."""
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path + ".new", "w", encoding="utf-8") as file:
+        json.dump(notes, file, indent=0)
+    os.replace(path + ".new", path)
 
 
 def link(target, path):

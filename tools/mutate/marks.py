@@ -33,21 +33,37 @@ class Edit:
     points: list = field(default_factory=list)
 
 
-class Numbers:
-    """Gives each point of a build its number."""
+# As many as Mutant.h has room for; 0 is none.
+MOST_POINTS = (1 << 16) - 1
 
-    def __init__(self):
+
+class Numbers:
+    """Gives each point its number. `given` are those of earlier builds: a point keeps its number, so
+    that the copy of a source changes only when the source does."""
+
+    def __init__(self, given=None):
         self.points = []
         self.seen = {}
         self.constants = {}
+        self.given = dict(given or {})
+        self.last = max(self.given.values(), default=0)
 
     def new(self, file, line, operator, detail, source):
-        point = Point(len(self.points) + 1, file, line, operator, detail, source)
+        point = Point(0, file, line, operator, detail, source)
         before = self.seen.get(point.key(), 0)
         self.seen[point.key()] = before + 1
         point.turn = before
+        point.number = self.number_of(point.key())
         self.points.append(point)
         return point.number
+
+    def number_of(self, key):
+        if key not in self.given:
+            self.last += 1
+            if self.last > MOST_POINTS:
+                raise SystemExit("mutate: more changes than there are numbers; remove build/mutate")
+            self.given[key] = self.last
+        return self.given[key]
 
 
 @functools.lru_cache(maxsize=None)

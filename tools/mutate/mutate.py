@@ -26,6 +26,8 @@ def options():
                         help="of those judged before, run the survivors again")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many at a time")
     parser.add_argument("--sample", type=int, default=1, metavar="N", help="every N-th change")
+    parser.add_argument("--known", action="store_true",
+                        help="judge nothing: tell what earlier runs have found")
     return parser.parse_args()
 
 
@@ -51,7 +53,7 @@ class Results:
     def __init__(self, root, path):
         self.root = root
         self.path = path
-        self.known = json.load(open(path, encoding="utf-8")) if os.path.exists(path) else {}
+        self.known = copies.read_notes(path)
         self.texts = {}
 
     def text_of(self, file):
@@ -64,70 +66,87 @@ class Results:
         known = self.known.get(point.key())
         return known if known and known["text"] == self.text_of(point.file) else None
 
-    def put(self, point, outcome, by, how, milliseconds):
+    def has_met(self, point, tests):
+        """Whether it is known what these tests say of the change."""
+        known = self.get(point)
+        return known is not None and (known["outcome"] == "killed" or tests in known["met"])
+
+    def put(self, point, tests, outcome, by, how, milliseconds):
+        known = self.get(point)
+        met = (known["met"] if known else []) + [tests]
+        # That other tests came by is worth more than that these did not.
+        if outcome == "not reached" and known:
+            outcome = known["outcome"]
         self.known[point.key()] = {"text": self.text_of(point.file), "outcome": outcome, "by": by,
-                                   "how": how, "ms": milliseconds}
+                                   "how": how, "ms": milliseconds, "met": met}
+
+    def forget(self, point):
+        self.known.pop(point.key(), None)
 
     def save(self):
-        with open(self.path + ".new", "w", encoding="utf-8") as file:
-            json.dump(self.known, file, indent=0)
-        os.replace(self.path + ".new", self.path)
+        copies.write_notes(self.path, self.known)
 
 
-def judge(points, tests, results, what, jobs):
+def judge(points, tests, results, jobs):
     """Runs the tests that reach each of the points, and keeps what came of it."""
     began = time.monotonic()
     done = killed = 0
     for point, outcome in tests.judge(points, jobs):
-        known = results.get(point)
-        # That other tests did come by is worth more than that these did not.
-        if outcome[0] != "not reached" or known is None:
-            results.put(point, *outcome)
+        results.put(point, tests.shown, *outcome)
         done += 1
         killed += outcome[0] == "killed"
         if done % 20 == 0:
             results.save()
-        if done % 100 == 0:
-            copies.say(f"{what}: {done} of {len(points)} changes, {killed} noticed, "
+        if done % 100 == 0 or done == len(points):
+            copies.say(f"{tests.shown}: {done} of {len(points)} changes, {killed} noticed, "
                        f"{time.monotonic() - began:.0f} s")
     results.save()
+
+
+def judge_all(copy, points, results, wanted):
+    """The tests that fail without any change."""
+    for point in points:
+        known = results.get(point)
+        if known and (wanted.again or (wanted.survivors and known["outcome"] != "killed")):
+            results.forget(point)
+    failing = []
+    for tests in (running.UnitTests(copy), running.WholeRuns(copy)):
+        todo = [p for p in points if not results.has_met(p, tests.shown)]
+        copies.say(f"{tests.shown}: {len(todo)} of {len(points)} changes are to be judged")
+        if not todo:
+            continue
+        copy.compile(tests.TARGET)
+        tests.record(wanted.jobs)
+        judge(todo, tests, results, wanted.jobs)
+        failing += tests.failing
+        for test, times in tests.shaky.most_common():
+            copies.say(f"{test} failed without a change too, {times} times")
+    return failing
 
 
 def main():
     wanted = options()
     root = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-    chosen = chosen_sources(root, wanted)
+    chosen = set(chosen_sources(root, wanted))
     if not chosen:
         copies.say("no source of the product has changed")
         return 0
-    copy = copies.Copies(root, chosen)
+    copy = copies.Copies(root)
     copy.make()
-    copies.say(f"building {len(copy.numbers.points)} changes of {len(chosen)} sources")
-    copy.compile()
-    points, left_out = copy.built_points()
-    points = points[::wanted.sample]
     results = Results(root, os.path.join(copy.tree, "results.json"))
-
-    def open_ones(again):
-        found = []
-        for point in points:
-            known = results.get(point)
-            survived = known and known["outcome"] != "killed"
-            if known is None or wanted.again or (survived and again):
-                found.append(point)
-        return found
-
-    unit = running.UnitTests(copy)
-    unit.record(wanted.jobs)
-    todo = open_ones(wanted.survivors)
-    copies.say(f"{len(points)} changes, {len(todo)} of them to be judged")
-    judge(todo, unit, results, "unit tests", wanted.jobs)
-    left = [p for p in todo if results.get(p)["outcome"] != "killed"]
-    if left:
-        machine = running.MachineTests(copy)
-        machine.record(wanted.jobs)
-        judge(left, machine, results, "whole runs", wanted.jobs)
-    return report.show(root, points, left_out, results, unit.failing)
+    failing = []
+    if not wanted.known:
+        copies.say(f"building {len(copy.numbers.points)} changes")
+        copy.configure()
+        # By itself first: what does not compile in the product is found ahead of its tests.
+        copy.compile("product")
+        copy.compile(running.UnitTests.TARGET)
+    points, left_out = copy.built_points()
+    points = [p for p in points if p.file in chosen][::wanted.sample]
+    left_out = [p for p in left_out if p.file in chosen]
+    if not wanted.known:
+        failing = judge_all(copy, points, results, wanted)
+    return report.show(root, points, left_out, results, failing)
 
 
 if __name__ == "__main__":

@@ -8,41 +8,30 @@ from rooms import HEART, group_of, listed
 
 LEAST = 95.0
 LEAST_IN_THE_HEART = 98.0
+
+
 def score(killed, counted):
     return 100.0 * killed / counted if counted else 100.0
 
 
 def show(root, points, left_out, results, failing):
+    """The exit status: whether every room that was judged has noticed enough."""
     equal = listed(os.path.join(root, "tools", "mutate", "equal.txt"))
     rows = collections.defaultdict(collections.Counter)
-    survivors, stale = [], dict(equal)
+    survivors = []
     for point in points:
-        outcome = results.get(point)["outcome"]
-        stale.pop(point.key(), None) if outcome != "killed" else None
-        if outcome != "killed":
-            outcome = "equal" if point.key() in equal else "left"
+        outcome = outcome_of(point, results, equal)
         if outcome == "left":
             survivors.append(point)
         for row in (group_of(point.file), "all"):
             rows[row]["points"] += 1
+            rows[row]["judged"] += outcome is not None
             rows[row][outcome] += 1
-    print("| | changes | noticed | equal | not noticed | score |")
-    print("|---|---|---|---|---|---|")
-    enough = True
-    for name in sorted(rows, key=lambda n: (n == "all", n not in HEART, n)):
-        row = rows[name]
-        reached = score(row["killed"], row["points"] - row["equal"])
-        least = LEAST_IN_THE_HEART if name in HEART else LEAST
-        enough = enough and reached >= least
-        print(f"| {name} | {row['points']} | {row['killed']} | {row['equal']} | {row['left']} | "
-              f"{reached:.1f} % |")
-    print(f"\n{left_out} further changes do not compile and are left out.")
+    enough = print_table(rows)
+    print(f"\n{len(left_out)} further changes do not compile and are left out.")
     if failing:
         print(f"{len(failing)} tests fail without any change, and were not counted on.")
-    present = {p.key() for p in points}
-    for key in stale:
-        if key in present:
-            print(f"listed as equal, and yet noticed: {key}", file=sys.stderr)
+    tell_stale(equal, points + left_out, results)
     told = os.path.join(root, "build", "mutate", "survivors.txt")
     with open(told, "w", encoding="utf-8") as file:
         for point in survivors:
@@ -50,3 +39,38 @@ def show(root, points, left_out, results, failing):
                        f"{results.get(point)['outcome']}\n")
     print(f"{len(survivors)} changes that no test noticed stand in {os.path.relpath(told, root)}.")
     return 0 if enough else 1
+
+
+def outcome_of(point, results, equal):
+    """None if nobody has judged it yet."""
+    known = results.get(point)
+    if known is None or known["outcome"] == "killed":
+        return known and "killed"
+    return "equal" if point.key() in equal else "left"
+
+
+def print_table(rows):
+    print("| | changes | judged | noticed | equal | not noticed | score |")
+    print("|---|---|---|---|---|---|---|")
+    enough = True
+    for name in sorted(rows, key=lambda n: (n == "all", n not in HEART, n)):
+        row = rows[name]
+        reached = score(row["killed"], row["judged"] - row["equal"])
+        least = LEAST_IN_THE_HEART if name in HEART else LEAST
+        enough = enough and reached >= least
+        print(f"| {name} | {row['points']} | {row['judged']} | {row['killed']} | {row['equal']} | "
+              f"{row['left']} | {reached:.1f} % |")
+    return enough
+
+
+def tell_stale(equal, points, results):
+    """A reason that is none any more: the change was noticed, or its source is another one."""
+    files = {p.file for p in points}
+    keys = {p.key(): p for p in points}
+    for key in equal:
+        if key.split(" | ")[0] not in files:
+            continue
+        if key not in keys:
+            print(f"listed as equal, and there is no such change: {key}", file=sys.stderr)
+        elif (results.get(keys[key]) or {}).get("outcome") == "killed":
+            print(f"listed as equal, and yet noticed: {key}", file=sys.stderr)

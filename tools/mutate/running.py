@@ -4,7 +4,7 @@ import collections
 import json
 import os
 import queue
-import signal
+import re
 import subprocess
 import tempfile
 import threading
@@ -14,6 +14,9 @@ from copies import say
 MOST_MARKS = 1 << 16
 LEAST_SECONDS = 2
 RECORD_SECONDS = 60
+# What a program may take that does not even come to its orders with a change on.
+START_PROCESSOR_SECONDS = 20
+START_SECONDS = 300
 
 
 def in_parallel(jobs, items, make_worker):
@@ -48,24 +51,30 @@ def in_parallel(jobs, items, make_worker):
 
 
 class Server:
-    """The unit tests' program, which runs what it is told in a process forked for it."""
+    """A test program that runs what it is told in processes forked for it; with a point it has that
+    change on from its start."""
 
     def __init__(self, program, scratch, point=0):
         handle, self.marks = tempfile.mkstemp(dir=scratch)
         os.truncate(handle, MOST_MARKS)
         os.close(handle)
         environment = dict(os.environ, MUTANT_MARKS=self.marks, TMPDIR=scratch)
+        command = [program, "--serve"]
         if point:
             environment["MUTANT"] = str(point)
-        self.process = subprocess.Popen([program, "--serve"], stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                        text=True, env=environment, start_new_session=True)
+            command = ["prlimit", f"--cpu={START_PROCESSOR_SECONDS}:", "--core=0:", *command]
+        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        stderr=subprocess.DEVNULL, text=True, env=environment)
+        waiting = threading.Timer(START_SECONDS, self.process.kill)
+        waiting.start()
         self.early = [int(p) for p in self.answer()[1:]]
+        waiting.cancel()
 
     def answer(self):
         return self.process.stdout.readline().split()
 
     def ask(self, order):
+        """Nothing if the program has ended."""
         try:
             self.process.stdin.write(order + "\n")
             self.process.stdin.flush()
@@ -74,8 +83,12 @@ class Server:
         return self.answer()
 
     def end(self):
-        self.process.stdin.close()
+        try:
+            self.process.stdin.close()
+        except BrokenPipeError:
+            pass
         self.process.wait()
+        self.process.stdout.close()
         os.unlink(self.marks)
 
 
@@ -95,76 +108,118 @@ def tests_of(program):
 class Tests:
     """The tests of one program: how long each takes, and the points that it comes by."""
 
-    def __init__(self, copy, name, folder):
+    TARGET = ""
+
+    def __init__(self, copy, folder, shown, wanted="."):
+        name = self.TARGET
         self.program = os.path.join(copy.build, folder, name)
+        self.shown = shown  # how a person knows them
+        self.wanted = wanted  # those whose names this is found in
         self.notes = os.path.join(copy.tree, f"reached-by-{name}.json")
         self.scratch = os.path.join(copy.tree, "scratch")
         os.makedirs(self.scratch, exist_ok=True)
-        self.milliseconds = {}
+        self.times = {}  # of processor and of the clock, in milliseconds
         self.reaching = collections.defaultdict(list)
         self.failing = []
+        self.early = set()
         self.files = {p.number: p.file for p in copy.numbers.points}
         # For each test how many points of each file it comes by, and which files it served before.
         self.touched = {}
         self.served = collections.Counter()
+        # Tests that failed with a change on, and then without it too.
+        self.shaky = collections.Counter()
 
     def record(self, jobs):
         built = [os.stat(self.program).st_mtime_ns]
         noted = json.load(open(self.notes, encoding="utf-8")) if os.path.exists(self.notes) else {}
         if noted.get("built") != built:
             noted = {"built": built, "tests": {}}
-            tests = tests_of(self.program)
-            say(f"looking where {len(tests)} tests of {os.path.basename(self.program)} come by")
+            tests = [t for t in tests_of(self.program) if re.search(self.wanted, t)]
+            say(f"{self.shown}: looking where {len(tests)} tests come by")
             for done, (test, row) in enumerate(
                     in_parallel(jobs, tests, self.recorder), start=1):
                 noted["tests"][test] = row
                 if done % 500 == 0:
-                    say(f"looked at {done} of {len(tests)} tests")
+                    say(f"{self.shown}: looked at {done} of {len(tests)}")
             with open(self.notes, "w", encoding="utf-8") as file:
                 json.dump(noted, file)
-        for test, (status, milliseconds, reached) in noted["tests"].items():
+        for test, (status, processor, wall, reached) in noted["tests"].items():
             if status != 0:
                 self.failing.append(test)
                 continue
-            self.milliseconds[test] = milliseconds
-            self.touched[test] = collections.Counter(self.files[p] for p in reached)
+            self.times[test] = (processor, wall)
+            self.touched[test] = collections.Counter(self.files.get(p) for p in reached)
             for point in reached:
                 self.reaching[point].append(test)
         if self.failing:
             say(f"{len(self.failing)} tests fail without any change, and are not counted on: "
                 + " ".join(self.failing[:20]))
 
+    def recorder(self):
+        server = Server(self.program, self.scratch)
+
+        def do(test):
+            answer = server.ask(f"record {RECORD_SECONDS} {RECORD_SECONDS} {test}")
+            return [int(answer[1]), int(answer[2]), int(answer[3]), [int(p) for p in answer[4:]]]
+        return do, server.end
+
     def judge(self, points, jobs):
         def worker():
-            do, end = self.judger()
-            return (lambda point: self.outcome(point, do)), end
+            server = Server(self.program, self.scratch)
+            return (lambda point: self.outcome(point, server)), server.end
         return in_parallel(jobs, points, worker)
 
-    def outcome(self, point, do):
+    def outcome(self, point, server):
         tests = self.reaching.get(point.number, [])
         if not tests:
             return ("not reached", "", "", 0)
-        outcome = do(point.number, sorted(tests, key=lambda t: self.dearness(t, point)))
-        if outcome[0] == "killed":
-            self.served[outcome[1], point.file] += 1
-        return outcome
+        left = sorted(tests, key=lambda t: self.dearness(t, point))
+        while left:
+            outcome, by, how, milliseconds = self.run(point.number, left, server)
+            if outcome != "killed":
+                return (outcome, by, how, milliseconds)
+            if by not in left or self.holds_without(by, server):
+                self.served[by, point.file] += 1
+                return (outcome, by, how, milliseconds)
+            # The machine may be too busy for it, or it fails now and then: it says nothing.
+            self.shaky[by] += 1
+            left = left[left.index(by) + 1:]
+        return ("survived", "-", "-", milliseconds)
 
-    def limit(self, test):
-        """The seconds of processor time after which the test counts as one that never ends."""
-        return LEAST_SECONDS + 4 * self.milliseconds[test] // 1000
+    def run(self, number, tests, server):
+        order = f"run {number} " + " ".join(self.with_limits(t) for t in tests)
+        if number not in self.early:
+            answer = server.ask(order)
+            return (answer[0], answer[1], answer[2], int(answer[3]))
+        own = Server(self.program, self.scratch, number)
+        answer = own.ask(order)
+        own.end()
+        # The program does not even start.
+        return (answer[0], answer[1], answer[2], int(answer[3])) if answer else \
+            ("killed", "start", "died", 0)
+
+    def holds_without(self, test, server):
+        return server.ask(f"run 0 {self.with_limits(test)}")[0] == "survived"
+
+    def with_limits(self, test):
+        """The seconds of processor time, and those in which nothing happens, after which the test
+        counts as one that never ends."""
+        limits = [LEAST_SECONDS + 4 * time // 1000 for time in self.times[test]]
+        return f"{limits[0]} {limits[1]} {test}"
 
     def dearness(self, test, point):
         """The fastest first, those before others that are about the point's file, or that noticed
         other changes of it."""
         touched = self.touched[test]
         about = touched[point.file] / (sum(touched.values()) or 1)
-        return (self.milliseconds[test] + 1) / (0.05 + about) / (1 + self.served[test, point.file])
+        return (self.times[test][0] + 1) / (0.05 + about) / (1 + self.served[test, point.file])
 
 
 class UnitTests(Tests):
+    TARGET = "unit_tests"
+
     def __init__(self, copy):
-        super().__init__(copy, "unit_tests", "tests")
-        self.early = set()
+        super().__init__(copy, "tests", "unit tests")
 
     def record(self, jobs):
         server = Server(self.program, self.scratch)
@@ -173,74 +228,13 @@ class UnitTests(Tests):
         super().record(jobs)
         # What is reached before the tests is theirs all the same: any of them may show it.
         for point in self.early:
-            self.reaching[point] = list(self.milliseconds)
-
-    def recorder(self):
-        server = Server(self.program, self.scratch)
-
-        def do(test):
-            answer = server.ask(f"record {RECORD_SECONDS} {test}")
-            return [int(answer[1]), int(answer[2]), [int(p) for p in answer[3:]]]
-        return do, server.end
-
-    def judger(self):
-        server = Server(self.program, self.scratch)
-
-        def do(point, tests):
-            order = f"run {point} " + " ".join(f"{self.limit(t)} {t}" for t in tests)
-            if point in self.early:
-                own = Server(self.program, self.scratch, point)
-                answer = own.ask(order)
-                own.end()
-                # The program does not even start.
-                if not answer:
-                    return ("killed", "start", "died", 0)
-            else:
-                answer = server.ask(order)
-            return (answer[0], answer[1], answer[2], int(answer[3]))
-        return do, server.end
+            self.reaching[point] = list(self.times)
 
 
-class MachineTests(Tests):
+class WholeRuns(Tests):
+    """The scenarios. Their lives are programs of their own, which have the change from their start."""
+
+    TARGET = "machine_tests"
+
     def __init__(self, copy):
-        super().__init__(copy, "machine_tests", "tests/machine")
-
-    def run(self, test, seconds, **environment):
-        """The status; None if it had to be ended."""
-        process = subprocess.Popen(
-            [self.program, f"--gtest_filter={test}"], stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True,
-            env=dict(os.environ, TMPDIR=self.scratch, **environment))
-        try:
-            return process.wait(timeout=seconds)
-        except subprocess.TimeoutExpired:
-            return None
-        finally:
-            try:
-                os.killpg(process.pid, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-            process.wait()
-
-    def recorder(self):
-        handle, marks = tempfile.mkstemp(dir=self.scratch)
-        os.close(handle)
-
-        def do(test):
-            with open(marks, "wb") as file:
-                file.truncate(MOST_MARKS)
-            began = os.times().elapsed
-            status = self.run(test, RECORD_SECONDS, MUTANT_MARKS=marks)
-            took = int((os.times().elapsed - began) * 1000)
-            reached = [i for i, mark in enumerate(open(marks, "rb").read()) if mark]
-            return [-1 if status is None else status, took, reached]
-        return do, lambda: os.unlink(marks)
-
-    def judger(self):
-        def do(point, tests):
-            for test in tests:
-                status = self.run(test, 8 * self.limit(test), MUTANT=str(point))
-                if status != 0:
-                    return ("killed", test, "timeout" if status is None else "failed", 0)
-            return ("survived", "-", "-", 0)
-        return do, lambda: None
+        super().__init__(copy, "tests/machine", "whole runs", "ScenarioRunsTest")

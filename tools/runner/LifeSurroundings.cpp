@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -20,6 +21,17 @@ constexpr unsigned long kReadPersonality = 0xffffffff;
 constexpr int kLowestOwnDescriptor = 10;
 
 constexpr std::string_view kSanitizer = RUNNER_SANITIZER;
+
+// Which change of the product is on, and where its lives note what they come by, when the build of
+// `./dev mutate` asks (tools/mutate/Mutant.cpp).
+std::vector<std::string> mutantEnvironment() {
+  std::vector<std::string> told;
+  for (const char* const name : {"MUTANT", "MUTANT_MARKS"}) {
+    if (const char* const value = std::getenv(name))
+      told.push_back(std::string(name) + "=" + value);
+  }
+  return told;
+}
 
 // What a new process gets for its descriptors; its input is empty.
 class SpawnFiles {
@@ -136,8 +148,8 @@ std::variant<StartedProgram, std::string> startProgram(const ProgramStart& start
   arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
   std::vector<std::string> environment = start.environment;
   environment.push_back("TPM_HOST_REPORT=" + std::to_string(host::kLifeReport));
-  for (std::string& option : sanitizerEnvironment()) {
-    environment.push_back(std::move(option));
+  for (const auto& more : {sanitizerEnvironment(), mutantEnvironment()}) {
+    environment.insert(environment.end(), more.begin(), more.end());
   }
   const FixedAddresses fixedAddresses;
   const NoCoreFiles noCoreFiles;

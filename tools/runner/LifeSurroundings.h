@@ -72,7 +72,7 @@ struct ProgramStart {
   // UTF-8, without the program's name.
   std::vector<std::string> arguments;
   // "NAME=value" each. The program gets these, TPM_HOST_REPORT, and what sanitizerEnvironment()
-  // gives; nothing of the caller's own environment.
+  // gives; of the caller's own environment nothing but which change of the product is on.
   std::vector<std::string> environment;
   // Where its report goes, and where what it prints otherwise. Not owned, and neither are these:
   // further descriptors, each with its number in the program.

@@ -217,6 +217,16 @@ TEST_F(DeviceManagerWrapperTest, GetDeviceListThatShrankBetweenTheCallsEndsEarli
   EXPECT_EQ(std::wstring(list, 9), std::wstring(L"SWD\\ONE\0\0", 9));
 }
 
+// One of the flags would take the heap's lock away, while another thread uses the same heap.
+TEST_F(DeviceManagerWrapperTest, GetDeviceListThatFailsFreesTheListWithoutFlags) {
+  addDevice(L"SWD\\ONE");
+  faults().failOnce("CM_Get_Device_ID_ListW", 0x13);
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0x13U);
+  const auto calls = journal().calls("HeapFree");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(argument(calls[0], 1), "0");
+}
+
 TEST_F(DeviceManagerWrapperTest, GetDeviceListThatGrewBetweenTheCallsFails) {
   const LogRecorder log;
   addDevice(L"SWD\\ONE");

@@ -1,6 +1,12 @@
 // Values that are asked for on the console: what is written, read and stored, and when.
 
+#include <istream>
+#include <ostream>
+#include <sstream>
+#include <streambuf>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "VUSL/Support/InvalidInputError.h"
 #include "VUSL/Support/ResourceMissingException.h"
@@ -10,6 +16,43 @@
 namespace {
 
 class CmdLinePromptTest : public CmdLinePromptFixture {};
+
+// Keeps what is written, and what of it a person at the console sees.
+class BufferedOutput : public std::stringbuf {
+ public:
+  std::string shown;
+
+ protected:
+  int sync() override {
+    shown = str();
+    return 0;
+  }
+};
+
+// Gives a line for each question, and notes what is shown and what is written when it is asked.
+class AnsweringInput : public std::streambuf {
+ public:
+  AnsweringInput(const BufferedOutput& console, std::vector<std::string> answers)
+      : output(&console), lines(std::move(answers)) {}
+
+  std::vector<std::string> shown;
+  std::vector<std::string> written;
+
+ protected:
+  int_type underflow() override {
+    shown.push_back(output->shown);
+    written.push_back(output->str());
+    if (next == lines.size()) return traits_type::eof();
+    std::string& line = lines[next++];
+    setg(line.data(), line.data(), line.data() + line.size());
+    return traits_type::to_int_type(line.front());
+  }
+
+ private:
+  const BufferedOutput* output;
+  std::vector<std::string> lines;
+  std::size_t next = 0;
+};
 
 // Asked for once.
 
@@ -140,6 +183,21 @@ TEST_F(CmdLinePromptTest, endOfTheInputEndsTheTriesWithAnEmptyValue) {
             "The provided parameter value and its confirmation do not match!\n\n"
             "PIN: \nRetype the value to confirm: \n");
   EXPECT_EQ(host::machine().inputMode, kEchoOn);
+}
+
+// The question stands on the console when the answer is waited for, and its line ends behind that.
+TEST_F(CmdLinePromptTest, questionIsShownWhenItsAnswerIsRead) {
+  BufferedOutput console;
+  AnsweringInput person(console, {"12\n", "12\n"});
+  std::ostream to(&console);
+  std::istream from(&person);
+  CmdLineParameter& pin = addConfirmed();
+  pin.out = &to;
+  pin.in = &from;
+  parse({L"-pin"}, "");
+  EXPECT_EQ(pin.value, L"12");
+  EXPECT_EQ(person.shown, (Texts{"PIN: ", "PIN: \nRetype the value to confirm: "}));
+  EXPECT_EQ(person.written, person.shown);
 }
 
 // When it is asked.

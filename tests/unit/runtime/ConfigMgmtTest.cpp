@@ -190,6 +190,16 @@ TEST_F(ConfigMgmtTest, keyThatIsRepeatedFirstIsTold) {
             "Check config file. Key already exist: b");
 }
 
+// It is the second line that counts, not the first one.
+TEST_F(ConfigMgmtTest, ofKeysWithinEachOtherTheOneThatIsRepeatedFirstIsTold) {
+  write("a = 1\nb = 1\nb = 2\na = 2\n");
+  EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),
+            "Check config file. Key already exist: b");
+  write("b = 1\na = 1\na = 2\nb = 2\n");
+  EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),
+            "Check config file. Key already exist: a");
+}
+
 TEST_F(ConfigMgmtTest, keyRepeatedAheadOfALineWithoutEqualsSignIsTold) {
   write("a = 1\na = 2\nwrong\n");
   EXPECT_EQ(thrownBy<Exception>([] { ConfigMgmt store(kName, true); }),

@@ -19,6 +19,9 @@ namespace {
 // Larger than any other piece of memory that a save takes.
 constexpr std::size_t kLarge = 100'000;
 
+// Less than the text of an error needs, and more than the path in it.
+constexpr std::size_t kLessThanAText = 60;
+
 class ConfigSaveFailureTest : public ConfigFilesTest {};
 
 class ThrowingForm : public ConfigMgmt {
@@ -233,6 +236,21 @@ TEST_F(ConfigSaveFailureTest, fileThatDoesNotFitInMemoryIsAnInternalError) {
             Texts{"[ERR] [TPM] [0x] Internal error occured when trying to update config file."});
   EXPECT_EQ(read(), content);
   EXPECT_EQ(read(kBackupPath), kOlder);
+  EXPECT_EQ(ledger().open("file"), 0U);
+}
+
+TEST_F(ConfigSaveFailureTest, unfinishedNewFileIsRemovedWhenTheErrorsTextFindsNoMemory) {
+  ConfigMgmt store = storeWithA();
+  faults().failOnce("WriteFile", 112);
+  // The journal would take memory too.
+  journal().keepEntries(false);
+  host::CallHooks::instance().before("WriteFile", 1, [] { spoilNextAllocation(kLessThanAText); });
+  LogRecorder log;
+  EXPECT_FALSE(store.saveSettings());
+  EXPECT_EQ(log.withoutAddresses(),
+            Texts{"[ERR] [TPM] [0x] Internal error occured when trying to update config file."});
+  EXPECT_EQ(read(), kOld);
+  EXPECT_EQ(read(kNewPath), kMissing);
   EXPECT_EQ(ledger().open("file"), 0U);
 }
 

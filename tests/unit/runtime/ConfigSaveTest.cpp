@@ -107,6 +107,15 @@ TEST_F(ConfigSaveTest, linesKeepTheirPlacesAndNewSettingsGoToTheEndInKeyOrder) {
   EXPECT_EQ(read(), "# head\nz = \"1\"\n\nb = \"two\"\n# tail\nc = \"3\"\ny = \"4\"\n");
 }
 
+// A comment has no key, and is not the line of the setting whose key is empty.
+TEST_F(ConfigSaveTest, settingWithAnEmptyKeyGoesToTheEndAndTakesTheLineOfNoOther) {
+  ConfigMgmt store = storeWithA();
+  write("# head\nsome text\na = 1\n");
+  store.setSetting("", "nobody's");
+  EXPECT_TRUE(store.saveSettings());
+  EXPECT_EQ(read(), "# head\nsome text\na = \"new\"\n = \"nobody's\"\n");
+}
+
 TEST_F(ConfigSaveTest, savingKeepsTheStore) {
   ConfigMgmt store = storeWithA();
   EXPECT_TRUE(store.saveSettings());

@@ -10,6 +10,7 @@ namespace {
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 thread_local std::size_t t_smallestFailingSize = kNever;
 thread_local std::size_t t_smallestStrangeSize = kNever;
+thread_local std::size_t t_smallestSpoiltSize = kNever;
 thread_local bool t_dirty = false;
 thread_local std::size_t t_requests = 0;
 thread_local std::size_t t_bytes = 0;
@@ -30,6 +31,10 @@ StrangeAllocation::StrangeAllocation(std::size_t smallestFailingSize) {
 
 StrangeAllocation::~StrangeAllocation() {
   t_smallestStrangeSize = kNever;
+}
+
+void spoilNextAllocation(std::size_t smallestFailingSize) {
+  t_smallestSpoiltSize = smallestFailingSize;
 }
 
 DirtyAllocation::DirtyAllocation() {
@@ -58,6 +63,10 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
   }
   if (size >= t_smallestStrangeSize) {
+    throw 7;
+  }
+  if (size >= t_smallestSpoiltSize) {
+    t_smallestSpoiltSize = kNever;
     throw 7;
   }
   if (void* const memory = std::malloc(size == 0 ? 1 : size)) {

@@ -20,6 +20,10 @@ class StrangeAllocation {
   StrangeAllocation& operator=(const StrangeAllocation&) = delete;
 };
 
+// The next `new` of at least so many bytes throws a number on this thread, and those behind it do
+// not.
+void spoilNextAllocation(std::size_t smallestFailingSize);
+
 // While one lives, `new` on the thread that made it gives blocks whose bytes are all `kFill`.
 class DirtyAllocation {
  public:

@@ -75,8 +75,9 @@ TEST_F(EnrollmentLoopTest, versionTestAsksForTenZeroBuildZeroOrLater) {
   EXPECT_EQ(conditions[1].args, "24, 1, 3");
   EXPECT_EQ(conditions[2].args, "27, 4, 3");
   ASSERT_EQ(journal().calls("VerifyVersionInfoW").size(), 1U);
-  const std::string arguments = journal().calls("VerifyVersionInfoW")[0].args;
-  EXPECT_TRUE(arguments.ends_with(", 7, 219")) << arguments;
+  // The question's own size goes ahead of what is asked: it has 128 characters and 28 bytes more.
+  EXPECT_EQ(journal().calls("VerifyVersionInfoW")[0].args,
+            std::to_string(28 + 128 * sizeof(wchar_t)) + ", 7, 219");
 }
 
 TEST_F(EnrollmentLoopTest, versionIsAskedForBehindTheLineOfTheTask) {
