@@ -8,6 +8,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
@@ -200,6 +201,48 @@ class LeaveOutTest(unittest.TestCase):
         self.complain_of(end)
         self.assertEqual(self.left_out(), {"if (value < kLimit) return value;",
                                            "constexpr int kLimit = 3;"})
+
+
+class CopiesTest(unittest.TestCase):
+    """The copy of a project that has a single source."""
+
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        os.mkdir(os.path.join(self.folder.name, "service"))
+        self.write("int f(int value) { return value + 1; }\n")
+
+    def tearDown(self):
+        self.folder.cleanup()
+
+    def write(self, text):
+        with open(os.path.join(self.folder.name, "service", "a.cpp"), "w",
+                  encoding="utf-8") as file:
+            file.write(text)
+        marks.bytes_of.cache_clear()
+
+    def made(self):
+        """The numbers of the changes by their details, and whether the source had to be read."""
+        copy = copies.Copies(self.folder.name)
+        with unittest.mock.patch.object(copy, "read", side_effect=copy.read) as read:
+            copy.make()
+        return {p.detail: p.number for p in copy.built_points()[0]}, read.called, self.copied()
+
+    def copied(self):
+        path = os.path.join(self.folder.name, "build", "mutate", "service", "a.cpp")
+        with open(path, encoding="utf-8") as file:
+            return file.read()
+
+    def test_source_that_is_as_it_was_is_not_read_again(self):
+        first = self.made()
+        self.assertEqual(first[:2], ({"- for +": 1, "1 - 1": 2, "1 + 1": 3}, True))
+        self.assertEqual(self.made(), (first[0], False, first[2]))
+
+    def test_source_that_was_changed_is_read_and_keeps_the_numbers_that_it_has(self):
+        self.made()
+        self.write("int f(int value) { return value + 2; }\n")
+        self.assertEqual(self.made()[:2], ({"- for +": 4, "2 - 1": 5, "2 + 1": 6}, True))
+        self.write("int f(int value) { return value + 1; }\n")
+        self.assertEqual(self.made()[:2], ({"- for +": 1, "1 - 1": 2, "1 + 1": 3}, True))
 
 
 class ListTest(unittest.TestCase):

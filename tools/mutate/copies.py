@@ -7,6 +7,7 @@ import hashlib
 import itertools
 import json
 import os
+import pickle
 import re
 import subprocess
 import sys
@@ -85,23 +86,55 @@ class Copies:
         self.left_out_notes = os.path.join(self.tree, "left-out.json")
         self.given_notes = os.path.join(self.tree, "numbers.json")
         self.numbers = marks.Numbers(read_notes(self.given_notes))
+        self.read_notes = os.path.join(self.tree, "read.pickle")
         self.sources = {}
         self.dropped = {}
 
     def make(self):
         """Reads all sources and writes their copies."""
         names = sources(self.root)
-        reader = Reader(self.root, self.numbers)
-        for i, (name, source) in enumerate(zip(names, reader.read(names))):
-            self.sources[name] = source
-            self.dropped[name] = set()
-            if (i + 1) % 50 == 0:
-                say(f"read {i + 1} of {len(names)} sources")
+        if not self.recall():
+            self.read(names)
+        self.dropped = {name: set() for name in names}
         self.remember()
         write_notes(self.given_notes, self.numbers.given)
         self.link_the_rest(names)
         for name in names:
             self.write(name)
+
+    def read(self, names):
+        reader = Reader(self.root, self.numbers)
+        for i, (name, source) in enumerate(zip(names, reader.read(names))):
+            self.sources[name] = source
+            if (i + 1) % 50 == 0:
+                say(f"read {i + 1} of {len(names)} sources")
+        for source in self.sources.values():
+            source.forget_reader()
+        os.makedirs(self.tree, exist_ok=True)
+        with open(self.read_notes, "wb") as file:
+            pickle.dump((self.text_of_all(), self.numbers, self.sources), file)
+
+    def recall(self):
+        """Whether what an earlier run has read is still what stands there."""
+        if not os.path.exists(self.read_notes):
+            return False
+        with open(self.read_notes, "rb") as file:
+            text, numbers, found = pickle.load(file)
+        if text != self.text_of_all():
+            return False
+        self.numbers, self.sources = numbers, found
+        return True
+
+    def text_of_all(self):
+        """Of the product, of what it includes, and of what reads it."""
+        paths = [os.path.join(self.root, name) for name in sources(self.root)]
+        paths += [module.__file__ for module in (marks, points)]
+        for folder, _, files in sorted(os.walk(os.path.join(self.root, "platform"))):
+            paths += [os.path.join(folder, name) for name in sorted(files) if name.endswith(".h")]
+        whole = hashlib.sha256()
+        for path in paths:
+            whole.update(path.encode() + marks.bytes_of(path))
+        return whole.hexdigest()
 
     def link_the_rest(self, names):
         os.makedirs(self.tree, exist_ok=True)
@@ -127,8 +160,10 @@ class Copies:
         path = os.path.join(self.tree, name)
         if os.path.islink(path):
             os.unlink(path)
-        if os.path.exists(path) and open(path, encoding="utf-8").read() == text:
-            return
+        if os.path.exists(path):
+            with open(path, encoding="utf-8") as file:
+                if file.read() == text:
+                    return
         with open(path, "w", encoding="utf-8") as file:
             file.write(text)
 

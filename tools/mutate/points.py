@@ -49,6 +49,11 @@ class SourceFile:
         self.taken = set()
         self.lines = self.raw.decode().split("\n")
 
+    def forget_reader(self):
+        """What is found can be kept without it."""
+        self.numbers = self.relative = None
+        self.taken = set()
+
     # --- where things stand -----------------------------------------------------------------------
 
     def text(self, start, end):
