@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <map>
 
 #include "platform/host/Imbalances.h"
@@ -94,7 +95,9 @@ Sight sightOf(const runner::RunResult& result) {
   }
   sight.lines = runner::comparableLines(result.records);
   std::for_each(sight.lines.begin(), sight.lines.end(), hideLastError);
-  std::erase_if(sight.lines, [](const std::string& line) { return line.starts_with(kFaultMark); });
+  const auto isMark = [](const std::string& line) { return line.starts_with(kFaultMark); };
+  std::copy_if(sight.lines.begin(), sight.lines.end(), std::back_inserter(sight.marks), isMark);
+  std::erase_if(sight.lines, isMark);
   for (const std::string& line : sight.lines) {
     if (line.starts_with(kError) || line.starts_with(kFatal)) {
       sight.errors.push_back(line);

@@ -37,6 +37,7 @@ struct Sight {
   std::string endText;
   std::vector<runner::Status> statuses;
   std::vector<std::string> lines;   // without the marks of faults
+  std::vector<std::string> marks;   // those
   std::vector<std::string> errors;  // of those, the log's lines of level ERROR and FATAL
   std::vector<std::string> ledger;  // what nobody named
   bool isHeard = true;              // whether somebody listens to the log all the time
