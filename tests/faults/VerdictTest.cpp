@@ -359,7 +359,7 @@ TEST(VerdictTest, ReportsMayBeAsIllegalAsThoseOfThePlainRunAndNoMore) {
                     {SERVICE_RUNNING, 0, 0, 1, 5000},
                     {SERVICE_STOPPED, 0, 0, 1, 5000},
                     {SERVICE_STOPPED, 0, 0, 1, 5000}};
-  Sight faulted = life({"[DBG] CoInitializeEx failed: 80010106"});
+  Sight faulted = life({"[DBG] [TPM] CoInitializeEx failed: 5"});
   faulted.statuses = plain.statuses;
   const Strike strikes = strike("CoInitializeEx", Phase::kRunning);
   EXPECT_EQ(judged(plain, faulted, strikes).reasons, Reasons{});

@@ -4,6 +4,7 @@
 
 #include "platform/host/FaultTable.h"
 #include "platform/host/Imbalances.h"
+#include "tools/runner/PrintedLines.h"
 #include "tools/sweep/PermittedRows.h"
 
 namespace sweep {
