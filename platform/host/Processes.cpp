@@ -22,6 +22,8 @@ constexpr DWORD kIdStep = 4;
 constexpr int kPatienceMs = 10'000;
 // The stand-in ends at once, and what it leaves on the drive must not depend on who is faster.
 constexpr int kGraceMs = 2'000;
+// What a process ends with there that an access violation ended.
+constexpr int kAccessViolation = static_cast<int>(0xC0000005U);
 
 std::vector<pid_t>& children() {
   static auto* all = new std::vector<pid_t>;
@@ -89,7 +91,8 @@ int exitCodeOf(pid_t child) {
   }
   siginfo_t info{};
   waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT);
-  return info.si_status;
+  const bool isFault = info.si_code != CLD_EXITED && info.si_status == SIGSEGV;
+  return isFault ? kAccessViolation : info.si_status;
 }
 
 void endProgram(pid_t child) {

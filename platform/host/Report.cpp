@@ -29,7 +29,12 @@ void Report::open(int descriptor, bool together) {
   }
   // The signal's own effect follows: the handler is gone by the time that it returns.
   struct sigaction action = {};
-  action.sa_handler = [](int) { Report::instance().flush(); };
+  action.sa_handler = [](int) {
+    Report& report = Report::instance();
+    report.flush();  // first, in case that nothing more comes of it
+    report.recordOrder();
+    report.flush();
+  };
   action.sa_flags = static_cast<int>(SA_RESETHAND);
   for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) {
     sigaction(signal, &action, nullptr);

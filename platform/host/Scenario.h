@@ -159,6 +159,7 @@ struct Scenario {
   std::string clientLibrary = "talsClient";    // the stand-in's variant; empty for none
   std::string proxyLibrary = "talsProxy";
   bool recertificationProgram = true;
+  bool recertificationCrashes = false;  // an access violation ends the program
   std::string clientScript;            // the answers of the client library, call by call
   std::vector<int> clientScriptLines;  // where each of its lines stands in the scenario
 

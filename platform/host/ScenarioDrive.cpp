@@ -28,7 +28,9 @@ std::vector<StackFile> stackFiles(const Scenario& scenario) {
     files.push_back({L"talsProxy.dll", scenario.proxyLibrary + ".dll"});
   }
   if (scenario.recertificationProgram) {
-    files.push_back({L"OrvixVTMEkRecertification.exe", "OrvixVTMEkRecertification.exe"});
+    files.push_back({L"OrvixVTMEkRecertification.exe", scenario.recertificationCrashes
+                                                           ? "OrvixVTMEkRecertificationCrashes.exe"
+                                                           : "OrvixVTMEkRecertification.exe"});
   }
   return files;
 }

@@ -155,6 +155,11 @@ Reason readProxyLibrary(Value value, Value /*name*/, Scenario& scenario) {
 }
 
 Reason readRecertification(Value value, Value /*name*/, Scenario& scenario) {
+  scenario.recertificationCrashes = value == "crashes";
+  if (scenario.recertificationCrashes) {
+    scenario.recertificationProgram = true;
+    return std::nullopt;
+  }
   return readYesNo(value, scenario.recertificationProgram);
 }
 

@@ -14,7 +14,6 @@ constexpr std::uint32_t kHighestDrawnRank = 1'000'000;
 constexpr std::uint32_t kMostThreads = 4;
 constexpr std::uint32_t kLongestHoldUpMs = 60'000;
 constexpr std::uint32_t kCallsBetweenStickyChoices = 64;
-constexpr std::size_t kMostDecisions = 20'000;
 
 struct NamedKind {
   std::string_view name;

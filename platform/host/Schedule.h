@@ -27,6 +27,9 @@ class Schedule {
     kList,      // as told: a list of deviations from the plain run
   };
 
+  // With kList: decisions after these are not counted, and nothing deviates there.
+  static constexpr std::size_t kMostDecisions = 20'000;
+
   static Schedule& instance();
 
   // "uniform", "sticky", "priority", "starve", "stall", or "list" with deviations behind it, each a

@@ -2,6 +2,7 @@
 
 #include <stdio.h>
 
+#include "standins/recertification/Ending.h"
 #include "standins/recertification/OpenLog.h"
 
 int main(int argc, char** argv) {
@@ -9,5 +10,5 @@ int main(int argc, char** argv) {
   if (log == NULL) return 1;
   const int written = fputs("started\n", log);
   const int closed = fclose(log);
-  return written < 0 || closed != 0;
+  return endWith(written < 0 || closed != 0);
 }

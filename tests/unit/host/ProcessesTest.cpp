@@ -1,5 +1,6 @@
 // Started programs.
 
+#include "platform/host/ProcessObject.h"
 #include "tests/support/MachineTest.h"
 
 namespace {
@@ -38,6 +39,16 @@ TEST_F(ProcessesTest, EachProgramHasNumbersOfItsOwn) {
   ASSERT_TRUE(start(kProgram));
   EXPECT_NE(started_.dwProcessId, first.dwProcessId);
   EXPECT_NE(started_.dwThreadId, first.dwThreadId);
+}
+
+// Its start succeeds all the same, and what it left is there.
+TEST_F(ProcessesTest, AProgramThatCrashesEndsWithTheCodeOfAnAccessViolation) {
+  constexpr wchar_t kCrashing[] = L"C:\\Orvix\\Crashing.exe";
+  host::machine().drive.linkIn(STANDINS_DIR "/OrvixVTMEkRecertificationCrashes.exe", kCrashing);
+  const host::StartedProgram program = host::startProgram(kCrashing);
+  ASSERT_EQ(program.error, 0U);
+  EXPECT_EQ(static_cast<DWORD>(host::exitCodeOf(program.child)), 0xC0000005U);
+  EXPECT_EQ(host::machine().drive.read(L"C:\\Orvix\\recertification.log"), "started\n");
 }
 
 TEST_F(ProcessesTest, AMissingProgramFailsWith2) {

@@ -20,8 +20,9 @@ class ScenarioDriveTest : public ::testing::Test {
     std::string name = (fs::temp_directory_path() / "drive-test-XXXXXX").string();
     root_ = mkdtemp(name.data());
     fs::create_directory(standIns());
-    for (const char* file : {"talsClient.dll", "talsClientNone.dll", "talsProxy.dll",
-                             "OrvixVTMEkRecertification.exe"}) {
+    for (const char* file :
+         {"talsClient.dll", "talsClientNone.dll", "talsProxy.dll", "OrvixVTMEkRecertification.exe",
+          "OrvixVTMEkRecertificationCrashes.exe"}) {
       std::ofstream(standIns() / file) << "this is " << file;
     }
     scenario_.stackDirectory = L"C:\\Program Files\\stack";
@@ -52,6 +53,13 @@ TEST_F(ScenarioDriveTest, TheStackHasLinksToTheStandInsUnderTheGenuineNames) {
   EXPECT_EQ(read(stack() / "OrvixVTMEkRecertification.exe"),
             "this is OrvixVTMEkRecertification.exe");
   EXPECT_TRUE(fs::is_symlink(stack() / "talsClient.dll"));
+}
+
+TEST_F(ScenarioDriveTest, AProgramThatCrashesHasTheGenuineNameToo) {
+  scenario_.recertificationCrashes = true;
+  ASSERT_EQ(prepare(), std::nullopt);
+  EXPECT_EQ(read(stack() / "OrvixVTMEkRecertification.exe"),
+            "this is OrvixVTMEkRecertificationCrashes.exe");
 }
 
 TEST_F(ScenarioDriveTest, WhatTheScenarioLeavesOutIsNotThere) {

@@ -265,6 +265,14 @@ TEST(ScenarioTest, TheStandInsOfAStackCanBeChosen) {
   EXPECT_FALSE(scenario.recertificationProgram);
 }
 
+TEST(ScenarioTest, TheRecertificationProgramCanBeThereAndCrash) {
+  EXPECT_FALSE(with("[stack]\ndirectory = C:\\stack\n").recertificationCrashes);
+  const Scenario scenario =
+      with("[stack]\ndirectory = C:\\stack\nrecertification program = crashes\n");
+  EXPECT_TRUE(scenario.recertificationProgram);
+  EXPECT_TRUE(scenario.recertificationCrashes);
+}
+
 TEST(ScenarioTest, TheScriptOfTheClientLibraryIsHandedOnAsItStands) {
   EXPECT_EQ(with("[client]\ntalsInitHUB = 8 after 300 ms   # late\n\nanything\n\n").clientScript,
             "talsInitHUB = 8 after 300 ms   # late\n\nanything\n");

@@ -1,0 +1,5 @@
+#include "standins/recertification/Ending.h"
+
+int endWith(int failed) {
+  return failed;
+}
