@@ -172,7 +172,8 @@ std::vector<std::string> beyond(const std::vector<std::string>& more,
   return left;
 }
 
-std::string illegalReport(const std::vector<runner::Status>& statuses) {
+std::vector<IllegalReport> illegalReports(const std::vector<runner::Status>& statuses) {
+  std::vector<IllegalReport> illegal;
   DWORD before = 0;
   DWORD checkPoint = 0;
   for (const runner::Status& status : statuses) {
@@ -182,20 +183,29 @@ std::string illegalReport(const std::vector<runner::Status>& statuses) {
                              ? before == SERVICE_RUNNING || before == SERVICE_STOP_PENDING
                          : status.state == SERVICE_STOPPED ? before != SERVICE_STOPPED
                                                            : false;
-    if (!isLegal) {
-      return runner::stateText(status.state) + " was reported after " +
-             (before == 0 ? "nothing" : runner::stateText(before));
-    }
     const bool isPending =
         status.state == SERVICE_START_PENDING || status.state == SERVICE_STOP_PENDING;
+    const bool isToldTwice =
+        status.state == before && (!isPending || status.checkPoint == checkPoint);
+    if (!isLegal) {
+      illegal.push_back({runner::stateText(status.state) + " was reported after " +
+                             (before == 0 ? "nothing" : runner::stateText(before)),
+                         isToldTwice});
+    }
     if (isPending && status.checkPoint <= checkPoint) {
-      return "the check-point did not rise: " + std::to_string(status.checkPoint) + " after " +
-             std::to_string(checkPoint);
+      illegal.push_back({"the check-point did not rise: " + std::to_string(status.checkPoint) +
+                             " after " + std::to_string(checkPoint),
+                         isToldTwice});
     }
     checkPoint = isPending ? status.checkPoint : checkPoint;
     before = status.state;
   }
-  return {};
+  return illegal;
+}
+
+std::string illegalReport(const std::vector<runner::Status>& statuses) {
+  const std::vector<IllegalReport> all = illegalReports(statuses);
+  return all.empty() ? std::string() : all.front().text;
 }
 
 }  // namespace sweep

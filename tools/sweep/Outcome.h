@@ -59,7 +59,15 @@ Outcome outcomeOf(const Sight& plain, const Sight& faulted);
 std::vector<std::string> beyond(const std::vector<std::string>& more,
                                 const std::vector<std::string>& fewer);
 
-// What is wrong with the reports that the service manager got; empty if their order is legal.
+struct IllegalReport {
+  std::string text;
+  // It is the one before once more: another thread filled in the record while it was on its way.
+  bool isToldTwice = false;
+};
+
+// Whatever is wrong with the reports that the service manager got; empty if their order is legal.
+std::vector<IllegalReport> illegalReports(const std::vector<runner::Status>& statuses);
+// The first of it; empty if there is none.
 std::string illegalReport(const std::vector<runner::Status>& statuses);
 
 }  // namespace sweep

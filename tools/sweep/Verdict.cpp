@@ -152,6 +152,24 @@ bool isEndWithoutAReason(const Sight& plain, const Sight& faulted) {
          !has("Scheduling VTM Task ...");
 }
 
+// A scenario may be about reports that overtake each other: the fault did not cause those, and
+// exactly so many are passed over. Which report is overtaken may differ.
+std::vector<std::string> newIllegalReports(const Sight& plain, const Sight& faulted) {
+  std::vector<IllegalReport> known = illegalReports(plain.statuses);
+  std::vector<std::string> illegal;
+  for (const IllegalReport& report : illegalReports(faulted.statuses)) {
+    const auto same = std::find_if(known.begin(), known.end(), [&](const IllegalReport& one) {
+      return one.text == report.text || (one.isToldTwice && report.isToldTwice);
+    });
+    if (same == known.end()) {
+      illegal.push_back(report.text);
+    } else {
+      known.erase(same);
+    }
+  }
+  return illegal;
+}
+
 }  // namespace
 
 Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strike) {
@@ -176,9 +194,7 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
       !isInClient(faulted)) {
     verdict.reasons.emplace_back("somebody waits for ever");
   }
-  // A scenario may be about reports that overtake each other: the fault did not cause those.
-  if (std::string illegal = illegalReport(faulted.statuses);
-      !illegal.empty() && illegalReport(plain.statuses).empty()) {
+  for (std::string& illegal : newIllegalReports(plain, faulted)) {
     verdict.reasons.push_back(std::move(illegal));
   }
   for (const std::string& line : verdict.errors) {
