@@ -78,6 +78,52 @@ TEST(CaseTest, whateverASeedStandsForIsAScenario) {
   }
 }
 
+TEST(CaseTest, recertificationProgramCrashesNowAndThen) {
+  unsigned crashes = 0;
+  for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+    const std::string text = simulate::textOf(simulate::caseOfSeed(seed, kLongSpanMs));
+    crashes += text.find("recertification program = crashes") == std::string::npos ? 0U : 1U;
+  }
+  EXPECT_GT(crashes, 5U);
+  EXPECT_LT(crashes, 100U);
+}
+
+// The service that was ended has met its goals the second time.
+TEST(CaseTest, lifeAfterOneThatWasEndedIsCounted) {
+  const std::string machine =
+      "[scenario]\nabout = a\nlimit = 1 min\nend = exit 0\n[machine]\n"
+      "event = Global\\TpmEnrollmentEvent\n"
+      "[stack]\ndirectory = C:\\Program Files\\Orvix\\tALS Client\n"
+      "[file C:\\Program Files\\Orvix\\conf\\TPMEnrollmentService.conf]\nLogLevel = \"DEBUG\"\n"
+      "[script]\n";
+  const std::string signalled = machine + "at 5 s: signal Global\\TpmEnrollmentEvent\n";
+  simulate::Case one;
+  one.lives = {machine + "at 2 s: end process\n", signalled};
+  const auto place = static_cast<std::size_t>(simulate::Probe::kGoalsAfterAnEnd);
+  const simulate::CaseResult ended = resultOf(one);
+  EXPECT_EQ(ended.refusal, "");
+  EXPECT_TRUE(ended.broken.empty());
+  EXPECT_EQ(ended.probes[place], 1U);
+  one.lives[0] = signalled;
+  EXPECT_EQ(resultOf(one).probes[place], 0U);
+}
+
+// What the service started crashes, and the service does not care.
+TEST(CaseTest, crashOfTheRecertificationProgramChangesNothing) {
+  simulate::Case one;
+  one.lives = {
+      "[scenario]\nabout = a\nlimit = 1 min\nend = exit 0\n[machine]\n"
+      "event = Global\\TpmEnrollmentEvent\n"
+      "[stack]\ndirectory = C:\\Program Files\\Orvix\\tALS Client\n"
+      "recertification program = crashes\n"
+      "[file C:\\Program Files\\Orvix\\conf\\TPMEnrollmentService.conf]\nLogLevel = \"DEBUG\"\n"
+      "[script]\nat 5 s: signal Global\\TpmEnrollmentEvent\n"};
+  const simulate::CaseResult result = resultOf(one);
+  EXPECT_EQ(result.refusal, "");
+  EXPECT_TRUE(result.broken.empty());
+  EXPECT_EQ(result.probes[static_cast<std::size_t>(simulate::Probe::kProgramCrashed)], 1U);
+}
+
 TEST(CaseTest, sameCaseRunsTheSameWayAgain) {
   const simulate::Case one = simulate::caseOfSeed(4, kLongSpanMs);
   const simulate::CaseResult first = resultOf(one);

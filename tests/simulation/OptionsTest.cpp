@@ -35,7 +35,22 @@ TEST(OptionsTest, scenariosAreTakenWithOrders) {
   const simulate::Options options = optionsOf({"--orders", "spin", "--budget", "12"});
   EXPECT_TRUE(options.orders);
   EXPECT_EQ(options.scenarios, std::vector<std::string>{"spin"});
-  EXPECT_EQ(options.budget, 12U);
+  EXPECT_EQ(options.bounds.each, 12U);
+  EXPECT_EQ(options.bounds.pairs, 12U);
+  EXPECT_EQ(options.bounds.drawn, 12U);
+}
+
+TEST(OptionsTest, withoutABudgetNothingIsLeftOut) {
+  const simulate::Options options = optionsOf({"--orders", "--pairs", "7"});
+  EXPECT_EQ(options.bounds.each, simulate::OrderBounds::kAll);
+  EXPECT_EQ(options.bounds.pairs, 7U);
+  EXPECT_EQ(options.bounds.drawn, 200U);
+  EXPECT_EQ(optionsOf({"--orders"}).bounds.pairs, simulate::OrderBounds::kAll);
+}
+
+TEST(OptionsTest, figuresOfSomeScenariosAreNotThoseOfThePage) {
+  EXPECT_EQ(wrongWith({"--orders", "spin", "--figures", "a.md"}),
+            "the figures are those of all scenarios, and one is named: spin");
 }
 
 TEST(OptionsTest, figuresAreWrittenIntoAPage) {

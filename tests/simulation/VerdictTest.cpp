@@ -83,6 +83,9 @@ class LifeText {
   simulate::Verdict verdict(bool isHeldUp = false) const {
     return simulate::judgeLife({scenario_, result_, config_, isHeldUp});
   }
+  std::vector<std::string> brokenBesideTheLog() const {
+    return simulate::judgeLife({scenario_, result_, config_, false, false}).broken;
+  }
 
   host::Scenario scenario_;
   runner::RunResult result_;
@@ -355,6 +358,24 @@ TEST(VerdictTest, LockThatWentWithTheObjectIsAHandlersThatWasHeldUpAlone) {
   EXPECT_THAT(life.broken(false), Not(IsEmpty()));
 }
 
+// An exception took the object while the handler waited for its lock.
+TEST(VerdictTest, LockThatWentWithAnExceptionIsTheHandlers) {
+  LifeText life;
+  life.begins().stopComes();
+  life.logError("ScopedLock dtor: Unlock failed for: 0x7ffff4ffdd20");
+  life.logError("Exception occured in ServiceMain function").status("1 0 0 1 5000");
+  life.result_.end = runner::End::kExit;
+  life.result_.ledger = {"unnamed: boundary from CreateBoundaryDescriptorW is still open",
+                         "unnamed: ReleaseMutex: mutex 0x60 was closed before"};
+  EXPECT_THAT(life.brokenBesideTheLog(), IsEmpty());
+  std::erase_if(life.result_.records, [](const runner::Record& record) {
+    return record.text.find("ServiceMain") != std::string::npos;
+  });
+  EXPECT_THAT(life.brokenBesideTheLog(),
+              ElementsAre("an imbalance that nothing explains: ReleaseMutex: mutex 0x60 was "
+                          "closed before"));
+}
+
 // The handler has said what it will do, and the loop goes round before it does.
 TEST(VerdictTest, StopIsNotLostWhileASpinKeepsItsHandlerWaiting) {
   LifeText life;
@@ -412,6 +433,41 @@ TEST(VerdictTest, SpinWithoutAWaitOfZero) {
   life.begins().runs(1, "00").looksAndOpens().runs(2, "08");
   life.result_.end = runner::End::kEndless;
   EXPECT_THAT(life.broken(), ElementsAre("the service spins although its wait is not zero"));
+}
+
+TEST(VerdictTest, WhatTheLogTellsCountsForNothingWhereItIsNotJudged) {
+  LifeText life;
+  life.begins().runs(1, "00").runs(1, "00");
+  life.logError("[0x7ff] [Run] Waiting for event failed with error: 6").ends(0);
+  life.result_.ledger.emplace_back("unnamed: CloseHandle: null is no handle");
+  EXPECT_THAT(life.broken(), Not(IsEmpty()));
+  EXPECT_THAT(life.brokenBesideTheLog(), IsEmpty());
+}
+
+TEST(VerdictTest, ReportsEndAndLedgerCountWhereTheLogIsNotJudged) {
+  LifeText life;
+  life.begins().stopComes().status("3 3 0 1 5000").status("3 1 0 1 5000").status("1 0 6 1 5000");
+  life.result_.end = runner::End::kExit;
+  life.result_.ledger = {"unnamed: boundary from CreateBoundaryDescriptorW is still open",
+                         "unnamed: event from OpenEventW is still open"};
+  EXPECT_THAT(life.brokenBesideTheLog(),
+              ElementsAre("the check-point did not rise: 1 after 3", "STOPPED with exit code 6",
+                          "an imbalance that nothing explains: event from OpenEventW is still "
+                          "open"));
+}
+
+TEST(VerdictTest, CrashesOfTheRecertificationProgramAreCounted) {
+  LifeText life = soundLife();
+  const auto crashes = [&](simulate::Probe probe) {
+    return life.verdict().probes[static_cast<std::size_t>(probe)];
+  };
+  EXPECT_EQ(crashes(simulate::Probe::kProgramCrashed), 0U);
+  life.scenario_.recertificationCrashes = true;
+  EXPECT_EQ(crashes(simulate::Probe::kProgramCrashed), 1U);
+  life.note("task \"T\" ended with exit code 1");
+  EXPECT_EQ(crashes(simulate::Probe::kTaskProgramCrashed), 0U);
+  life.note("task \"T\" ended with exit code 3221225477");
+  EXPECT_EQ(crashes(simulate::Probe::kTaskProgramCrashed), 1U);
 }
 
 TEST(VerdictTest, WaitThatAConfigurationAsksFor) {

@@ -196,6 +196,12 @@ std::string Draw::aimedHappenings() {
     text +=
         "at " + ms(kHour + below(kHour / 2)) + ": event System Microsoft-Windows-TPM-WMI 1025\n";
   }
+  // While the service is still there to be seen.
+  if (oneIn(6)) {
+    text +=
+        "on log \"Success! Task successfully registered.\": event System "
+        "Microsoft-Windows-TPM-WMI 1026\n";
+  }
   if (oneIn(12)) {
     text += "[faults]\nfail CreateProcessW " + std::to_string(1 + below(2)) + " with 5\n";
   }
@@ -269,6 +275,8 @@ std::string Draw::stack(bool hasMoved) {
   std::string text = "[stack]\ndirectory = " + place_ + "\n";
   if (oneIn(16)) {
     text += "recertification program = no\n";
+  } else if (oneIn(8)) {
+    text += "recertification program = crashes\n";
   }
   if (oneIn(60)) {
     text += oneIn(2) ? "client library = none\n" : "client library = talsClientNoInitHUB\n";
@@ -312,8 +320,10 @@ std::string Draw::life(unsigned number) {
   }
   text += machine();
   const bool hasMoved = number > 0 && oneIn(2);
-  if (hasMoved) {
-    text += "service program = " + std::string(kOtherPlace) + "\\TPMEnrollmentService.exe\n";
+  // The task starts the program that stands beside the service's own.
+  if (hasMoved || oneIn(3)) {
+    text += "service program = " + std::string(hasMoved ? kOtherPlace : kFirstPlace) +
+            "\\TPMEnrollmentService.exe\n";
   }
   text += stack(hasMoved);
   text += client();

@@ -67,6 +67,7 @@ std::variant<CaseRunner::Lived, std::string> CaseRunner::live(const std::string&
 
 CaseResult CaseRunner::run(const Case& one) {
   CaseResult result;
+  bool wasEnded = false;  // the life before
   emptyDrive();
   for (const std::string& text : one.lives) {
     const auto lived = live(text, one.seed, one.order);
@@ -82,6 +83,10 @@ CaseResult CaseRunner::run(const Case& one) {
     for (std::size_t i = 0; i < kProbes; ++i) {
       result.probes[i] += verdict.probes[i];
     }
+    if (wasEnded && life.result.end == runner::End::kExit && verdict.goalsStood) {
+      ++result.probes[static_cast<std::size_t>(Probe::kGoalsAfterAnEnd)];
+    }
+    wasEnded = life.result.end == runner::End::kEnded;
     for (const std::string& promise : verdict.broken) {
       result.broken.push_back("life " + std::to_string(result.lives) + ": " + promise);
     }

@@ -241,6 +241,7 @@ void LoopWatch::checkSeconds(unsigned seconds) {
     const std::int32_t ms = expectedWaitMs(step.action.text);
     if (waitBegan_ == 0 && step.action.kind == host::Action::Kind::kWriteFile && isAsked(ms)) {
       waitMs_ = ms;
+      verdict_.hit(Probe::kConfigEdited);
       return;
     }
   }

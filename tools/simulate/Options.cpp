@@ -10,7 +10,7 @@ namespace simulate {
 const char kUsage[] =
     "Usage: simulate [--seeds N] [--first N] [--years Y] [--jobs N] [--verbose]\n"
     "       simulate --print N | --replay FILE\n"
-    "       simulate --orders [SCENARIO...] [--budget N]\n";
+    "       simulate --orders [SCENARIO...] [--pairs N] [--budget N]\n";
 
 const char kHelp[] =
     "\n"
@@ -24,11 +24,16 @@ const char kHelp[] =
     "  --verbose      also tell how often each rare situation came\n"
     "  --print N      print what seed N stands for, and run nothing\n"
     "  --replay FILE  run the case that the file describes, and nothing else\n"
-    "  --orders       for each scenario: every order of threads with up to two deviations from\n"
-    "                 the plain one, orders by seed, and a stop, a signal of the event and the\n"
-    "                 end of the process at each platform call\n"
-    "  --budget N     at most so many lives for each of these and each scenario, spread evenly;\n"
-    "                 500 if not given\n"
+    "  --orders       for each scenario: every order of threads that deviates from the plain one\n"
+    "                 once or twice, orders by seed, and a stop, a signal of the event and the "
+    "end\n"
+    "                 of the process at each platform call\n"
+    "  --pairs N      at most so many orders with two deviations for each scenario, spread evenly\n"
+    "                 over all\n"
+    "  --budget N     at most so many lives of each kind for each scenario, spread evenly; if not\n"
+    "                 given, 200 by seed, 1000 of each kind in a life that is required to spin, "
+    "and\n"
+    "                 all others\n"
     "  --figures FILE write the figures into the rows that this page has for them\n"
     "  --help         print this text\n"
     "\n"
@@ -49,7 +54,11 @@ std::string takeValue(const std::string& name, const std::string& value, Options
   } else if (name == "--jobs") {
     isRight = runner::readAboveZero(value, options.jobs) && options.jobs <= 1024;
   } else if (name == "--budget") {
-    isRight = runner::readAboveZero(value, options.budget);
+    std::uint64_t most = 0;
+    isRight = runner::readAboveZero(value, most);
+    options.bounds = {most, most, most};
+  } else if (name == "--pairs") {
+    isRight = runner::readAboveZero(value, options.bounds.pairs);
   } else if (name == "--print") {
     isRight = runner::readAboveZero(value, options.firstSeed);
     options.print = true;
@@ -91,6 +100,9 @@ std::variant<Options, std::string> readOptions(const std::vector<std::string>& a
   }
   if (!options.scenarios.empty() && !options.orders) {
     return "a scenario is named, and --orders is not: " + options.scenarios.front();
+  }
+  if (!options.scenarios.empty() && !options.figures.empty()) {
+    return "the figures are those of all scenarios, and one is named: " + options.scenarios.front();
   }
   return options;
 }

@@ -5,6 +5,8 @@
 #include <variant>
 #include <vector>
 
+#include "tools/simulate/Orders.h"
+
 namespace simulate {
 
 // What the simulation was asked to do.
@@ -17,7 +19,7 @@ struct Options {
   bool print = false;  // the case of the first seed
   bool orders = false;
   std::vector<std::string> scenarios;  // whose orders; all if none is named
-  std::uint64_t budget = 500;          // lives for each scenario and kind of order
+  OrderBounds bounds;
   bool verbose = false;
   std::string figures;  // a page that has rows for them; empty for none
   bool help = false;

@@ -21,6 +21,8 @@ constexpr std::string_view kUnlockFailed = "ScopedLock dtor: Unlock failed for: 
 
 constexpr std::string_view kServiceFailed = "Exception occured in ServiceMain function";
 constexpr std::string_view kSlept = "the machine slept for ";
+// An access violation.
+constexpr std::string_view kCrashed = " ended with exit code 3221225477";
 
 struct LineProbe {
   std::string_view text;
@@ -65,7 +67,7 @@ class Judgement {
       : life_(life),
         loop_(life, verdict_),
         reports_(verdict_),
-        isLogWhole_(isListenedToThroughout(life.scenario)) {}
+        isLogWhole_(life.isLogJudged && isListenedToThroughout(life.scenario)) {}
 
   Verdict pass();
 
@@ -75,6 +77,7 @@ class Judgement {
   void note(std::string_view text, host::Nanoseconds at);
   void slept(std::string_view text);
   void error(std::string_view text);
+  void errorBreaks(const std::string& promise);
   bool mayUseTheDead() const;
   void end();
   void exited();
@@ -93,8 +96,11 @@ class Judgement {
   bool sawDebugLines_ = false;
   bool wasEnded_ = false;
   bool handlerFailed_ = false;
+  bool handlerFailedAtWork_ = false;
   bool handlerUnlocksLate_ = false;
-  bool serviceFailed_ = false;
+  bool unlockFailed_ = false;
+  bool serviceThrew_ = false;
+  bool serviceFailed_ = false;  // it threw because of a report that the scenario refuses
   unsigned programs_ = 0;
 };
 
@@ -126,6 +132,12 @@ void Judgement::line(std::string_view whole, host::Nanoseconds at) {
   }
 }
 
+void Judgement::errorBreaks(const std::string& promise) {
+  if (life_.isLogJudged) {
+    verdict_.breaks(promise);
+  }
+}
+
 // Each line of level ERROR and FATAL has a reason in the life's own scenario.
 void Judgement::error(std::string_view text) {
   const host::Scenario& scenario = life_.scenario;
@@ -137,7 +149,7 @@ void Judgement::error(std::string_view text) {
   if (text.starts_with("Cannot run OrvixVTMEKRecertification.exe process.") ||
       text.starts_with("Process exception occured: ")) {
     if (!programMissing) {
-      verdict_.breaks("a program that is there could not be started");
+      errorBreaks("a program that is there could not be started");
     }
     return;
   }
@@ -147,7 +159,7 @@ void Judgement::error(std::string_view text) {
         [](const host::Step& step) { return step.action.kind == host::Action::Kind::kWriteFile; });
     if (!mayWrite && scenario.deniedPaths.empty() && scenario.faults.empty() &&
         !(life_.config && isCorrupt(*life_.config))) {
-      verdict_.breaks("a configuration that is sound counts as corrupted");
+      errorBreaks("a configuration that is sound counts as corrupted");
     }
     return;
   }
@@ -161,6 +173,7 @@ void Judgement::error(std::string_view text) {
   const bool isReportRefused = std::any_of(
       scenario.faults.begin(), scenario.faults.end(),
       [](const host::InjectedFault& fault) { return fault.call == "SetServiceStatus"; });
+  serviceThrew_ = serviceThrew_ || text.starts_with(kServiceFailed);
   if (text.starts_with(kServiceFailed) && isReportRefused) {
     serviceFailed_ = true;
     return;
@@ -170,8 +183,8 @@ void Judgement::error(std::string_view text) {
     loop_.stopGivenUp();
     if (!reports_.hasStopBeenRequested()) {
       verdict_.breaks("the control handler failed without a stop");
-    } else if (!isReportRefused && !reports_.isStopped() && !serviceFailed_) {
-      verdict_.breaks("the control handler failed while the service was at work");
+    } else if (!isReportRefused && !reports_.isStopped()) {
+      handlerFailedAtWork_ = true;
     }
     return;
   }
@@ -180,7 +193,8 @@ void Judgement::error(std::string_view text) {
     verdict_.hit(Probe::kHandlerAfterTheObject);
     return;
   }
-  verdict_.breaks("an error that nothing explains: " + std::string(text));
+  unlockFailed_ = unlockFailed_ || text.starts_with(kUnlockFailed);
+  errorBreaks("an error that nothing explains: " + std::string(text));
 }
 
 // What was released when the service's thread ended is used by a handler that is still at it.
@@ -200,12 +214,17 @@ void Judgement::note(std::string_view text, host::Nanoseconds at) {
   } else if (text.starts_with("program started: ")) {
     ++programs_;
     loop_.programStarted();
+    if (life_.scenario.recertificationCrashes) {
+      verdict_.hit(Probe::kProgramCrashed);
+    }
   } else if (text.starts_with(kSlept)) {
     slept(text.substr(kSlept.size()));
   } else if (text.starts_with("the clock is set back ") && loop_.isWaiting()) {
     verdict_.hit(Probe::kClockSetBack);
   } else if (text.starts_with("task \"") && text.find(" started ") != std::string_view::npos) {
     verdict_.hit(Probe::kTaskStarted);
+  } else if (text.starts_with("task \"") && text.ends_with(kCrashed)) {
+    verdict_.hit(Probe::kTaskProgramCrashed);
   }
 }
 
@@ -372,7 +391,9 @@ void Judgement::ledger() {
     if (text.starts_with("SetEvent: event ") && text.ends_with(" was closed before")) {
       return reports_.hasStopBeenRequested() && reports_.isStopped();
     }
-    return (handlerFailed_ || handlerUnlocksLate_) &&
+    // The handler waited for the lock while an exception took the object with it.
+    const bool diedInItsHands = unlockFailed_ && serviceThrew_ && reports_.hasStopBeenRequested();
+    return (handlerFailed_ || handlerUnlocksLate_ || diedInItsHands) &&
            (text.starts_with("WaitForSingleObject: ") || text.starts_with("ReleaseMutex: "));
   };
   for (const auto& [text, count] : left) {
@@ -398,9 +419,15 @@ Verdict Judgement::pass() {
   for (const runner::Record& record : life_.result.records) {
     take(record);
   }
+  // An exception on its way out of the service's main function takes the object with it, and is
+  // told only after that.
+  if (handlerFailedAtWork_ && !serviceThrew_) {
+    verdict_.breaks("the control handler failed while the service was at work");
+  }
   end();
   ledger();
   situation();
+  verdict_.goalsStood = loop_.allGoalsStand();
   return std::move(verdict_);
 }
 

@@ -19,6 +19,9 @@ struct Life {
   std::optional<std::string> config;
   // A thread may have been held up for minutes: what was to happen at once may have come later.
   bool isHeldUp = false;
+  // What the log tells is held against the promises too. Where the scenario's own faults break
+  // some, only the reports, the end and the ledger are judged.
+  bool isLogJudged = true;
 };
 
 // What a life came to.
@@ -26,6 +29,7 @@ struct Verdict {
   // The promises that it broke, a sentence each; empty if it kept them all.
   std::vector<std::string> broken;
   ProbeCounts probes{};
+  bool goalsStood = false;  // all three, as the log tells
 
   void breaks(const std::string& promise) { broken.push_back(promise); }
   void hit(Probe probe) { ++probes[static_cast<std::size_t>(probe)]; }

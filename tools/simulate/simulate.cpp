@@ -19,7 +19,7 @@
 #include "tools/runner/ScenarioCatalog.h"
 #include "tools/runner/ScenarioRun.h"
 #include "tools/simulate/Options.h"
-#include "tools/simulate/Orders.h"
+#include "tools/simulate/OrderReport.h"
 #include "tools/simulate/Simulation.h"
 
 namespace {
@@ -166,28 +166,6 @@ int replay(const simulate::Options& options) {
   return result.broken.empty() ? kAllKept : kSomethingBroken;
 }
 
-void printOrders(const simulate::OrderResult& result) {
-  constexpr const char* kNames[simulate::kOrderKinds] = {"one deviation",   "two deviations",
-                                                         "by seed",         "a stop placed",
-                                                         "a signal placed", "the end placed"};
-  std::cout << result.scenario << ": " << result.calls << " calls, " << result.decisions
-            << " decisions";
-  if (!result.refusal.empty()) {
-    std::cout << "; left out: " << result.refusal;
-  }
-  for (std::size_t i = 0; i < simulate::kOrderKinds; ++i) {
-    const simulate::OrderFigures& figures = result.figures[i];
-    if (figures.possible > 0) {
-      std::cout << "; " << kNames[i] << ' ' << figures.lives << " of " << figures.possible;
-      if (figures.otherOrder > 0) {
-        std::cout << " (" << figures.otherOrder << " in another permitted order)";
-      }
-    }
-  }
-  std::cout << "; " << result.failed << " failed\n";
-  printBroken(result.failures);
-}
-
 int enumerateOrders(const simulate::Options& options) {
   const runner::ScenarioCatalog catalog(runner::scenarioFolder());
   std::vector<std::filesystem::path> files;
@@ -199,38 +177,27 @@ int enumerateOrders(const simulate::Options& options) {
     files.push_back(*file);
   }
   const auto began = Clock::now();
-  const auto ran =
-      simulate::runAllOrders(files, options.budget, options.jobs, progress("scenarios"));
+  // Told as they come: all of them take long.
+  const auto ran = simulate::runAllOrders(files, options.bounds, options.jobs,
+                                          [](const simulate::OrderResult& result) {
+                                            std::cout << simulate::lineOf(result) << '\n';
+                                            printBroken(result.failures);
+                                            std::cout << std::flush;
+                                          });
   if (const auto* refusal = std::get_if<std::string>(&ran)) {
     return refuse(*refusal);
   }
-  std::array<std::uint64_t, simulate::kOrderKinds> lives{};
-  std::uint64_t failed = 0;
-  std::uint64_t sum = 0;
-  for (const auto& result : std::get<std::vector<simulate::OrderResult>>(ran)) {
-    printOrders(result);
-    // What was left out was not shown to be right.
-    failed += result.failed + (result.refusal.empty() ? 0U : 1U);
-    for (std::size_t i = 0; i < simulate::kOrderKinds; ++i) {
-      lives[i] += result.figures[i].lives;
-      sum += result.figures[i].lives;
-    }
-  }
+  const auto& results = std::get<std::vector<simulate::OrderResult>>(ran);
+  const simulate::OrderTotals totals = simulate::totalsOf(results);
   const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
-  std::cout << files.size() << " scenarios, " << lives[0] + lives[1] << " orders enumerated, "
-            << lives[2] << " drawn, " << lives[3] + lives[4] + lives[5] << " events placed, "
-            << fixed(seconds, 1) << " s, " << fixed(static_cast<double>(sum) / seconds, 0)
-            << " lives/s, " << failed << " failed\n";
-  const std::uint64_t placed = lives[3] + lives[4] + lives[5];
-  if (!tellFigures(options,
-                   {{"schedules enumerated", runner::inThrees(lives[0] + lives[1])},
-                    {"schedules drawn", runner::inThrees(lives[2])},
-                    {"stops, signals and ends placed", runner::inThrees(placed)},
-                    {"schedules and places that failed", runner::inThrees(failed)}},
-                   "./dev simulate --orders --budget " + std::to_string(options.budget))) {
+  std::cout << simulate::textOf(totals) << fixed(seconds, 1) << " s, "
+            << fixed(static_cast<double>(totals.lives) / seconds, 0) << " lives/s, "
+            << totals.failed << " failed\n";
+  if (!tellFigures(options, simulate::figuresOf(totals),
+                   "./dev simulate --orders" + simulate::textOf(options.bounds))) {
     return kNothingRun;
   }
-  return failed == 0 ? kAllKept : kSomethingBroken;
+  return totals.failed == 0 ? kAllKept : kSomethingBroken;
 }
 
 }  // namespace
