@@ -95,23 +95,23 @@ TEST_F(OrdersTest, withoutABudgetNothingIsLeftOut) {
 }
 
 TEST_F(OrdersTest, lifeThatEndsInAFaultHasPlacesToo) {
-  const simulate::OrderResult result = ordersOf(scenario("client-crashes"));
+  const simulate::OrderResult result = ordersOf(scenario("client-crashes"), {2, 1, 1});
   EXPECT_THAT(result.failures, ::testing::IsEmpty());
   EXPECT_GT(result.calls, 100U);
-  EXPECT_EQ(figuresOf(result, OrderKind::kStop).lives, kBudget);
+  EXPECT_EQ(figuresOf(result, OrderKind::kStop).lives, 2U);
 }
 
 TEST_F(OrdersTest, lifeWhoseFaultsBreakPromisesHasPlacesToo) {
-  const simulate::OrderResult result = ordersOf(scenario("task-save-refused"));
+  const simulate::OrderResult result = ordersOf(scenario("task-save-refused"), {2, 1, 1});
   EXPECT_THAT(result.failures, ::testing::IsEmpty());
-  EXPECT_EQ(figuresOf(result, OrderKind::kStop).lives, kBudget);
-  EXPECT_EQ(figuresOf(result, OrderKind::kSignal).lives, kBudget);
+  EXPECT_EQ(figuresOf(result, OrderKind::kStop).lives, 2U);
+  EXPECT_EQ(figuresOf(result, OrderKind::kSignal).lives, 2U);
 }
 
 // The scenario's own fault explains its ledger, and not check-points that stay.
 TEST_F(OrdersTest, lifeWhoseFaultsBreakPromisesMustNotBreakOthers) {
   const simulate::OrderResult result =
-      ordersOf(scenario("task-save-refused"), {kBudget, kBudget, kBudget},
+      ordersOf(scenario("task-save-refused"), {kBudget, 1, 1},
                std::filesystem::path(PLANTED_DIR) / "check_point_stays");
   EXPECT_GT(result.failed, 0U);
   EXPECT_THAT(result.failures,
@@ -120,10 +120,10 @@ TEST_F(OrdersTest, lifeWhoseFaultsBreakPromisesMustNotBreakOthers) {
 
 TEST_F(OrdersTest, lifeThatSpinsHasABoundOfItsOwn) {
   const simulate::OrderResult result =
-      ordersOf(scenario("wait-fails-for-ever"), {simulate::OrderBounds::kAll, 1, 1, 3});
+      ordersOf(scenario("wait-fails-for-ever"), {simulate::OrderBounds::kAll, 1, 1, 1});
   EXPECT_THAT(result.failures, ::testing::IsEmpty());
   for (const OrderKind kind : {OrderKind::kOneDeviation, OrderKind::kStop, OrderKind::kEnd}) {
-    EXPECT_EQ(figuresOf(result, kind).lives, 3U);
+    EXPECT_EQ(figuresOf(result, kind).lives, 1U);
     EXPECT_GT(figuresOf(result, kind).possible, 500U);
   }
 }
