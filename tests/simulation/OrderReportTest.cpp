@@ -55,6 +55,14 @@ TEST(OrderReportTest, totalsAreThoseOfAllScenariosAndTellInHowManyNoneIsLeftOut)
   EXPECT_EQ(figures[6].value, "0");
 }
 
+TEST(OrderReportTest, rareSituationsOfAllScenariosAreCounted) {
+  simulate::OrderResult result = resultWith(OrderKind::kEnd, {10, false, 10, 0});
+  result.probes[static_cast<std::size_t>(simulate::Probe::kStoppedTwice)] = 2;
+  EXPECT_EQ(simulate::totalsOf({result, result})
+                .probes[static_cast<std::size_t>(simulate::Probe::kStoppedTwice)],
+            4U);
+}
+
 TEST(OrderReportTest, boundsAreToldAsTheOptionsThatGiveThem) {
   EXPECT_EQ(simulate::textOf(simulate::OrderBounds{}), "");
   EXPECT_EQ(simulate::textOf(simulate::OrderBounds{40, 40, 40}), " --budget 40");

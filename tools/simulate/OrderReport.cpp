@@ -62,6 +62,9 @@ OrderTotals totalsOf(const std::vector<OrderResult>& results) {
       add(totals.kinds[i], result.figures[i]);
       totals.lives += result.figures[i].lives;
     }
+    for (std::size_t i = 0; i < kProbes; ++i) {
+      totals.probes[i] += result.probes[i];
+    }
   }
   return totals;
 }

@@ -22,6 +22,7 @@ struct OrderTotals {
   std::size_t scenarios = 0;
   std::uint64_t lives = 0;
   std::uint64_t failed = 0;  // what was left out for a reason was not shown to be right
+  ProbeCounts probes{};
 };
 OrderTotals totalsOf(const std::vector<OrderResult>& results);
 

@@ -76,6 +76,13 @@ void printBroken(const std::vector<std::string>& broken) {
   }
 }
 
+void printProbeCounts(const simulate::ProbeCounts& probes) {
+  for (std::size_t i = 0; i < simulate::kProbes; ++i) {
+    std::cout << probes[i] << " times: " << simulate::probeRow(static_cast<simulate::Probe>(i)).name
+              << '\n';
+  }
+}
+
 // Prints which probes were never hit; false if one of them must have been.
 bool printProbes(const simulate::SimulationResult& result) {
   bool fine = true;
@@ -121,10 +128,7 @@ int simulateSeeds(const simulate::Options& options) {
               << failure.text << '\n';
   }
   if (options.verbose) {
-    for (std::size_t i = 0; i < simulate::kProbes; ++i) {
-      std::cout << result.probes[i]
-                << " times: " << simulate::probeRow(static_cast<simulate::Probe>(i)).name << '\n';
-    }
+    printProbeCounts(result.probes);
   }
   const bool allProbes = printProbes(result);
   const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
@@ -189,6 +193,9 @@ int enumerateOrders(const simulate::Options& options) {
   }
   const auto& results = std::get<std::vector<simulate::OrderResult>>(ran);
   const simulate::OrderTotals totals = simulate::totalsOf(results);
+  if (options.verbose) {
+    printProbeCounts(totals.probes);
+  }
   const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
   std::cout << simulate::textOf(totals) << fixed(seconds, 1) << " s, "
             << fixed(static_cast<double>(totals.lives) / seconds, 0) << " lives/s, "
