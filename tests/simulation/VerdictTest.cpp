@@ -303,6 +303,22 @@ TEST(VerdictTest, ReportThatIsOvertakenLosesStopped) {
   EXPECT_THAT(life.broken(), ElementsAre("the check-point did not rise: 2 was told twice"));
 }
 
+// The first stop's handler tells STOPPED, and the second's takes its place in the service's report.
+TEST(VerdictTest, ReportThatIsOvertakenAfterStoppedTakesASecondStop) {
+  LifeText life;
+  life.begins().note("service manager: stop requested").note("service manager: stop requested");
+  life.status("1 0 0 1 5000").status("3 3 0 1 5000").status("3 3 0 1 5000");
+  life.result_.end = runner::End::kExit;
+  life.result_.ledger = {"unnamed: boundary from CreateBoundaryDescriptorW is still open"};
+  EXPECT_THAT(life.brokenBesideTheLog(), IsEmpty());
+  LifeText once;
+  once.begins().note("service manager: stop requested");
+  once.status("1 0 0 1 5000").status("3 3 0 1 5000").status("3 3 0 1 5000");
+  once.result_.end = runner::End::kExit;
+  once.result_.ledger = life.result_.ledger;
+  EXPECT_THAT(once.brokenBesideTheLog(), ElementsAre("the check-point did not rise: 3 after 3"));
+}
+
 TEST(VerdictTest, EndWithoutStopped) {
   LifeText life = soundLife();
   life.result_.records.pop_back();

@@ -13,8 +13,11 @@ constexpr std::uint32_t kWaitHintMs = 5000;
 // way changes what that report tells: the same is told twice, and what was to be told is lost. Once
 // a stop may come, that is the one report of STOPPED.
 bool ReportWatch::isOvertaken(const runner::Status& status) const {
-  return stopRequested_ && !overtaken_ && stopped_ == 0 && last_ && last_->state == status.state &&
-         last_->checkPoint == status.checkPoint;
+  // The handler of a first stop may have told STOPPED in place of what it filled in, and then that
+  // of a second one overtakes the service's own report.
+  const unsigned mostStopped = stops_ > 1 ? 1 : 0;
+  return hasStopBeenRequested() && !overtaken_ && stopped_ <= mostStopped && last_ &&
+         last_->state == status.state && last_->checkPoint == status.checkPoint;
 }
 
 void ReportWatch::pending(const runner::Status& status) {
@@ -51,7 +54,7 @@ void ReportWatch::status(const runner::Status& status) {
       running_ = true;
       break;
     case SERVICE_STOP_PENDING:
-      if (!running_ || !stopRequested_) {
+      if (!running_ || !hasStopBeenRequested()) {
         verdict_.breaks("STOP_PENDING was reported without a stop");
       }
       pending(status);
@@ -68,7 +71,7 @@ void ReportWatch::status(const runner::Status& status) {
       if (stopped_ > 1) {
         verdict_.hit(Probe::kStoppedTwice);
         // Once by each thread, and only while there is a handler.
-        if (!stopRequested_ || stopped_ > 2) {
+        if (!hasStopBeenRequested() || stopped_ > 2) {
           verdict_.breaks("STOPPED was reported too often");
         }
       }

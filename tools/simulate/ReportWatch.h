@@ -11,13 +11,13 @@ class ReportWatch {
   // Outlives the object.
   explicit ReportWatch(Verdict& verdict) : verdict_(verdict) {}
 
-  void stopRequested() { stopRequested_ = true; }
+  void stopRequested() { ++stops_; }
   void status(const runner::Status& status);
 
   bool hasStarted() const { return last_.has_value(); }
   // STOPPED was reported, or would have been if a report on its way had not been overtaken.
   bool isStopped() const { return stopped_ > 0 || overtaken_; }
-  bool hasStopBeenRequested() const { return stopRequested_; }
+  bool hasStopBeenRequested() const { return stops_ > 0; }
 
  private:
   bool isOvertaken(const runner::Status& status) const;
@@ -29,7 +29,7 @@ class ReportWatch {
   unsigned stopped_ = 0;
   bool running_ = false;
   bool overtaken_ = false;
-  bool stopRequested_ = false;
+  unsigned stops_ = 0;
 };
 
 }  // namespace simulate
