@@ -376,31 +376,6 @@ TEST(VerdictTest, ReportsMayBeAsIllegalAsThoseOfThePlainRunAndNoMore) {
             Reasons{"the check-point did not rise: 0 after 0"});
 }
 
-// What is wrong with the plain run's reports may be wrong here, and nothing beside it.
-TEST(VerdictTest, ReportsMayBeAsIllegalAsThoseOfThePlainRunAndNoMore) {
-  Sight plain = life({"[DBG] a"});
-  plain.statuses = {{SERVICE_START_PENDING, 1, 0, 0, 5000},
-                    {SERVICE_RUNNING, 0, 0, 1, 5000},
-                    {SERVICE_STOPPED, 0, 0, 1, 5000},
-                    {SERVICE_STOPPED, 0, 0, 1, 5000}};
-  Sight faulted = life({"[DBG] CoInitializeEx failed: 80010106"});
-  faulted.statuses = plain.statuses;
-  const Strike strikes = strike("CoInitializeEx", Phase::kRunning);
-  EXPECT_EQ(judgeFault(plain, faulted, strikes).reasons, Reasons{});
-  faulted.statuses.push_back({SERVICE_STOPPED, 0, 0, 1, 5000});
-  EXPECT_EQ(judgeFault(plain, faulted, strikes).reasons,
-            Reasons{"STOPPED was reported after STOPPED"});
-  // Another report is the one that was overtaken.
-  faulted.statuses = plain.statuses;
-  faulted.statuses.pop_back();
-  faulted.statuses.insert(faulted.statuses.begin() + 2, 2, {SERVICE_STOP_PENDING, 2, 0, 1, 5000});
-  EXPECT_EQ(judgeFault(plain, faulted, strikes).reasons, Reasons{});
-  faulted.statuses = plain.statuses;
-  faulted.statuses[0].checkPoint = 0;
-  EXPECT_EQ(judgeFault(plain, faulted, strikes).reasons,
-            Reasons{"the check-point did not rise: 0 after 0"});
-}
-
 TEST(VerdictTest, AFaultThatNeverStruckIsAReason) {
   EXPECT_EQ(judged(life({}), life({}), {"CloseHandle", Phase::kLoading, false, 5}).reasons,
             Reasons{"the fault never struck"});
