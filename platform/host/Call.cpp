@@ -125,12 +125,12 @@ Faults& Faults::instance() {
   return *faults;
 }
 
-void Faults::failOnce(const std::string& call, DWORD error, unsigned nth) {
-  rules_[call].push_back({error, nth, false});
+void Faults::failOnce(const std::string& call, DWORD error, unsigned nth, Deed deed) {
+  rules_[call].push_back({error, nth, false, deed});
 }
 
-void Faults::failFrom(const std::string& call, DWORD error, unsigned nth) {
-  rules_[call].push_back({error, nth, true});
+void Faults::failFrom(const std::string& call, DWORD error, unsigned nth, Deed deed) {
+  rules_[call].push_back({error, nth, true, deed});
 }
 
 void Faults::clear() {
@@ -145,10 +145,10 @@ void Faults::tell(std::string_view call, const Rule& rule) const {
   const std::string nth = std::to_string(rule.nth);
   onStrike(std::string(call) +
            (rule.lasting ? " fails from " + nth + " on" : " " + nth + " fails") + " with " +
-           errorText(rule.error));
+           errorText(rule.error) + (rule.deed == Deed::kDone ? " after its work" : ""));
 }
 
-const DWORD* Faults::next(std::string_view call) {
+const Faults::Rule* Faults::next(std::string_view call) {
   if (theWatch != nullptr) {
     theWatch(call);
   }
@@ -156,18 +156,18 @@ const DWORD* Faults::next(std::string_view call) {
   if (found == rules_.end()) {
     return nullptr;
   }
-  const DWORD* error = nullptr;
+  const Rule* struck = nullptr;
   for (Rule& rule : found->second) {
     if (rule.callsToGo == 0) {
-      error = rule.lasting ? &rule.error : error;
+      struck = rule.lasting ? &rule : struck;
       continue;
     }
     if (--rule.callsToGo == 0) {
-      error = &rule.error;
+      struck = &rule;
       tell(call, rule);
     }
   }
-  return error;
+  return struck;
 }
 
 CallHooks& CallHooks::instance() {
@@ -200,10 +200,13 @@ void Call::enter() {
   {
     const Scheduler::Guard guard;
     nth = Journal::instance().begin(entry_.name);
-    if (const DWORD* error = Faults::instance().next(entry_.name)) {
-      fault_ = *error;
+    if (const Faults::Rule* rule = Faults::instance().next(entry_.name)) {
+      fault_ = rule->error;
+      deed_ = rule->deed;
       entry_.faulted = true;
-      setLastError(fault_);
+      if (deed_ == Deed::kUndone) {
+        setLastError(fault_);
+      }
     }
   }
   CallHooks::instance().reached(entry_.name, nth);

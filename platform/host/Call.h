@@ -54,6 +54,12 @@ class Journal {
   std::uint64_t hash_ = 0xcbf29ce484222325U;
 };
 
+// What a call that fails has done by then.
+enum class Deed {
+  kUndone,  // nothing
+  kDone,    // all that it is for: the answer alone is a failure's
+};
+
 // Which calls are told to fail.
 class Faults {
  public:
@@ -61,26 +67,27 @@ class Faults {
 
   // The `nth` call of this name from now on (the first is 1) fails with this last error, or
   // returns it where the call returns a status.
-  void failOnce(const std::string& call, DWORD error, unsigned nth = 1);
+  void failOnce(const std::string& call, DWORD error, unsigned nth = 1, Deed deed = Deed::kUndone);
   // The `nth` call of this name and all after it fail.
-  void failFrom(const std::string& call, DWORD error, unsigned nth = 1);
+  void failFrom(const std::string& call, DWORD error, unsigned nth = 1, Deed deed = Deed::kUndone);
   void clear();
 
   // Told when a rule makes a call fail, and of a rule that lasts only the first time:
-  // "CreateEventW 2 fails with 5", "CreateEventW fails from 2 on with 5". Called with the guard
-  // held.
+  // "CreateEventW 2 fails with 5", "CreateEventW fails from 2 on with 5", and with " after its
+  // work" behind that. Called with the guard held.
   std::function<void(const std::string& what)> onStrike;
 
-  // Asked by each call: the error to fail with, if it is to fail.
-  const DWORD* next(std::string_view call);
-
- private:
   struct Rule {
     DWORD error;
     unsigned nth;
     bool lasting;
+    Deed deed;
     unsigned callsToGo = nth;
   };
+  // Asked by each call: what it is to fail by, if it is to fail.
+  const Rule* next(std::string_view call);
+
+ private:
   void tell(std::string_view call, const Rule& rule) const;
 
   std::map<std::string, std::vector<Rule>, std::less<>> rules_;
@@ -142,7 +149,11 @@ class Call {
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
-  bool faulted() const { return entry_.faulted; }
+  // Whether it is to fail with nothing done.
+  bool faulted() const { return entry_.faulted && deed_ == Deed::kUndone; }
+  // Whether it is to do its work and to fail all the same. Only the calls ask that the platform may
+  // fail so.
+  bool failsWhenDone() const { return entry_.faulted && deed_ == Deed::kDone; }
   // The error that the call was told to fail with.
   DWORD fault() const { return fault_; }
 
@@ -166,6 +177,7 @@ class Call {
 
   JournalEntry entry_;
   DWORD fault_ = 0;
+  Deed deed_ = Deed::kUndone;
   bool finished_ = false;
 };
 

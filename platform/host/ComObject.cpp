@@ -95,8 +95,8 @@ void ComObject::keepForEver(std::unique_ptr<ComObject> object) {
 }
 
 HRESULT MethodCall::answers(HRESULT result) {
-  if (SUCCEEDED(result) && verdict_ > S_OK) {
-    result = verdict_;
+  if (SUCCEEDED(result) && (verdict_ > S_OK || failsWhenDone())) {
+    result = static_cast<HRESULT>(fault());
   }
   returns(hexText(static_cast<DWORD>(result)).c_str());
   return result;

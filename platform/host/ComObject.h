@@ -95,7 +95,8 @@ class MethodCall : public StatusCall {
   bool isRefused() const { return FAILED(verdict_); }
 
   // Answers with a result, which the journal keeps in hexadecimal. A call that is told to answer
-  // with a number that is no failure does its work and answers with that in place of a success.
+  // with a number that is no failure, or to fail when it is done, does its work and answers with
+  // that in place of a success.
   HRESULT answers(HRESULT result);
   HRESULT refuses() { return answers(verdict_); }
 

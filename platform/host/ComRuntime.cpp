@@ -22,9 +22,14 @@ class ComCall : public StatusCall {
  public:
   using StatusCall::StatusCall;
   HRESULT answers(HRESULT result) {
+    // Told a number that is no failure: the work is done, and answered so.
+    if (faulted() && SUCCEEDED(result)) {
+      result = static_cast<HRESULT>(fault());
+    }
     returns(hexText(static_cast<DWORD>(result)).c_str());
     return result;
   }
+  bool isRefused() const { return faulted() && FAILED(static_cast<HRESULT>(fault())); }
   HRESULT failsAsTold() { return answers(static_cast<HRESULT>(fault())); }
 };
 
@@ -44,7 +49,7 @@ using host::Scheduler;
 
 HRESULT CoInitializeEx(LPVOID reserved, DWORD mode) {
   ComCall call("CoInitializeEx", reserved, mode);
-  if (call.faulted()) {
+  if (call.isRefused()) {
     return call.failsAsTold();
   }
   if (reserved != nullptr) {
@@ -93,7 +98,7 @@ HRESULT CoInitializeSecurity(PSECURITY_DESCRIPTOR descriptor, LONG serviceCount,
   ComCall call("CoInitializeSecurity", descriptor, serviceCount, static_cast<const void*>(services),
                reserved1, authenticationLevel, impersonationLevel, authenticationList, capabilities,
                reserved3);
-  if (call.faulted()) {
+  if (call.isRefused()) {
     return call.failsAsTold();
   }
   const Scheduler::Guard guard;
@@ -117,7 +122,7 @@ HRESULT CoCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFII
     return call.answers(E_POINTER);
   }
   *object = nullptr;
-  if (call.faulted()) {
+  if (call.isRefused()) {
     return call.failsAsTold();
   }
   const Scheduler::Guard guard;

@@ -22,8 +22,8 @@ constexpr wchar_t kHighestNarrow = 0xFF;
 
 errno_t toldError(const char* call) {
   const host::Scheduler::Guard guard;
-  const DWORD* error = host::Faults::instance().next(call);
-  return error == nullptr ? 0 : static_cast<errno_t>(*error);
+  const host::Faults::Rule* rule = host::Faults::instance().next(call);
+  return rule == nullptr ? 0 : static_cast<errno_t>(rule->error);
 }
 
 // Narrows up to `room` bytes, the terminator counted; what it wrote without the terminator, or -1.

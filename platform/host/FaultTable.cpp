@@ -14,14 +14,17 @@ using enum FaultKind;
 // Errors that nothing else in the model gives, by their numbers.
 constexpr DWORD kInvalidData = 13;
 constexpr DWORD kLockViolation = 33;
+constexpr DWORD kBrokenPipe = 109;
 constexpr DWORD kNoSuchService = 1060;
 constexpr DWORD kDeviceError = 1117;
 constexpr DWORD kNoSystemResources = 1450;
+constexpr DWORD kCallFailed = 1726;
 constexpr DWORD kNoSuchDevice = 0x0d;
 constexpr DWORD kDevicesFailed = 0x13;
 constexpr DWORD kIllegalSequence = 42;
 constexpr DWORD kNoSuchFile = 0x80070002;
 constexpr DWORD kServerGone = 0x800706ba;
+constexpr DWORD kComCallFailed = 0x800706be;
 constexpr DWORD kObjectDisconnected = 0x80010108;
 constexpr DWORD kChangedMode = 0x80010106;
 constexpr DWORD kTooLate = 0x80010119;
@@ -49,7 +52,8 @@ constexpr DWORD kPrivilege[] = {ERROR_NO_SUCH_PRIVILEGE, ERROR_ACCESS_DENIED};
 constexpr DWORD kFileOpening[] = {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED,
                                   ERROR_SHARING_VIOLATION};
 constexpr DWORD kFileRemoving[] = {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED};
-constexpr DWORD kReading[] = {kDeviceError, kLockViolation};
+// With no error a read ends halfway, and succeeds.
+constexpr DWORD kReading[] = {kDeviceError, kLockViolation, ERROR_SUCCESS};
 constexpr DWORD kWriting[] = {ERROR_DISK_FULL, ERROR_ACCESS_DENIED};
 constexpr DWORD kSearching[] = {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED};
 constexpr DWORD kSearchEnding[] = {ERROR_NO_MORE_FILES, ERROR_ACCESS_DENIED};
@@ -71,7 +75,7 @@ constexpr DWORD kTracing[] = {ERROR_ACCESS_DENIED, ERROR_NOT_ENOUGH_MEMORY};
 constexpr DWORD kRegistry[] = {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED};
 constexpr DWORD kDevices[] = {kNoSuchDevice, kDevicesFailed};
 constexpr DWORD kFolder[] = {kNoSuchFile, kOutOfMemory};
-constexpr DWORD kComStart[] = {kChangedMode, kOutOfMemory};
+constexpr DWORD kComStart[] = {kChangedMode, kOutOfMemory, kFalse};
 constexpr DWORD kComSecurity[] = {kTooLate, kOutOfMemory};
 constexpr DWORD kComMaking[] = {kNotRegistered, kOutOfMemory};
 constexpr DWORD kComMemory[] = {kOutOfMemory};
@@ -79,6 +83,15 @@ constexpr DWORD kInterface[] = {kNoInterface, kObjectDisconnected};
 constexpr DWORD kScheduler[] = {kComDenied, kServerGone};
 constexpr DWORD kTaskLookup[] = {kNoSuchFile, kComDenied, kServerGone};
 constexpr DWORD kMethod[] = {kOutOfMemory, kServerGone, kFalse};
+// The other side has done what it was asked for, and its answer never came.
+constexpr DWORD kAnswerLost[] = {kCallFailed};
+constexpr DWORD kComAnswerLost[] = {kComCallFailed};
+// The program runs, and something that has a say in it refuses it.
+constexpr DWORD kLaunched[] = {ERROR_ACCESS_DENIED};
+// Some sessions have the event, and one has no room for it.
+constexpr DWORD kTracedInPart[] = {ERROR_NOT_ENOUGH_MEMORY};
+// The service has run, and then the way to the manager is gone.
+constexpr DWORD kDispatched[] = {kBrokenPipe};
 
 constexpr std::array kTable = {
     FaultRow{"_itoa_s", kErrno, kInvalid},
@@ -103,7 +116,7 @@ constexpr std::array kTable = {
     FaultRow{"CreateFileW", kLastError, kFileOpening},
     FaultRow{"CreateMutexW", kLastError, kMaking},
     FaultRow{"CreatePrivateNamespaceW", kLastError, kNamed},
-    FaultRow{"CreateProcessW", kLastError, kLaunching},
+    FaultRow{"CreateProcessW", kLastError, kLaunching, kLaunched},
     FaultRow{"CreateThread", kLastError, kMaking},
     FaultRow{"CreateWellKnownSid", kLastError, kSecurity},
     FaultRow{"DeleteCriticalSection", kNever, {}},
@@ -112,7 +125,7 @@ constexpr std::array kTable = {
     FaultRow{"EventRegister", kStatus, kTracing},
     FaultRow{"EventSetInformation", kStatus, kTracing},
     FaultRow{"EventUnregister", kStatus, kTracing},
-    FaultRow{"EventWriteTransfer", kStatus, kTracing},
+    FaultRow{"EventWriteTransfer", kStatus, kTracing, kTracedInPart},
     FaultRow{"FileTimeToSystemTime", kLastError, kHandle},
     FaultRow{"FindClose", kLastError, kHandle},
     FaultRow{"FindFirstFileW", kLastError, kSearching},
@@ -165,9 +178,9 @@ constexpr std::array kTable = {
     FaultRow{"SetEvent", kLastError, kHandle},
     FaultRow{"SetFilePointer", kLastError, kHandle},
     FaultRow{"SetLastError", kNever, {}},
-    FaultRow{"SetServiceStatus", kLastError, kReporting},
+    FaultRow{"SetServiceStatus", kLastError, kReporting, kAnswerLost},
     FaultRow{"Sleep", kNever, {}},
-    FaultRow{"StartServiceCtrlDispatcherW", kLastError, kDispatching},
+    FaultRow{"StartServiceCtrlDispatcherW", kLastError, kDispatching, kDispatched},
     FaultRow{"SystemTimeToTzSpecificLocalTime", kLastError, kHandle},
     FaultRow{"VerSetConditionMask", kNever, {}},
     FaultRow{"VerifyVersionInfoW", kLastError, kInvalidParameter},
@@ -301,14 +314,14 @@ constexpr std::array kTable = {
     FaultRow{"ITaskDefinition::put_XmlText", kHresult, kMethod},
     FaultRow{"ITaskFolder::CreateFolder", kHresult, kMethod},
     FaultRow{"ITaskFolder::DeleteFolder", kHresult, kMethod},
-    FaultRow{"ITaskFolder::DeleteTask", kHresult, kTaskLookup},
+    FaultRow{"ITaskFolder::DeleteTask", kHresult, kTaskLookup, kComAnswerLost},
     FaultRow{"ITaskFolder::GetFolder", kHresult, kMethod},
     FaultRow{"ITaskFolder::GetFolders", kHresult, kMethod},
     FaultRow{"ITaskFolder::GetSecurityDescriptor", kHresult, kMethod},
     FaultRow{"ITaskFolder::GetTask", kHresult, kTaskLookup},
     FaultRow{"ITaskFolder::GetTasks", kHresult, kMethod},
     FaultRow{"ITaskFolder::RegisterTask", kHresult, kMethod},
-    FaultRow{"ITaskFolder::RegisterTaskDefinition", kHresult, kScheduler},
+    FaultRow{"ITaskFolder::RegisterTaskDefinition", kHresult, kScheduler, kComAnswerLost},
     FaultRow{"ITaskFolder::SetSecurityDescriptor", kHresult, kMethod},
     FaultRow{"ITaskFolder::get_Name", kHresult, kMethod},
     FaultRow{"ITaskFolder::get_Path", kHresult, kMethod},

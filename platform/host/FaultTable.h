@@ -21,6 +21,9 @@ struct FaultRow {
   std::string_view call;
   FaultKind kind;
   std::span<const DWORD> errors;
+  // What it may answer although the call has done all its work: the answer was lost on its way, or
+  // what failed came after the work.
+  std::span<const DWORD> errorsWhenDone = {};
 };
 
 // A row for each of `callsThatCanFail`, in that order.

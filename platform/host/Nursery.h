@@ -33,9 +33,17 @@ inline constexpr std::size_t kPhases = 7;
 struct LifeOrder {
   bool isFaulted = false;  // false for the plain run
   bool lasting = false;    // the nth call and all after it
+  bool isDone = false;     // the call does its work, and fails all the same
   std::uint16_t call = 0;  // place in callsThatCanFail
   unsigned nth = 1;
   DWORD error = 0;
+};
+
+// Where a fault of the scenario's own struck.
+struct OwnStrike {
+  std::uint8_t phases;  // a bit for each phase in which it did
+  std::uint64_t place;  // of its first strike: the thread, and the calls that this made just before
+  bool operator==(const OwnStrike&) const = default;
 };
 
 struct WatchedCall {
@@ -47,12 +55,14 @@ struct WatchedCall {
 // What is seen of a life while it goes on, also when it ends abnormally.
 struct LifeWatch {
   static constexpr std::size_t kMostCalls = std::size_t{1} << 24U;
+  static constexpr std::size_t kMostOwnFaults = 8;
 
   bool isTraced;  // the calls are kept below
   bool struck;    // the fault has happened
   Phase phaseAtStrike;
-  unsigned callsAfterStrike;  // of the same name
-  std::size_t count;          // of all calls
+  unsigned callsAfterStrike;      // of the same name
+  OwnStrike own[kMostOwnFaults];  // by the faults' order in the scenario
+  std::size_t count;              // of all calls
   WatchedCall calls[kMostCalls];
 };
 

@@ -132,6 +132,11 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
   if (started.error != ERROR_SUCCESS) {
     return call.fails(started.error, FALSE);
   }
+  machine.programsStarted.emplace_back(applicationName);
+  machine.note("program started: " + host::toUtf8(applicationName));
+  if (call.failsWhenDone()) {
+    return call.fails(call.fault(), FALSE);
+  }
   auto& handles = host::HandleTable::instance();
   processInformation->hProcess =
       handles.add(std::make_shared<host::ProcessObject>(started.child), "CreateProcessW");
@@ -139,7 +144,5 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
       handles.add(std::make_shared<host::ProgramThreadObject>(started.child), "CreateProcessW");
   processInformation->dwProcessId = started.processId;
   processInformation->dwThreadId = processInformation->dwProcessId + host::kIdStep;
-  machine.programsStarted.emplace_back(applicationName);
-  machine.note("program started: " + host::toUtf8(applicationName));
   return call.returns(TRUE);
 }

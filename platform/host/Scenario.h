@@ -52,6 +52,7 @@ struct Moment {
   enum class Kind {
     kAt,          // at a time of the machine's clock after the process's start
     kBeforeCall,  // when the run comes to the nth call of a platform call, ahead of its work
+    kInsideCall,  // the same, and the caller goes on first
     kOnLog,       // when the nth log line that contains the text reached the listener
     kOnStatus,    // when the service reported a state for the nth time
   };
@@ -72,6 +73,7 @@ struct InjectedFault {
   DWORD error = 0;
   unsigned nth = 1;
   bool lasting = false;
+  bool isDone = false;  // the call does its work, and fails all the same
 };
 
 struct ScenarioFile {

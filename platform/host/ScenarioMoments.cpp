@@ -4,6 +4,7 @@
 #include <array>
 
 #include "platform/host/CallNames.h"
+#include "platform/host/FaultTable.h"
 #include "platform/host/ScenarioText.h"
 #include "platform/host/Text.h"
 #include "platform/host/windows/Services.h"
@@ -34,12 +35,21 @@ Reason readAt(std::string_view text, Moment& moment) {
   return readDuration(text, moment.at);
 }
 
-Reason readBefore(std::string_view text, Moment& moment) {
-  moment.kind = Moment::Kind::kBeforeCall;
+Reason readCall(std::string_view text, Moment& moment) {
   if (Reason reason = readNameAndCount(text, "a platform call's name", moment)) {
     return reason;
   }
   return checkCallName(moment.name, platformCalls());
+}
+
+Reason readBefore(std::string_view text, Moment& moment) {
+  moment.kind = Moment::Kind::kBeforeCall;
+  return readCall(text, moment);
+}
+
+Reason readInside(std::string_view text, Moment& moment) {
+  moment.kind = Moment::Kind::kInsideCall;
+  return readCall(text, moment);
 }
 
 Reason readOnStatus(std::string_view text, Moment& moment) {
@@ -79,6 +89,7 @@ struct MomentRow {
 constexpr std::array kMoments = {
     MomentRow{"at", ":", readAt},
     MomentRow{"before", ":", readBefore},
+    MomentRow{"inside", ":", readInside},
     MomentRow{"on log", "\":", readOnLog},
     MomentRow{"on status", ":", readOnStatus},
 };
@@ -266,7 +277,8 @@ Reason readStep(std::string_view line, Step& step) {
   std::string_view rest = line;
   const MomentRow* row = takeRow(kMoments, rest);
   if (row == nullptr) {
-    return inQuotes(line) + " does not begin with a moment (at, before, on log, on status)" +
+    return inQuotes(line) +
+           " does not begin with a moment (at, before, inside, on log, on status)" +
            hintAmong(kMoments, line);
   }
   const std::size_t end = endOfMoment(rest, row->end);
@@ -283,8 +295,13 @@ Reason readStep(std::string_view line, Step& step) {
 }
 
 Reason readFault(std::string_view line, InjectedFault& fault) {
-  // fail <call> [from] <n> with <error>
+  // fail <call> [from] <n> with <error> [after its work]
+  constexpr std::array<std::string_view, 3> kDone = {"after", "its", "work"};
   std::vector<std::string_view> words = wordsOf(line);
+  if (words.size() > kDone.size() && std::equal(kDone.begin(), kDone.end(), words.end() - 3)) {
+    fault.isDone = true;
+    words.resize(words.size() - kDone.size());
+  }
   if (words.size() == 6 && words[2] == "from") {
     fault.lasting = true;
     words.erase(words.begin() + 2);
@@ -300,6 +317,9 @@ Reason readFault(std::string_view line, InjectedFault& fault) {
   fault.call = words[1];
   if (Reason reason = readCount(words[2], fault.nth)) {
     return reason;
+  }
+  if (fault.isDone && faultRowOf(fault.call)->errorsWhenDone.empty()) {
+    return inQuotes(fault.call) + " does not fail after its work";
   }
   return readCode(words[4], fault.error);
 }

@@ -252,10 +252,11 @@ void listenToStatus(const Scenario& scenario) {
 void armCalls(const Scenario& scenario) {
   Faults::instance().onStrike = [](const std::string& what) { note("fault: " + what); };
   for (const InjectedFault& fault : scenario.faults) {
+    const Deed deed = fault.isDone ? Deed::kDone : Deed::kUndone;
     if (fault.lasting) {
-      Faults::instance().failFrom(fault.call, fault.error, fault.nth);
+      Faults::instance().failFrom(fault.call, fault.error, fault.nth, deed);
     } else {
-      Faults::instance().failOnce(fault.call, fault.error, fault.nth);
+      Faults::instance().failOnce(fault.call, fault.error, fault.nth, deed);
     }
   }
   for (const Step& step : scenario.script) {
@@ -265,6 +266,9 @@ void armCalls(const Scenario& scenario) {
         // What the action set going is over, as far as it can get, when the call does its work.
         Scheduler::instance().standBack();
       });
+    } else if (step.moment.kind == Moment::Kind::kInsideCall) {
+      CallHooks::instance().before(step.moment.name, step.moment.nth,
+                                   [&step] { perform(step.action); });
     }
   }
 }

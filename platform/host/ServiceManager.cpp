@@ -133,7 +133,7 @@ BOOL StartServiceCtrlDispatcherW(const SERVICE_TABLE_ENTRYW* table) {
     serviceMain(1, arguments);
   });
   host::dispatch(services);
-  return call.returns(TRUE);
+  return call.failsWhenDone() ? call.fails(call.fault(), FALSE) : call.returns(TRUE);
 }
 
 SERVICE_STATUS_HANDLE RegisterServiceCtrlHandlerW(LPCWSTR name, LPHANDLER_FUNCTION handler) {
@@ -157,15 +157,19 @@ BOOL SetServiceStatus(SERVICE_STATUS_HANDLE handle, LPSERVICE_STATUS status) {
   }
   host::ServiceManager& services = host::machine().services;
   const SERVICE_STATUS taken = *status;
+  const BOOL answer = call.failsWhenDone() ? FALSE : TRUE;
   {
     // Two threads that report are told one after the other, in the order that is kept.
     const host::Scheduler::Guard guard;
     services.statuses.push_back(taken);
-    call.returns(TRUE);
+    if (answer == FALSE) {
+      host::setLastError(call.fault());
+    }
+    call.returns(answer);
     if (services.onStatus) {
       services.onStatus(taken);
     }
   }
   host::Scheduler::instance().yield("SetServiceStatus");
-  return TRUE;
+  return answer;
 }

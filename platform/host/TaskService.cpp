@@ -202,7 +202,7 @@ HRESULT TaskFolderObject::RegisterTaskDefinition(BSTR path, ITaskDefinition* def
   registration.logon = logon;
   std::unique_ptr<StoredTask> stored;
   const HRESULT result = registerTask(registration, *object->node(), stored);
-  if (stored != nullptr) {
+  if (stored != nullptr && !call.failsWhenDone()) {
     *task = giveRegisteredTask(*stored, kName);
   }
   return call.answers(result);

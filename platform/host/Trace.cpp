@@ -296,5 +296,5 @@ ULONG EventWriteTransfer(REGHANDLE handle, PCEVENT_DESCRIPTOR descriptor, LPCGUI
   host::TraceEvent event = host::copyOf(handle, *descriptor, count, data);
   event.hasActivity = activityId != nullptr || relatedActivityId != nullptr;
   host::deliver(provider->guid, event);
-  return call.returns<ULONG>(ERROR_SUCCESS);
+  return call.returns<ULONG>(call.failsWhenDone() ? call.fault() : ERROR_SUCCESS);
 }

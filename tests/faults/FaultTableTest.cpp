@@ -54,6 +54,23 @@ TEST(FaultTableTest, AnInterfaceFailsWithANegativeNumberOrDoesItsWorkAndAnswersW
   }
 }
 
+// A success would be no failure, and what is done is done without a number of success.
+TEST(FaultTableTest, WhatFailsWhenItIsDoneSaysSo) {
+  std::set<std::string_view> calls;
+  for (const FaultRow& row : faultTable()) {
+    for (const DWORD error : row.errorsWhenDone) {
+      calls.insert(row.call);
+      EXPECT_NE(error, 0U) << row.call;
+      EXPECT_TRUE(row.kind != FaultKind::kHresult || FAILED(static_cast<HRESULT>(error)))
+          << row.call;
+    }
+  }
+  EXPECT_EQ(calls,
+            (std::set<std::string_view>{"CreateProcessW", "EventWriteTransfer", "SetServiceStatus",
+                                        "StartServiceCtrlDispatcherW", "ITaskFolder::DeleteTask",
+                                        "ITaskFolder::RegisterTaskDefinition"}));
+}
+
 TEST(FaultTableTest, FindsARowByName) {
   ASSERT_NE(faultRowOf("CreateProcessW"), nullptr);
   const auto errors = faultRowOf("CreateProcessW")->errors;

@@ -40,7 +40,7 @@ class NurseryTest : public ::testing::Test {
                                bool lasting = false) {
     const auto calls = host::callsThatCanFail();
     const auto place = std::find(calls.begin(), calls.end(), name) - calls.begin();
-    return {true, lasting, static_cast<std::uint16_t>(place), nth, error};
+    return {true, lasting, false, static_cast<std::uint16_t>(place), nth, error};
   }
 
   runner::LoadedScenario loaded_;

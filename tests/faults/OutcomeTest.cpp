@@ -137,6 +137,13 @@ TEST(ReportOrderTest, NothingComesAfterStopped) {
             "STOPPED was reported after STOPPED");
 }
 
+TEST(ReportOrderTest, StoppedMayBeTakenTwiceWhereThatIsKnown) {
+  const std::vector<runner::Status> twice(2, {SERVICE_STOPPED, 0, 0, 1, 0});
+  EXPECT_EQ(illegalReport(twice, true), "");
+  const std::vector<runner::Status> thrice(3, {SERVICE_STOPPED, 0, 0, 1, 0});
+  EXPECT_EQ(illegalReport(thrice, true), "STOPPED was reported after STOPPED");
+}
+
 TEST(ReportOrderTest, RunningComesAfterStartPending) {
   EXPECT_EQ(illegalReport({{SERVICE_RUNNING, 0, 0, 1, 0}}), "RUNNING was reported after nothing");
 }

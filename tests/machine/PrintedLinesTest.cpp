@@ -86,6 +86,9 @@ TEST(PrintedLinesTest, ComparableLineKeepsAStampOfAnotherForm) {
 
 TEST(PrintedLinesTest, ComparableLineHasNoAddresses) {
   EXPECT_EQ(comparableLine("[DBG] [0x7ffff7a0] [Run] and [0x1]"), "[DBG] [0x] [Run] and [0x]");
+  EXPECT_EQ(comparableLine("Unlock failed for: 7ffff7a0"), "Unlock failed for: 0x");
+  EXPECT_EQ(comparableLine("ScopedLock:Lock failed for 7ffff7a0"), "ScopedLock:Lock failed for 0x");
+  EXPECT_EQ(comparableLine("Lock failed for me"), "Lock failed for me");
   EXPECT_EQ(comparableLine("[0x12"), "[0x12");
   EXPECT_EQ(comparableLine("[0xG]"), "[0xG]");
 }

@@ -13,6 +13,10 @@ Search claim(const std::string& name) {
   return handshake::search(HANDSHAKE_CLAIMS, kDepth + ("-a -N " + name));
 }
 
+Search claimWithTwoStops(const std::string& name) {
+  return handshake::search(HANDSHAKE_TWO_STOPS_CLAIMS, kDepth + ("-a -N " + name));
+}
+
 // In a fair search whoever can always go on does so in the end.
 Search fairClaim(const std::string& name) {
   return handshake::search(HANDSHAKE_CLAIMS, kDepth + ("-a -f -N " + name));
@@ -22,11 +26,33 @@ TEST(HandshakeModelTest, NobodyIsLeftWaiting) {
   const Search found = handshake::search(HANDSHAKE_DEADLOCK, kDepth);
   EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
   // A model of which a part has become unreachable would have fewer.
-  EXPECT_GT(found.states, 800'000U);
+  EXPECT_GT(found.states, 1'000'000U);
+}
+
+TEST(HandshakeModelTest, NobodyIsLeftWaitingWithASecondStop) {
+  const Search found = handshake::search(HANDSHAKE_TWO_STOPS, kDepth);
+  EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
+  EXPECT_GT(found.states, 8'000'000U);
 }
 
 TEST(HandshakeModelTest, NothingHappensThatIsNotAmongTheOddities) {
   const Search found = claim("nothing_else");
+  EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
+}
+
+TEST(HandshakeModelTest, NothingElseHappensWithASecondStop) {
+  const Search found = claimWithTwoStops("nothing_else");
+  EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
+}
+
+// The first was lost, and the second was accepted and ends the service all the same.
+TEST(HandshakeModelTest, StopAfterALostOneMayEndTheService) {
+  const Search found = claimWithTwoStops("stop_after_a_lost_one");
+  EXPECT_TRUE(found.complete && found.errors == 1) << found.printed;
+}
+
+TEST(HandshakeModelTest, OneStopAloneNeverComesAfterALostOne) {
+  const Search found = claim("stop_after_a_lost_one");
   EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
 }
 
@@ -51,6 +77,7 @@ TEST_P(HandshakeOddityTest, IsReachable) {
 INSTANTIATE_TEST_SUITE_P(Listed, HandshakeOddityTest,
                          ::testing::Values("stop_before_the_run", "stop_before_the_stop_event",
                                            "stop_in_the_tries", "stop_whose_report_is_refused",
+                                           "stop_whose_signal_is_refused",
                                            "stop_pending_after_stopped", "stopped_tried_twice",
                                            "stopped_told_twice", "stopped_never_told",
                                            "signal_to_a_closed_event", "question_to_a_dead_object"),

@@ -14,9 +14,10 @@ ModelRun parseRun(const std::string& line) {
   int headLength = 0;
   const int read = std::sscanf(
       line.c_str(),
-      "RUN publishing=%d failures=%d init=%d create=%d load=%d refusals=%d dead=%d:%n",
-      &run.publishing, &run.failures, &init, &create, &load, &run.refusals, &dead, &headLength);
-  if (read != 7 || headLength == 0) throw std::runtime_error("no run of the model: " + line);
+      "RUN publishing=%d failures=%d init=%d create=%d load=%d refusals=%d signals=%d dead=%d:%n",
+      &run.publishing, &run.failures, &init, &create, &load, &run.refusals, &run.signalRefusals,
+      &dead, &headLength);
+  if (read != 8 || headLength == 0) throw std::runtime_error("no run of the model: " + line);
   run.initWorks = init != 0;
   run.createWorks = create != 0;
   run.loadWorks = load != 0;

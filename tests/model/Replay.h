@@ -20,7 +20,8 @@ struct ModelRun {
   bool initWorks = true;
   bool createWorks = true;
   bool loadWorks = true;
-  int refusals = 0;  // of the first report of STOPPED
+  int refusals = 0;        // of the first report of STOPPED
+  int signalRefusals = 0;  // of the handler's first signal
   // The handler uses the object when it has been destroyed. The machine cannot show what is
   // undefined.
   bool usesTheDead = false;

@@ -120,6 +120,11 @@ void ReplayRun::onCall(const char* name) {
   if (!isStep(thread, name)) return;
   arrive(thread);
   record(thread, name, "");
+  // Everybody else is held or waits, so the next signal is the handler's own.
+  if (run_.signalRefusals > 0 && thread == kDispatcher &&
+      std::string_view(name) == "SetServiceStatus" && !std::exchange(signalIsRefused_, true)) {
+    host::Faults::instance().failOnce("SetEvent", 6);
+  }
 }
 
 // Whether a call is one that the model knows.

@@ -64,6 +64,7 @@ class ReplayRun {
   bool hasCreated_ = false;
   bool hasUnloaded_ = false;
   bool hasClosed_ = false;
+  bool signalIsRefused_ = false;
 };
 
 }  // namespace handshake

@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
     return EXIT_FAILURE;
   }
   try {
-    const handshake::Search found = handshake::search(HANDSHAKE_DEADLOCK, "-m1000000 ");
+    const handshake::Search found = handshake::search(HANDSHAKE_TWO_STOPS, "-m1000000 ");
     std::cout << found.states << " states, " << found.errors << " errors\n";
     const std::string wrong = runner::writeFigures(
         argv[1], {{"states of the model", runner::inThrees(found.states)}}, "./dev proof");

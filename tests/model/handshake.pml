@@ -9,6 +9,8 @@
  * failures are drawn ahead of the run, and each end prints the calls of the run in their order;
  * HandshakeReplayTest.cpp makes the machine go the same way.
  *
+ * How many stops may come is given when a program is made of it: STOPS.
+ *
  * A name in capitals is a constant; what stands under "seen" serves the claims alone.
  */
 
@@ -30,6 +32,10 @@
 
 /* Of the ten tries two show all: a first, and one after it. */
 #define TRIES 2
+
+#ifndef STOPS
+#define STOPS 1
+#endif
 
 /* The bounds of the replay: how often a thread that could go on is made to wait for another, and
  * after how many turns of the handler's loop the handler is held until the loop ends. */
@@ -69,6 +75,7 @@ bool arranged;
 
 byte stopsLeft;
 byte refusalsLeft;    /* reports that the manager refuses */
+byte signalRefusalsLeft; /* signals of the stop event that the platform refuses */
 byte failuresLeft;    /* connection errors of method 2, for the replay */
 byte publishing;      /* 0: never, 1: from the start, 2: some time later; for the replay */
 bool initFails;
@@ -81,10 +88,12 @@ bool stopTried;       /* a handler has come to signalling the event */
 bool hitNothing;      /* ... when there was none */
 bool delivered;       /* ... and it was there */
 bool takenByATry;
+bool endedByStop;     /* the wait of the loop has seen a stop */
 bool hasBegun;        /* the run has begun, whether or not it has ended */
 bool foundNoRun;      /* a handler returned because the run had not begun */
 bool polls;           /* a handler has seen the run and goes on asking */
 bool handlerGaveUp;   /* a handler's report was refused ahead of the signal */
+bool signalRefused;   /* the event was there, and the platform refused to signal it */
 bool mixedRecord;     /* a report told another state than its caller filled in */
 bool toldTwice;       /* STOPPED after STOPPED */
 bool pendingAfterStopped;
@@ -148,10 +157,18 @@ inline handleStop() {
   :: else
   fi;
   CALL(DISPATCHER, SET);
-  d_step {
+  atomic {
     stopTried = true;
     if
+    :: stopEvent == OPEN && signalRefusalsLeft > 0 ->
+       signalRefusalsLeft--;
+       signalRefused = true;
+       OUTCOME(0)
+#ifdef REPLAY
+    :: stopEvent == OPEN && signalRefusalsLeft == 0 ->
+#else
     :: stopEvent == OPEN ->
+#endif
        OUTCOME(1);
        delivered = true;
        /* Whoever waits is released by the signal itself, not when it gets to run. */
@@ -341,7 +358,7 @@ proctype Service() {
      fi;
      waitForEvents();
      if
-     :: wokenBy == BY_STOP -> break
+     :: wokenBy == BY_STOP -> endedByStop = true; break
      :: wokenBy == BY_TPM ->
         wokenBy = BY_STOP;
 #ifdef REPLAY
@@ -427,15 +444,19 @@ init {
        :: publishing = 1; failuresLeft = 1; stopsLeft = 1
        :: publishing = 2; failuresLeft = 0; stopsLeft = 1
        :: publishing = 1; failuresLeft = 0; refusalsLeft = 1
+       :: publishing = 0; failuresLeft = 1; stopsLeft = 2
+       :: publishing = 1; failuresLeft = 1; stopsLeft = 1; signalRefusalsLeft = 1
        fi
     fi;
     tpmThere = (publishing == 1);
     drawnPublishing = publishing;
     drawnFailures = failuresLeft;
     drawnRefusals = refusalsLeft;
+    drawnSignalRefusals = signalRefusalsLeft;
 #else
-    stopsLeft = 1;
+    stopsLeft = STOPS;
     refusalsLeft = 1;
+    signalRefusalsLeft = 1;
 #endif
     run Dispatcher();
     run Service();

@@ -9,6 +9,10 @@ ltl stop_before_the_run { [] !(LOST && hitNothing && foundNoRun) }
 ltl stop_before_the_stop_event { [] !(LOST && hitNothing && polls) }
 ltl stop_in_the_tries { [] !(LOST && takenByATry) }
 ltl stop_whose_report_is_refused { [] !(LOST && handlerGaveUp && !stopTried) }
+ltl stop_whose_signal_is_refused { [] !(LOST && signalRefused && !delivered && !hitNothing &&
+                                        !handlerGaveUp) }
+/* Found only with a second stop: the first was lost, and this one ends the service all the same. */
+ltl stop_after_a_lost_one { [] !(endedByStop && (hitNothing || handlerGaveUp)) }
 ltl stop_pending_after_stopped { [] !(pendingAfterStopped && !mixedRecord) }
 ltl stopped_tried_twice { [] !(stoppedTries == 2) }
 ltl stopped_told_twice { [] !(toldTwice && !stoppedRefused) }
@@ -18,7 +22,7 @@ ltl signal_to_a_closed_event { [] !closedEventUsed }
 ltl question_to_a_dead_object { [] !deadObjectUsed }
 
 /* Nothing else may be: this is to hold. */
-#define LOST_AS_LISTED (!LOST || hitNothing || takenByATry || handlerGaveUp)
+#define LOST_AS_LISTED (!LOST || hitNothing || takenByATry || handlerGaveUp || signalRefused)
 #define TAKEN_WITH_A_METHOD_OPEN (!LOST || !takenByATry || (!method2Done && arranged && !tpmOpen))
 #define GIVEN_UP_BY_REFUSAL_ALONE (!handlerGaveUp || refusalsLeft == 0)
 #define TRIED_TWICE_BY_REFUSAL_ALONE (stoppedTries < 2 || (stoppedTries == 2 && stoppedRefused))

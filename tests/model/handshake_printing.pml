@@ -29,9 +29,9 @@ c_code {
   /* One line a run: what was drawn, what of it cannot be replayed, and the calls. */
   static void printTrace(void) {
     int i;
-    printf("RUN publishing=%d failures=%d init=%d create=%d load=%d refusals=%d dead=%d:",
+    printf("RUN publishing=%d failures=%d init=%d create=%d load=%d refusals=%d signals=%d dead=%d:",
            now.drawnPublishing, now.drawnFailures, !now.initFails, !now.createFails,
-           !now.loadFails, now.drawnRefusals, now.deadObjectUsed);
+           !now.loadFails, now.drawnRefusals, now.drawnSignalRefusals, now.deadObjectUsed);
     for (i = 0; i < now.length; i += 3) {
       printf(" %s %s;", kThreads[now.steps[i]], callText(now.steps[i + 1], now.steps[i + 2]));
     }
@@ -39,4 +39,4 @@ c_code {
   }
 };
 
-byte drawnPublishing, drawnFailures, drawnRefusals;
+byte drawnPublishing, drawnFailures, drawnRefusals, drawnSignalRefusals;

@@ -21,7 +21,7 @@
 #define SIGNAL 12
 #define LOOK_FOR_EVENT 13
 
-#define MOST_STEPS 120
+#define MOST_STEPS 180
 byte steps[MOST_STEPS];   /* thread, call and outcome, one after the other */
 byte length;
 byte turn;

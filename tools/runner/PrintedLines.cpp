@@ -1,5 +1,6 @@
 #include "tools/runner/PrintedLines.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -103,6 +104,24 @@ std::vector<std::string> printedLines(const Record& record, bool verbose) {
   return {};
 }
 
+namespace {
+
+// A lock that fails is told by its bare address, at the end of the line.
+void hideLockAddress(std::string& text) {
+  for (const std::string_view ahead : {"Lock failed for ", "Unlock failed for: "}) {
+    const std::size_t at = text.rfind(ahead);
+    if (at == std::string::npos) {
+      continue;
+    }
+    const auto address = text.begin() + static_cast<std::ptrdiff_t>(at + ahead.size());
+    if (address != text.end() && std::all_of(address, text.end(), isHexDigit)) {
+      text.replace(address, text.end(), "0x");
+    }
+  }
+}
+
+}  // namespace
+
 std::string comparableLine(std::string_view line) {
   if (beginsWithStamp(line)) {
     line.remove_prefix(kStamp.size());
@@ -125,6 +144,7 @@ std::string comparableLine(std::string_view line) {
     line.remove_prefix(1);
   }
   text.erase(text.find_last_not_of(" \t\r") + 1);
+  hideLockAddress(text);
   return text;
 }
 

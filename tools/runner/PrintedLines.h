@@ -14,7 +14,7 @@ namespace runner {
 std::vector<std::string> printedLines(const Record& record, bool verbose);
 
 // A printed line as scenarios write it down: without stamp and tag of the log, every "[0x<hex>]" as
-// "[0x]", and without blanks at its end.
+// "[0x]", the address of a lock that failed as "0x", and without blanks at its end.
 std::string comparableLine(std::string_view line);
 
 // What a scenario's [expected] section is about: log lines, status reports, notes and console lines

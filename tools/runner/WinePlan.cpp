@@ -101,6 +101,7 @@ std::string commandLine(const host::Scenario& scenario) {
 
 bool isForWine(const host::Step& step) {
   return step.moment.kind != host::Moment::Kind::kBeforeCall &&
+         step.moment.kind != host::Moment::Kind::kInsideCall &&
          actionName(step.action.kind) != nullptr;
 }
 

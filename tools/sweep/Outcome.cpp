@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <map>
+#include <utility>
 
 #include "platform/host/Imbalances.h"
 #include "platform/host/windows/windows.h"
@@ -94,7 +96,9 @@ Sight sightOf(const runner::RunResult& result) {
   }
   sight.lines = runner::comparableLines(result.records);
   std::for_each(sight.lines.begin(), sight.lines.end(), hideLastError);
-  std::erase_if(sight.lines, [](const std::string& line) { return line.starts_with(kFaultMark); });
+  const auto isMark = [](const std::string& line) { return line.starts_with(kFaultMark); };
+  std::copy_if(sight.lines.begin(), sight.lines.end(), std::back_inserter(sight.marks), isMark);
+  std::erase_if(sight.lines, isMark);
   for (const std::string& line : sight.lines) {
     if (line.starts_with(kError) || line.starts_with(kFatal)) {
       sight.errors.push_back(line);
@@ -172,7 +176,7 @@ std::vector<std::string> beyond(const std::vector<std::string>& more,
   return left;
 }
 
-std::string illegalReport(const std::vector<runner::Status>& statuses) {
+std::string illegalReport(const std::vector<runner::Status>& statuses, bool stoppedTwice) {
   DWORD before = 0;
   DWORD checkPoint = 0;
   for (const runner::Status& status : statuses) {
@@ -180,8 +184,9 @@ std::string illegalReport(const std::vector<runner::Status>& statuses) {
                          : status.state == SERVICE_RUNNING     ? before == SERVICE_START_PENDING
                          : status.state == SERVICE_STOP_PENDING
                              ? before == SERVICE_RUNNING || before == SERVICE_STOP_PENDING
-                         : status.state == SERVICE_STOPPED ? before != SERVICE_STOPPED
-                                                           : false;
+                         : status.state == SERVICE_STOPPED
+                             ? before != SERVICE_STOPPED || std::exchange(stoppedTwice, false)
+                             : false;
     if (!isLegal) {
       return runner::stateText(status.state) + " was reported after " +
              (before == 0 ? "nothing" : runner::stateText(before));

@@ -37,6 +37,7 @@ struct Sight {
   std::string endText;
   std::vector<runner::Status> statuses;
   std::vector<std::string> lines;   // without the marks of faults
+  std::vector<std::string> marks;   // those
   std::vector<std::string> errors;  // of those, the log's lines of level ERROR and FATAL
   std::vector<std::string> ledger;  // what nobody named
   bool isHeard = true;              // whether somebody listens to the log all the time
@@ -60,6 +61,7 @@ std::vector<std::string> beyond(const std::vector<std::string>& more,
                                 const std::vector<std::string>& fewer);
 
 // What is wrong with the reports that the service manager got; empty if their order is legal.
-std::string illegalReport(const std::vector<runner::Status>& statuses);
+// `stoppedTwice`: STOPPED may be followed by STOPPED once.
+std::string illegalReport(const std::vector<runner::Status>& statuses, bool stoppedTwice = false);
 
 }  // namespace sweep

@@ -21,15 +21,14 @@ namespace {
 // So many places are a piece of work: enough to pay for the start of a nursery.
 constexpr std::size_t kPlacesTogether = 100;
 
-constexpr std::array<std::string_view, host::kPhases> kPhaseTexts = {
-    "loading", "entering", "dropping", "starting", "running", "stopping", "stopped",
-};
+using OwnStrikes = std::array<host::OwnStrike, host::LifeWatch::kMostOwnFaults>;
 
 // A scenario with its plain run.
 struct Swept {
   runner::LoadedScenario loaded;
-  Sight plain;
-  FaultPlan plan;
+  Sight plain = {};
+  OwnStrikes own = {};  // of the faults that it has of its own
+  FaultPlan plan = {};
 };
 
 // Where lives happen. The nursery goes ahead of the folder that it works in.
@@ -45,8 +44,36 @@ struct Piece {
   std::size_t firstFault;  // counted over all scenarios
 };
 
-std::size_t errorsOf(const Place& place) {
-  return host::faultTable()[place.call].errors.size();
+// How a call can fail.
+struct Failure {
+  DWORD error;
+  bool isDone;
+};
+
+std::vector<Failure> failuresOf(const Place& place) {
+  const host::FaultRow& row = host::faultTable()[place.call];
+  std::vector<Failure> failures;
+  for (const DWORD error : row.errors) {
+    failures.push_back({error, false});
+  }
+  for (const DWORD error : row.errorsWhenDone) {
+    failures.push_back({error, true});
+  }
+  return failures;
+}
+
+// The scenario's own faults that struck.
+std::vector<OwnFault> ownFaults(const std::vector<host::InjectedFault>& faults,
+                                const OwnStrikes& plain, const host::LifeWatch& watch) {
+  std::vector<OwnFault> own;
+  for (std::size_t i = 0; i < faults.size(); ++i) {
+    const host::OwnStrike& strike = watch.own[i];
+    if (strike.phases != 0) {
+      own.push_back({faults[i].call, faults[i].error, faults[i].lasting, faults[i].isDone,
+                     strike.phases, strike != plain[i]});
+    }
+  }
+  return own;
 }
 
 class Sweep {
@@ -61,6 +88,7 @@ class Sweep {
     cutIntoPieces();
     onAllJobs([this](std::size_t i) { return i < pieces_.size() && (sweep(pieces_[i]), true); });
     result_.scenarios = swept_.size();
+    lookForUntried();
     result = std::move(result_);
     return {};
   }
@@ -73,10 +101,11 @@ class Sweep {
   void sweep(const Piece& piece);
   bool sweepPlace(const Swept& swept, NurseryProcess& nursery, const Place& place,
                   std::size_t firstFault);
-  bool fail(const Swept& swept, NurseryProcess& nursery, const Place& place, DWORD error);
+  bool fail(const Swept& swept, NurseryProcess& nursery, const Place& place, Failure failure);
   void take(const Swept& swept, const host::LifeOrder& order, const runner::RunResult& life,
             const host::LifeWatch& watch);
   void object(Objection objection);
+  void lookForUntried();
   void advance(std::size_t lives);
   std::optional<Ground> prepare(const Swept& swept);
 
@@ -101,7 +130,7 @@ std::string Sweep::load() {
     if (const auto* wrong = std::get_if<std::string>(&loaded)) {
       return *wrong;
     }
-    swept_.push_back({std::move(std::get<runner::LoadedScenario>(loaded)), {}, {}});
+    swept_.push_back({std::move(std::get<runner::LoadedScenario>(loaded))});
   }
   return {};
 }
@@ -122,20 +151,24 @@ void Sweep::object(Objection objection) {
   result_.objections.push_back(std::move(objection));
 }
 
+// A part of the scenarios, or of the faults, leaves out what the whole has.
+void Sweep::lookForUntried() {
+  const std::set<Cell> all = allCells(runner::scenarioFolder().parent_path());
+  result_.cells = all.size();
+  if (options_.scenarios.empty() && options_.every == 1) {
+    result_.untried = untriedCells(all, result_.tried);
+    for (const std::string& finding : result_.untried.findings) {
+      object({finding, {}});
+    }
+  }
+}
+
 void Sweep::advance(std::size_t lives) {
   const std::lock_guard guard(lock_);
   livesDone_ += lives;
   if (options_.onProgress) {
     options_.onProgress(livesDone_, livesToCome_);
   }
-}
-
-std::vector<std::string> ownFaults(const Swept& swept) {
-  std::vector<std::string> calls;
-  for (const host::InjectedFault& fault : swept.loaded.scenario.faults) {
-    calls.push_back(fault.call);
-  }
-  return calls;
 }
 
 // Nothing, and an objection, if lives of this scenario cannot be had.
@@ -192,6 +225,7 @@ void Sweep::plan(Swept& swept) {
   }
   const std::span calls(watch.calls, std::min(watch.count, host::LifeWatch::kMostCalls));
   swept.plain = sightOf(plain);
+  std::copy(std::begin(watch.own), std::end(watch.own), swept.own.begin());
   swept.plain.isHeard = isHeard(scenario);
   swept.plain.hasOtherDevices = !scenario.devices.empty();
   swept.plain.hasVariables = !scenario.environment.empty();
@@ -215,7 +249,7 @@ void Sweep::cutIntoPieces() {
       const std::size_t end = std::min(begin + kPlacesTogether, places.size());
       pieces_.push_back({&swept, begin, end, faults});
       for (std::size_t i = begin; i < end; ++i) {
-        faults += errorsOf(places[i]);
+        faults += failuresOf(places[i]).size();
       }
     }
   }
@@ -233,24 +267,25 @@ void Sweep::sweep(const Piece& piece) {
     if (!sweepPlace(*piece.swept, *ground->nursery, place, fault)) {
       return;
     }
-    fault += errorsOf(place);
+    fault += failuresOf(place).size();
   }
 }
 
 bool Sweep::sweepPlace(const Swept& swept, NurseryProcess& nursery, const Place& place,
                        std::size_t firstFault) {
-  const auto errors = host::faultTable()[place.call].errors;
-  for (std::size_t i = 0; i < errors.size(); ++i) {
-    if ((firstFault + i) % options_.every == 0 && !fail(swept, nursery, place, errors[i])) {
+  const std::vector<Failure> failures = failuresOf(place);
+  for (std::size_t i = 0; i < failures.size(); ++i) {
+    if ((firstFault + i) % options_.every == 0 && !fail(swept, nursery, place, failures[i])) {
       return false;
     }
   }
   return true;
 }
 
-bool Sweep::fail(const Swept& swept, NurseryProcess& nursery, const Place& place, DWORD error) {
+bool Sweep::fail(const Swept& swept, NurseryProcess& nursery, const Place& place, Failure failure) {
   for (const bool lasting : {false, true}) {
-    const host::LifeOrder order{true, lasting, place.call, place.nth, error};
+    const host::LifeOrder order{true,       lasting,   failure.isDone,
+                                place.call, place.nth, failure.error};
     const auto lived = nursery.live(order);
     if (const auto* refusal = std::get_if<std::string>(&lived)) {
       object({swept.loaded.scenario.name, {*refusal}});
@@ -263,7 +298,8 @@ bool Sweep::fail(const Swept& swept, NurseryProcess& nursery, const Place& place
     if (!lasting && watch.callsAfterStrike == 0) {
       const std::lock_guard guard(lock_);
       ++result_.same;
-      result_.tried.emplace(host::callsThatCanFail()[place.call], error, place.phase, true);
+      result_.tried.insert(
+          {host::callsThatCanFail()[place.call], failure.error, failure.isDone, place.phase, true});
       break;
     }
   }
@@ -275,17 +311,18 @@ void Sweep::take(const Swept& swept, const host::LifeOrder& order, const runner:
                  const host::LifeWatch& watch) {
   const Sight sight = sightOf(life);
   const std::string_view call = host::callsThatCanFail()[order.call];
-  const Verdict verdict = judgeFault(
-      swept.plain, sight,
-      {call, watch.phaseAtStrike, watch.struck, order.error, order.lasting, ownFaults(swept)});
+  const Verdict verdict =
+      judgeFault(swept.plain, sight,
+                 {call, watch.phaseAtStrike, watch.struck, order.error, order.lasting, order.isDone,
+                  ownFaults(swept.loaded.scenario.faults, swept.own, watch)});
   std::string where = swept.loaded.scenario.name + ": fail " + std::string(call) +
                       (order.lasting ? " from " : " ") + std::to_string(order.nth) + " with " +
-                      std::to_string(order.error);
+                      std::to_string(order.error) + (order.isDone ? " after its work" : "");
   const std::lock_guard guard(lock_);
   ++result_.lives;
   ++result_.outcomes[static_cast<std::size_t>(verdict.outcome)];
   result_.idle += watch.struck ? 0U : 1U;
-  result_.tried.emplace(call, order.error, watch.phaseAtStrike, order.lasting);
+  result_.tried.insert({call, order.error, order.isDone, watch.phaseAtStrike, order.lasting});
   Group& group = result_.groups[{call, watch.phaseAtStrike, verdict.outcome}];
   ++group.lives;
   group.errors.insert(verdict.errors.begin(), verdict.errors.end());
@@ -307,10 +344,6 @@ std::variant<SweepResult, std::string> runSweep(const SweepOptions& options) {
     return refusal;
   }
   return result;
-}
-
-std::string_view phaseText(host::Phase phase) {
-  return kPhaseTexts[static_cast<std::size_t>(phase)];
 }
 
 }  // namespace sweep

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/host/Nursery.h"
+#include "tools/sweep/Cells.h"
 #include "tools/sweep/Outcome.h"
 
 namespace sweep {
@@ -46,15 +47,14 @@ struct SweepResult {
   std::size_t idle = 0;    // whose fault never struck
   std::map<std::tuple<std::string_view, host::Phase, Outcome>, Group> groups;
   std::array<std::size_t, kOutcomes> outcomes{};
-  // Call, error, phase and "from then on": what was tried at least once.
-  std::set<std::tuple<std::string_view, DWORD, host::Phase, bool>> tried;
+  std::set<Cell> tried;                // what was tried at least once
   std::set<std::string_view> reached;  // calls that a plain run makes
+  std::size_t cells = 0;               // that there are, tried or not
+  Untried untried;                     // of all scenarios; empty if these were not all
   std::vector<Objection> objections;
 };
 
 // Runs the sweep on `jobs` threads. Gives the result, or why there is none.
 std::variant<SweepResult, std::string> runSweep(const SweepOptions& options);
-
-std::string_view phaseText(host::Phase phase);
 
 }  // namespace sweep

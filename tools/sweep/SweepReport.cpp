@@ -32,6 +32,26 @@ std::set<std::string_view> neverReached(const SweepResult& result) {
   return never;
 }
 
+std::string phasesText(Phases phases) {
+  std::string text;
+  for (std::size_t i = 0; i < host::kPhases; ++i) {
+    const auto phase = static_cast<host::Phase>(i);
+    if ((phases & in(phase)) != 0) {
+      text += (text.empty() ? "" : " ") + std::string(phaseText(phase));
+    }
+  }
+  return text;
+}
+
+void printUntried(std::ostream& out, const Untried& untried) {
+  for (const auto& [why, calls] : untried.byReason) {
+    out << "\nNot tried in " << untried.cells.at(why) << " ways, because " << why << ":\n";
+    for (const auto& [call, phases] : calls) {
+      out << "  " << call << ": " << phasesText(phases) << '\n';
+    }
+  }
+}
+
 }  // namespace
 
 void printGroups(std::ostream& out, const SweepResult& result) {
@@ -65,7 +85,7 @@ void printObjections(std::ostream& out, const SweepResult& result) {
 void printFigures(std::ostream& out, const SweepResult& result, std::chrono::seconds took) {
   std::set<std::string_view> failed;
   for (const auto& fault : result.tried) {
-    failed.insert(std::get<0>(fault));
+    failed.insert(fault.call);
   }
   out << "\n| fault sweep | |\n|---|---|\n";
   row(out, "scenarios", result.scenarios);
@@ -73,7 +93,8 @@ void printFigures(std::ostream& out, const SweepResult& result, std::chrono::sec
   row(out, "of those made to fail, turns of one loop left out", result.places);
   row(out, "names of calls made to fail", failed.size());
   row(out, "different faults: call, error, phase of the service, once or from then on",
-      result.tried.size());
+      result.cells);
+  row(out, "of those tried", result.tried.size());
   row(out, "lives with a fault", result.lives);
   row(out, "\"from then on\" that could not differ from \"once\"", result.same);
   for (std::size_t i = 0; i < kOutcomes; ++i) {
@@ -87,6 +108,7 @@ void printFigures(std::ostream& out, const SweepResult& result, std::chrono::sec
     out << ' ' << call;
   }
   out << (never.empty() ? " none\n" : "\n");
+  printUntried(out, result.untried);
 }
 
 std::vector<runner::Figure> figuresOf(const SweepResult& result) {

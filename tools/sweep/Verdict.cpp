@@ -4,7 +4,7 @@
 
 #include "platform/host/FaultTable.h"
 #include "platform/host/Imbalances.h"
-#include "tools/sweep/Permitted.h"
+#include "tools/sweep/PermittedRows.h"
 
 namespace sweep {
 namespace {
@@ -15,29 +15,68 @@ bool isListed(const std::string& line) {
                      [&](const host::Imbalance& row) { return row.text == line; });
 }
 
+bool hasLevel(const Sight& plain, std::string_view tag) {
+  return std::any_of(plain.lines.begin(), plain.lines.end(),
+                     [&](const std::string& line) { return line.starts_with(tag); });
+}
+
 // Whether nobody can tell, because the log of this scenario is not heard, or has no line of level
 // DEBUG: most failures are told there.
 bool isQuiet(const Sight& plain) {
-  constexpr std::string_view kDebug = "[DBG] ";
-  return !plain.isHeard ||
-         std::none_of(plain.lines.begin(), plain.lines.end(),
-                      [](const std::string& line) { return line.starts_with(kDebug); });
+  return !plain.isHeard || !hasLevel(plain, "[DBG] ");
 }
 
-bool isPermittedAnytime(std::string_view call, Outcome outcome) {
-  const auto rows = permissions();
-  return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
-    bool isNamed = false;
-    for (std::size_t i = 0; i < host::kPhases; ++i) {
-      isNamed = isNamed || isAbout(row, call, static_cast<host::Phase>(i));
-    }
-    return isNamed && permits(row, outcome);
-  });
+// Whether a line of this level would be heard: the plain run has such lines, or lines of a lower
+// level.
+bool isHeardFrom(const Sight& plain, std::string_view text) {
+  if (text.starts_with("[DBG] ")) {
+    return !isQuiet(plain);
+  }
+  return !isQuiet(plain) || (plain.isHeard && hasLevel(plain, "[INF] "));
 }
 
 bool hasLine(const std::vector<std::string>& lines, std::string_view text) {
   return std::any_of(lines.begin(), lines.end(),
                      [&](const std::string& line) { return line.find(text) != std::string::npos; });
+}
+
+bool isAmongLines(const std::vector<std::string>& lines, std::string_view text, DWORD error) {
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return isToldBy(line, text, error); });
+}
+
+// Whether all that the row wants to be told, and that can be heard, stands among these lines.
+bool isTold(const Permission& row, const Sight& plain, const std::vector<std::string>& lines,
+            DWORD error) {
+  return std::all_of(row.told.begin(), row.told.end(), [&](std::string_view text) {
+    return text.empty() || !isHeardFrom(plain, text) || isAmongLines(lines, text, error);
+  });
+}
+
+// Whether any of that is told that is not told without the fault; or nothing of it can be heard, or
+// the plain run tells all of it.
+bool isToldAnew(const Permission& row, const Sight& plain, const std::vector<std::string>& anew,
+                DWORD error) {
+  const auto canBeHeard = [&](std::string_view text) {
+    return !text.empty() && isHeardFrom(plain, text);
+  };
+  return std::none_of(row.told.begin(), row.told.end(), canBeHeard) ||
+         isTold(row, plain, plain.lines, error) ||
+         std::any_of(row.told.begin(), row.told.end(), [&](std::string_view text) {
+           return canBeHeard(text) && isAmongLines(anew, text, error);
+         });
+}
+
+// The same of the plain run, with whatever error: a "*" in the error's place.
+bool isToldWithAnyError(const Permission& row, const Sight& plain) {
+  return std::all_of(row.told.begin(), row.told.end(), [&](std::string_view text) {
+    return text.empty() || !isHeardFrom(plain, text) ||
+           isAmongLines(plain.lines, text.substr(0, text.find('{')), 0);
+  });
+}
+
+bool leavesMain(const Sight& sight) {
+  return hasLine(sight.errors, "Exception occured in ServiceMain function");
 }
 
 bool isOn(const Sight& plain, Only machines) {
@@ -55,33 +94,70 @@ bool isOn(const Sight& plain, Only machines) {
              hasLine(plain.lines, "Compare: ");
     case Only::kWithATaskToMend:
       return hasLine(plain.lines, "Task has beed updated to new OVER location, Ending");
+    case Only::kNotServing:
+      return plain.end != runner::End::kExit || plain.statuses.empty();
     case Only::kFailingAnyway:
-      return hasLine(plain.errors, "Exception occured in ServiceMain function");
+      return leavesMain(plain);
   }
   return false;
 }
 
+// With an exception the code is whatever the last error is, and one that is overtaken is not told.
 bool isCode(const Sight& faulted, Code code, Outcome outcome, DWORD error) {
-  if (code == Code::kAny || (outcome != Outcome::kErrorCode && outcome != Outcome::kOtherCode)) {
+  if (code == Code::kAny || (outcome != Outcome::kErrorCode && outcome != Outcome::kOtherCode) ||
+      leavesMain(faulted) || faulted.statuses.empty() ||
+      faulted.statuses.back().state != SERVICE_STOPPED) {
     return true;
   }
-  return !faulted.statuses.empty() &&
-         faulted.statuses.back().exitCode == (code == Code::kMinusOne ? DWORD(-1) : error);
+  return faulted.statuses.back().exitCode == (code == Code::kMinusOne ? DWORD(-1) : error);
 }
 
-// What must be told stands among these lines.
-bool isPermitted(const Sight& plain, const Sight& faulted, const std::vector<std::string>& lines,
-                 const Strike& strike, Outcome outcome) {
-  const auto isTold = [&](const Permission& row) {
-    return row.told.empty() || outcome == Outcome::kUnnoticed || isQuiet(plain) ||
-           hasLine(lines, row.told);
-  };
+bool isFor(const Permission& row, const Strike& strike) {
+  return isAbout(row, strike.call, strike.phase) &&
+         (row.times == Times::kAny || (row.times == Times::kFromThenOn) == strike.lasting) &&
+         (row.work == Work::kAny || (row.work == Work::kDone) == strike.isDone) &&
+         row.error.value_or(strike.error) == strike.error;
+}
+
+// Whether what happened is permitted, and told as it must be.
+bool isPermitted(const Sight& plain, const Sight& faulted, const Strike& strike, Outcome outcome) {
+  const std::vector<std::string> anew = beyond(faulted.lines, plain.lines);
   const auto rows = permissions();
   return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
-    return isAbout(row, strike.call, strike.phase) && permits(row, outcome) &&
-           (row.times == Times::kAny || (row.times == Times::kFromThenOn) == strike.lasting) &&
-           row.error.value_or(strike.error) == strike.error && isOn(plain, row.only) &&
-           isCode(faulted, row.code, outcome, strike.error) && isTold(row);
+    return isFor(row, strike) && permits(row, outcome) && isOn(plain, row.only) &&
+           isCode(faulted, row.code, outcome, strike.error) &&
+           (outcome == Outcome::kUnnoticed || (isTold(row, plain, faulted.lines, strike.error) &&
+                                               isToldAnew(row, plain, anew, strike.error)));
+  });
+}
+
+// What the scenario's own faults may come to where the fault has moved them to. Of the machine and
+// of its lines this very life tells: the plain one has them elsewhere.
+bool isPermittedToMoved(const Sight& faulted, const Strike& strike, Outcome outcome) {
+  return std::any_of(strike.own.begin(), strike.own.end(), [&](const OwnFault& own) {
+    for (std::size_t i = 0; i < host::kPhases; ++i) {
+      const auto phase = static_cast<host::Phase>(i);
+      if (own.hasMoved && (own.phases & in(phase)) != 0 &&
+          isPermitted(faulted, faulted, {own.call, phase, true, own.error, own.lasting, own.isDone},
+                      outcome)) {
+        return true;
+      }
+    }
+    return false;
+  });
+}
+
+// Whether the plain run tells what this failure must tell: on that machine the call fails anyway,
+// and to be told to fail with the same error changes nothing. One that fails already has no work
+// that it could do, whatever its error.
+bool isToldAnyway(const Sight& plain, const Strike& strike) {
+  const auto rows = permissions();
+  return std::any_of(rows.begin(), rows.end(), [&](const Permission& row) {
+    if (strike.isDone) {
+      return isFor(row, strike) && !row.told.front().empty() && isToldWithAnyError(row, plain);
+    }
+    return isFor(row, strike) && permits(row, Outcome::kTold) && !row.told.front().empty() &&
+           isTold(row, plain, plain.lines, strike.error);
   });
 }
 
@@ -100,29 +176,38 @@ bool mayBe(const Sight& plain, const Sight& faulted, const Strike& strike, Outco
   if (isSuccess(strike)) {
     return outcome == Outcome::kUnnoticed;
   }
-  const std::vector<std::string> newLines = beyond(faulted.lines, plain.lines);
-  const auto isAmong = [&](const std::vector<std::string>& lines, Outcome permitted) {
-    return isPermitted(plain, faulted, lines, strike, permitted) ||
-           std::any_of(
-               strike.alsoFailing.begin(), strike.alsoFailing.end(),
-               [&](const std::string& call) { return isPermittedAnytime(call, permitted); });
+  const auto isIn = [&](Outcome permitted) {
+    return isPermitted(plain, faulted, strike, permitted) ||
+           isPermittedToMoved(faulted, strike, permitted);
   };
-  const auto isIn = [&](Outcome permitted) { return isAmong(newLines, permitted); };
   // The plain run comes to what is permitted here and tells it, and so does this one.
-  const bool failsAnyway = isToldAnyway(strike.call, strike.phase, plain.lines);
-  const bool isTheSame =
-      isAmong(faulted.lines, endOf(faulted)) && (endOf(faulted) != Outcome::kTold || failsAnyway);
+  const bool failsAnyway = isToldAnyway(plain, strike);
+  const bool isTheSame = isPermitted(plain, faulted, strike, endOf(faulted)) &&
+                         (endOf(faulted) != Outcome::kTold || failsAnyway);
   // Nobody heard why it came to its end.
-  const bool mayHaveFailed = isQuiet(plain) && isIn(Outcome::kErrorAsZero);
+  const bool mayHaveFailed = !isHeardFrom(plain, rows::kLeavesMain) && isIn(Outcome::kErrorAsZero);
+  // An exception ends the service either way, and its code is the last error, whatever left it; or
+  // the report of its end is overtaken either way.
+  const bool mayFail =
+      isIn(Outcome::kErrorCode) || isIn(Outcome::kOtherCode) || isIn(Outcome::kErrorAsZero);
+  const bool mayFailOtherwise = leavesMain(plain) && leavesMain(faulted) &&
+                                (mayFail || isIn(Outcome::kTold) || isIn(Outcome::kUnnoticed));
+  const bool isOvertaken =
+      endOf(plain) == Outcome::kNotStopped && endOf(faulted) == Outcome::kNotStopped && mayFail;
   switch (outcome) {
     case Outcome::kUnnoticed:
       return isIn(outcome) || isTheSame || failsAnyway || mayHaveFailed ||
              (isQuiet(plain) && isIn(Outcome::kTold));
     case Outcome::kTold:
-      return isIn(outcome) || isTheSame || mayHaveFailed;
+      return isIn(outcome) || isTheSame || mayHaveFailed || mayFailOtherwise || isOvertaken;
+    case Outcome::kErrorCode:
+    case Outcome::kOtherCode:
+    case Outcome::kErrorAsZero:
+      return isIn(outcome) || mayFailOtherwise;
     case Outcome::kEndsSooner:
-      // It did not come to the plain run's abnormal end.
-      return isIn(outcome) || mayHaveFailed || (isAbnormal(plain) && isIn(Outcome::kTold));
+      // It did not come to the plain run's abnormal end, or to its wait for ever.
+      return isIn(outcome) || mayHaveFailed ||
+             ((isAbnormal(plain) || plain.end == runner::End::kDeadlock) && isIn(Outcome::kTold));
     case Outcome::kNotStopped:
       // STOPPED is overtaken, which is what the scenario is about.
       return !illegalReport(plain.statuses).empty();
@@ -148,8 +233,24 @@ bool isEndWithoutAReason(const Sight& plain, const Sight& faulted) {
   return faulted.end == runner::End::kExit && endOf(faulted) == Outcome::kTold && !isQuiet(plain) &&
          !isQuiet(faulted) && has("Starting talsInit...") &&
          !has("Exception occured in ServiceMain function") &&
-         !has("Stop service event signaled.") && !has("-- program started: ") &&
-         !has("Scheduling VTM Task ...");
+         !has("Stop service event signaled.") &&
+         !has("OrvixVTMEKRecertification has been started.") && !has("Scheduling VTM Task ...");
+}
+
+// "-- fault: CreateEventW 2 fails with 5", and of one that lasts "-- fault: CreateEventW fails from
+// 2 on with 5".
+bool isMarked(const Sight& faulted, const Strike& strike) {
+  const std::string begin = "-- fault: " + std::string(strike.call) + " ";
+  return std::any_of(faulted.marks.begin(), faulted.marks.end(), [&](const std::string& mark) {
+    return mark.starts_with(begin) &&
+           (mark.find(" fails from ") != std::string::npos) == strike.lasting &&
+           mark.ends_with(" after its work") == strike.isDone;
+  });
+}
+
+// A report of STOPPED that the manager took, and that failed all the same, is followed by another.
+bool mayRepeatStopped(const Strike& strike) {
+  return strike.call == "SetServiceStatus" && strike.isDone;
 }
 
 }  // namespace
@@ -162,6 +263,9 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
   if (!strike.struck) {
     verdict.reasons.emplace_back("the fault never struck");
     return verdict;
+  }
+  if (!isMarked(faulted, strike)) {
+    verdict.reasons.emplace_back("the fault left no mark");
   }
   if (!mayBe(plain, faulted, strike, verdict.outcome)) {
     verdict.reasons.push_back("it must not come to \"" + std::string(outcomeText(verdict.outcome)) +
@@ -177,15 +281,15 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
     verdict.reasons.emplace_back("somebody waits for ever");
   }
   // A scenario may be about reports that overtake each other: the fault did not cause those.
-  if (std::string illegal = illegalReport(faulted.statuses);
+  if (std::string illegal = illegalReport(faulted.statuses, mayRepeatStopped(strike));
       !illegal.empty() && illegalReport(plain.statuses).empty()) {
     verdict.reasons.push_back(std::move(illegal));
   }
   for (const std::string& line : verdict.errors) {
     if (!isExplained(strike.call, line, verdict.errors) &&
-        std::none_of(
-            strike.alsoFailing.begin(), strike.alsoFailing.end(),
-            [&](const std::string& call) { return isExplained(call, line, verdict.errors); })) {
+        std::none_of(strike.own.begin(), strike.own.end(), [&](const OwnFault& own) {
+          return isExplained(own.call, line, verdict.errors);
+        })) {
       verdict.reasons.push_back("not explained: " + line);
     }
   }

@@ -9,6 +9,18 @@
 
 namespace sweep {
 
+// A call that the scenario itself makes fail, where it did so.
+struct OwnFault {
+  std::string call;
+  DWORD error = 0;
+  bool lasting = false;
+  bool isDone = false;
+  unsigned phases = 0;  // in which it struck: a bit for each
+  // It struck at another place of the run than it does without the fault: what failing there may
+  // come to may come of it. Where it has not moved the plain run shows what comes of it.
+  bool hasMoved = false;
+};
+
 // The fault of a run.
 struct Strike {
   std::string_view call;
@@ -16,9 +28,8 @@ struct Strike {
   bool struck = false;
   DWORD error = 0;
   bool lasting = false;
-  // Calls that the scenario itself makes fail. A fault ahead of them can move them to another place
-  // of the run, so what they may come to may come of it too, in whatever phase.
-  std::vector<std::string> alsoFailing = {};
+  bool isDone = false;  // the call did its work, and failed all the same
+  std::vector<OwnFault> own = {};
 };
 
 // What a fault came to, and what is wrong with that.

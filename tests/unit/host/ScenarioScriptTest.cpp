@@ -26,6 +26,17 @@ TEST(ScenarioScriptTest, AFaultHitsOneCallOrAllFromThereOn) {
   EXPECT_TRUE(faults[1].lasting);
 }
 
+TEST(ScenarioScriptTest, ACallCanFailAfterItsWork) {
+  const auto faults =
+      with("[faults]\nfail SetServiceStatus from 3 with 1726 after its work\n").faults;
+  ASSERT_EQ(faults.size(), 1U);
+  EXPECT_TRUE(faults[0].isDone);
+  EXPECT_TRUE(faults[0].lasting);
+  EXPECT_EQ(faults[0].nth, 3U);
+  EXPECT_EQ(faults[0].error, 1726U);
+  EXPECT_FALSE(with("[faults]\nfail SetServiceStatus 3 with 6\n").faults[0].isDone);
+}
+
 TEST(ScenarioScriptTest, MalformedFaultsAreReported) {
   const std::string form =
       " is no fault (as in \"fail CreateEventW 2 with 5\" or "
@@ -39,6 +50,9 @@ TEST(ScenarioScriptTest, MalformedFaultsAreReported) {
       {"[faults]\nfail CreateEventW 0 with 5\n", "5: counting begins with 1"},
       {"[faults]\nfail CreateEventW x with 5\n", "5: \"x\" is no number"},
       {"[faults]\nfail CreateEventW 1 with denied\n", "5: \"denied\" is no number"},
+      {"[faults]\nfail CreateEventW 1 with 5 after its work\n",
+       "5: \"CreateEventW\" does not fail after its work"},
+      {"[faults]\nafter its work\n", "5: \"after its work\"" + form},
   });
 }
 
@@ -62,6 +76,13 @@ TEST(ScenarioScriptTest, AStepCanHappenBeforeACall) {
   EXPECT_EQ(step.moment.name, "CreateEventW");
   EXPECT_EQ(step.moment.nth, 4U);
   EXPECT_EQ(stepOf("before CreateEventW: stop").moment.nth, 1U);
+}
+
+TEST(ScenarioScriptTest, AStepCanHappenInsideACall) {
+  const Step step = stepOf("inside CreateEventW 4: stop");
+  EXPECT_EQ(step.moment.kind, Moment::Kind::kInsideCall);
+  EXPECT_EQ(step.moment.name, "CreateEventW");
+  EXPECT_EQ(step.moment.nth, 4U);
 }
 
 TEST(ScenarioScriptTest, AStepCanHappenOnALogLine) {
@@ -122,14 +143,15 @@ TEST(ScenarioScriptTest, TheMachineSleepsAndItsClockIsSet) {
 TEST(ScenarioScriptTest, MalformedMomentsAreReported) {
   expectErrors({
       {"[script]\nafter 3 s: stop\n",
-       "5: \"after 3 s: stop\" does not begin with a moment (at, before, on log, on status)"},
+       "5: \"after 3 s: stop\" does not begin with a moment (at, before, inside, on log, on "
+       "status)"},
       {"[script]\nbefor X: stop\n",
-       "5: \"befor X: stop\" does not begin with a moment (at, before, on log, on status) "
+       "5: \"befor X: stop\" does not begin with a moment (at, before, inside, on log, on status) "
        "(did you mean \"before\"?)"},
       {"[script]\nat 3 s\n", "5: a moment ends in : and is followed by an action"},
       {"[script]\nat soon: stop\n", "5: \"soon\" is no time (as in \"300 ms\" or \"1 min 30 s\")"},
       {"[script]\nbefore: stop\n",
-       "5: \"before: stop\" does not begin with a moment (at, before, on log, on status) "
+       "5: \"before: stop\" does not begin with a moment (at, before, inside, on log, on status) "
        "(did you mean \"before\"?)"},
       {"[script]\nbefore X 1 2: stop\n",
        "5: there must be a platform call's name, and at most a number behind it"},
@@ -145,7 +167,8 @@ TEST(ScenarioScriptTest, MalformedMomentsAreReported) {
       {"[script]\non status RUNING: stop\n",
        "5: \"RUNING\" is no state of the service (did you mean \"RUNNING\"?)"},
       {"[script]\non status: stop\n",
-       "5: \"on status: stop\" does not begin with a moment (at, before, on log, on status)"},
+       "5: \"on status: stop\" does not begin with a moment (at, before, inside, on log, on "
+       "status)"},
   });
 }
 

@@ -13,6 +13,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/DebugOutputTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DriveLimitsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DriveTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/FailsWhenDoneTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/FilesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/MachineModelTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/MessagesTest.cpp
