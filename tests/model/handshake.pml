@@ -444,7 +444,8 @@ init {
        :: publishing = 1; failuresLeft = 1; stopsLeft = 1
        :: publishing = 2; failuresLeft = 0; stopsLeft = 1
        :: publishing = 1; failuresLeft = 0; refusalsLeft = 1
-       :: publishing = 0; failuresLeft = 1; stopsLeft = 2
+       /* With a second stop there are many more orders, so one pre-emption has to do. */
+       :: publishing = 0; failuresLeft = 1; stopsLeft = 2; preemptions = 1
        :: publishing = 1; failuresLeft = 1; stopsLeft = 1; signalRefusalsLeft = 1
        fi
     fi;

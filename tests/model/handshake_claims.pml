@@ -32,9 +32,19 @@ ltl question_to_a_dead_object { [] !deadObjectUsed }
 #define NONE_AHEAD_OF_RUNNING (!tooEarly)
 #define USED_AFTER_THE_END_ALONE \
   ((!deadObjectUsed || !alive) && (!closedEventUsed || stopEvent == CLOSED))
-ltl nothing_else { [] (LOST_AS_LISTED && TAKEN_WITH_A_METHOD_OPEN && GIVEN_UP_BY_REFUSAL_ALONE &&
-                       TRIED_TWICE_BY_REFUSAL_ALONE && TOLD_TWICE_BY_MIXING_ALONE &&
-                       NOT_STOPPED_AS_LISTED && NONE_AHEAD_OF_RUNNING && USED_AFTER_THE_END_ALONE) }
+#define NOTHING_ELSE \
+  (LOST_AS_LISTED && TAKEN_WITH_A_METHOD_OPEN && GIVEN_UP_BY_REFUSAL_ALONE && \
+   TRIED_TWICE_BY_REFUSAL_ALONE && TOLD_TWICE_BY_MIXING_ALONE && NOT_STOPPED_AS_LISTED && \
+   NONE_AHEAD_OF_RUNNING && USED_AFTER_THE_END_ALONE)
+#ifdef WATCHED
+/* Found in the search for somebody who is left waiting: one search for both. */
+active proctype Watch() {
+end_watch:
+  atomic { !NOTHING_ELSE -> assert(false) }
+}
+#else
+ltl nothing_else { [] NOTHING_ELSE }
+#endif
 
 /* A stop that reached the event and was not taken by a try ends the service; and the dispatcher
  * always comes back once the service has ended. These two need a search that is fair. */

@@ -4,6 +4,7 @@
 #include <array>
 #include <iterator>
 #include <map>
+#include <utility>
 
 #include "platform/host/Imbalances.h"
 #include "platform/host/windows/windows.h"

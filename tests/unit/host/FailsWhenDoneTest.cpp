@@ -11,8 +11,8 @@ using host::machine;
 using host::Reference;
 using host::TestString;
 
-constexpr DWORD kAnswerLost = 1726;
-constexpr wchar_t kProgram[] = L"C:\\Orvix\\OrvixVTMEkRecertification.exe";
+constexpr DWORD kManagersAnswerLost = 1726;
+constexpr wchar_t kLaunchedProgram[] = L"C:\\Orvix\\OrvixVTMEkRecertification.exe";
 
 class FailsWhenDoneTest : public host::TaskServiceTest {
  protected:
@@ -29,7 +29,7 @@ class FailsWhenDoneTest : public host::TaskServiceTest {
     const Reference<IActionCollection> actions(found);
     IAction* action = nullptr;
     actions->Create(TASK_ACTION_EXEC, &action);
-    face<IExecAction>(*action, IID_IExecAction)->put_Path(TestString(kProgram));
+    face<IExecAction>(*action, IID_IExecAction)->put_Path(TestString(kLaunchedProgram));
     action->Release();
     const TestString user(L"S-1-5-18");
     return root->RegisterTaskDefinition(TestString(L"Task"), definition.get(),
@@ -43,24 +43,24 @@ TEST_F(FailsWhenDoneTest, AReportIsTakenAndFails) {
       RegisterServiceCtrlHandlerW(L"TPMEnrollmentService", [](DWORD) {});
   SERVICE_STATUS status{};
   status.dwCurrentState = SERVICE_RUNNING;
-  fail("SetServiceStatus", kAnswerLost);
+  fail("SetServiceStatus", kManagersAnswerLost);
   EXPECT_FALSE(SetServiceStatus(handle, &status));
-  EXPECT_EQ(GetLastError(), kAnswerLost);
+  EXPECT_EQ(GetLastError(), kManagersAnswerLost);
   ASSERT_EQ(machine().services.statuses.size(), 1U);
   EXPECT_EQ(machine().services.statuses[0].dwCurrentState, DWORD{SERVICE_RUNNING});
   EXPECT_TRUE(SetServiceStatus(handle, &status));
 }
 
 TEST_F(FailsWhenDoneTest, AProgramRunsAndNobodyHasItsHandles) {
-  machine().drive.linkIn(STANDINS_DIR "/OrvixVTMEkRecertification.exe", kProgram);
+  machine().drive.linkIn(STANDINS_DIR "/OrvixVTMEkRecertification.exe", kLaunchedProgram);
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
   fail("CreateProcessW", 5);
-  EXPECT_FALSE(CreateProcessW(kProgram, nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                              &startup, &started));
+  EXPECT_FALSE(CreateProcessW(kLaunchedProgram, nullptr, nullptr, nullptr, FALSE, 0, nullptr,
+                              nullptr, &startup, &started));
   EXPECT_EQ(GetLastError(), 5U);
-  EXPECT_EQ(machine().programsStarted, std::vector<std::wstring>{kProgram});
+  EXPECT_EQ(machine().programsStarted, std::vector<std::wstring>{kLaunchedProgram});
   EXPECT_EQ(started.hProcess, nullptr);
   EXPECT_EQ(ledger().open("process") + ledger().open("thread"), 0U);
 }
@@ -97,7 +97,7 @@ TEST_F(FailsWhenDoneTest, AnEventReachesItsSessionAndTheWriteFails) {
 TEST_F(FailsWhenDoneTest, TheJournalKnowsSuchAFailureAndTheMarkTellsOfIt) {
   std::string told;
   faults().onStrike = [&](const std::string& what) { told = what; };
-  faults().failFrom("SetServiceStatus", kAnswerLost, 2, Deed::kDone);
+  faults().failFrom("SetServiceStatus", kManagersAnswerLost, 2, Deed::kDone);
   SERVICE_STATUS_HANDLE const handle = RegisterServiceCtrlHandlerW(L"x", [](DWORD) {});
   SERVICE_STATUS status{};
   EXPECT_TRUE(SetServiceStatus(handle, &status));
