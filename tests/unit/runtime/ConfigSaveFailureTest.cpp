@@ -24,12 +24,13 @@ constexpr std::size_t kLessThanAText = 60;
 
 class ConfigSaveFailureTest : public ConfigFilesTest {
  protected:
-  // The first call of this name fails, and the text of the error finds no memory.
+  // The next call of this name fails, and the text of the error finds no memory.
   static void spoilTheErrorOf(const char* call, DWORD error) {
     faults().failOnce(call, error);
     // The journal would take memory too.
     journal().keepEntries(false);
-    host::CallHooks::instance().before(call, 1, [] { spoilNextAllocation(kLessThanAText); });
+    const std::size_t next = journal().count(call) + 1;
+    host::CallHooks::instance().before(call, next, [] { spoilNextAllocation(kLessThanAText); });
   }
 };
 
@@ -204,8 +205,11 @@ TEST_F(ConfigSaveFailureTest, unreadFileThatCannotBeClosedThrowsAfterAnInternalE
   ConfigMgmt store = storeWithA();
   spoilTheErrorOf("ReadFile", 23);
   faults().failOnce("CloseHandle", 6);
+  LogRecorder log;
   EXPECT_EQ(thrownBy<Exception>([&] { store.saveSettings(); }),
             "Error when closing file C:\\conf\\x.confLast Error: 6");
+  EXPECT_EQ(log.withoutAddresses(),
+            Texts{"[ERR] [TPM] [0x] Internal error occured when trying to update config file."});
   EXPECT_EQ(read(), kOld);
 }
 
