@@ -227,6 +227,17 @@ TEST_F(DeviceManagerWrapperTest, GetDeviceListThatFailsFreesTheListWithoutFlags)
   EXPECT_EQ(argument(calls[0], 1), "0");
 }
 
+TEST_F(DeviceManagerWrapperTest, GetDeviceListThatFailsIsToldAheadOfTheRelease) {
+  const LogRecorder log;
+  addDevice(L"SWD\\ONE");
+  faults().failOnce("CM_Get_Device_ID_ListW", 0x13);
+  bool isTold = false;
+  host::CallHooks::instance().before(
+      "HeapFree", 1, [&] { isTold = log.contains("CM_Get_Device_ID_List failed with status = "); });
+  EXPECT_EQ(wrapper.GetDeviceList(kClass, list), 0x13U);
+  EXPECT_TRUE(isTold);
+}
+
 TEST_F(DeviceManagerWrapperTest, GetDeviceListThatGrewBetweenTheCallsFails) {
   const LogRecorder log;
   addDevice(L"SWD\\ONE");

@@ -4,6 +4,7 @@
 
 #include "tests/support/NullPointerEnd.h"
 #include "tests/unit/client/ClientTest.h"
+#include "tests/unit/runtime/FailingAllocation.h"
 
 namespace {
 
@@ -265,6 +266,23 @@ TEST_F(GetDeviceHKEYTest, FindsTheDeviceOfTheMachine) {
   const HKEY key = GetDeviceHKEY(wrapper, list);
   EXPECT_NE(key, nullptr);
   RegCloseKey(key);
+  HeapFree(GetProcessHeap(), 0, list);
+}
+
+class GetDeviceHKEYMemoryTest : public host::MachineTest {};
+
+TEST_F(GetDeviceHKEYMemoryTest, KeyIsClosedWhenTheLineAboutItFindsNoMemory) {
+  client_test::installClient();
+  vusl::DeviceManagerWrapper wrapper;
+  wchar_t* list = nullptr;
+  // The journal would take memory too.
+  journal().keepEntries(false);
+  constexpr std::size_t kFirstOfALine = 512;
+  host::CallHooks::instance().before("CM_Open_DevNode_Key", 1,
+                                     [] { spoilNextAllocation(kFirstOfALine); });
+  EXPECT_THROW(GetDeviceHKEY(wrapper, list), int);
+  EXPECT_EQ(journal().count("RegCloseKey"), 1U);
+  EXPECT_EQ(ledger().open("key"), 0U);
   HeapFree(GetProcessHeap(), 0, list);
 }
 

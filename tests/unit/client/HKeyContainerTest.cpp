@@ -56,6 +56,15 @@ TEST_F(HKeyContainerTest, LogsTheDeviceThatItFound) {
             "SWC\\PROVIDER_ORVIX_COMPONENT_TALSCLIENT has been obtained");
 }
 
+// One of the flags would take the heap's lock away, while another thread uses the same heap.
+TEST_F(HKeyContainerTest, FreesTheListOfDevicesWithoutFlags) {
+  client_test::installClient();
+  const HKeyContainer stack(1);
+  const auto calls = journal().calls("HeapFree");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(client_test::argument(calls[0], 1), "0");
+}
+
 TEST_F(HKeyContainerTest, ClosesItsKey) {
   client_test::installClient();
   {

@@ -22,7 +22,17 @@ constexpr std::size_t kLarge = 100'000;
 // Less than the text of an error needs, and more than the path in it.
 constexpr std::size_t kLessThanAText = 60;
 
-class ConfigSaveFailureTest : public ConfigFilesTest {};
+class ConfigSaveFailureTest : public ConfigFilesTest {
+ protected:
+  // The next call of this name fails, and the text of the error finds no memory.
+  static void spoilTheErrorOf(const char* call, DWORD error) {
+    faults().failOnce(call, error);
+    // The journal would take memory too.
+    journal().keepEntries(false);
+    const std::size_t next = journal().count(call) + 1;
+    host::CallHooks::instance().before(call, next, [] { spoilNextAllocation(kLessThanAText); });
+  }
+};
 
 class ThrowingForm : public ConfigMgmt {
  public:
@@ -191,6 +201,18 @@ TEST_F(ConfigSaveFailureTest, unreadFileThatCannotBeClosedThrows) {
   EXPECT_EQ(read(), kOld);
 }
 
+TEST_F(ConfigSaveFailureTest, unreadFileThatCannotBeClosedThrowsAfterAnInternalErrorToo) {
+  ConfigMgmt store = storeWithA();
+  spoilTheErrorOf("ReadFile", 23);
+  faults().failOnce("CloseHandle", 6);
+  LogRecorder log;
+  EXPECT_EQ(thrownBy<Exception>([&] { store.saveSettings(); }),
+            "Error when closing file C:\\conf\\x.confLast Error: 6");
+  EXPECT_EQ(log.withoutAddresses(),
+            Texts{"[ERR] [TPM] [0x] Internal error occured when trying to update config file."});
+  EXPECT_EQ(read(), kOld);
+}
+
 TEST_F(ConfigSaveFailureTest, unfinishedNewFileThatIsNotSeenStaysWithoutAWord) {
   ConfigMgmt store = storeWithA();
   faults().failOnce("WriteFile", 112);
@@ -241,10 +263,7 @@ TEST_F(ConfigSaveFailureTest, fileThatDoesNotFitInMemoryIsAnInternalError) {
 
 TEST_F(ConfigSaveFailureTest, unfinishedNewFileIsRemovedWhenTheErrorsTextFindsNoMemory) {
   ConfigMgmt store = storeWithA();
-  faults().failOnce("WriteFile", 112);
-  // The journal would take memory too.
-  journal().keepEntries(false);
-  host::CallHooks::instance().before("WriteFile", 1, [] { spoilNextAllocation(kLessThanAText); });
+  spoilTheErrorOf("WriteFile", 112);
   LogRecorder log;
   EXPECT_FALSE(store.saveSettings());
   EXPECT_EQ(log.withoutAddresses(),
@@ -252,6 +271,18 @@ TEST_F(ConfigSaveFailureTest, unfinishedNewFileIsRemovedWhenTheErrorsTextFindsNo
   EXPECT_EQ(read(), kOld);
   EXPECT_EQ(read(kNewPath), kMissing);
   EXPECT_EQ(ledger().open("file"), 0U);
+}
+
+TEST_F(ConfigSaveFailureTest, internalErrorIsToldAheadOfTheRemovalThatFailsBehindIt) {
+  ConfigMgmt store = storeWithA();
+  spoilTheErrorOf("WriteFile", 112);
+  faults().failOnce("remove", 5);
+  LogRecorder log;
+  EXPECT_FALSE(store.saveSettings());
+  EXPECT_EQ(log.withoutAddresses(),
+            (Texts{"[ERR] [TPM] [0x] Internal error occured when trying to update config file.",
+                   "[ERR] [TPM] [0x] Error occured when trying to remove temporary config file: "
+                   "C:\\conf\\x.conf.new"}));
 }
 
 TEST_F(ConfigSaveFailureTest, failedSaveLogsItsErrorAlsoWhenTracedAndLeavesNoHandleOpen) {

@@ -79,6 +79,12 @@ INSTANTIATE_TEST_SUITE_P(
                 nullptr,
                 {{"A", "3"}, {"a", "2"}, {"b", "1"}},
                 "a = \"new\"\n"},
+        // The next key of the store is not this one, and keeps its own place.
+        LineRow{"keyNotInTheStoreAheadOfOneThatIs",
+                "A = 3\n#\na = 2\n",
+                nullptr,
+                {{"A", "3"}, {"a", "2"}},
+                "#\na = \"new\"\n"},
         LineRow{"repeatedKeyInTheStore",
                 "a = 1\n#\na = 1\n",
                 "Check config file. Key already exist: a",
