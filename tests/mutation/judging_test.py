@@ -203,6 +203,14 @@ class ReportTest(unittest.TestCase):
         self.add("service/EnrollmentLoop.cpp", "not reached")
         self.assertEqual(self.told()[0], 1)
 
+    def test_room_of_which_nothing_was_judged_has_no_score_and_is_not_enough(self):
+        self.add("client/a.cpp", "killed")
+        self.add("task/a.cpp", None)
+        status, lines, _ = self.told()
+        self.assertEqual(lines[2:4], ["| client | 1 | 1 | 1 | 0 | 0 | 100.0 % |",
+                                      "| task | 1 | 0 | 0 | 0 | 0 | |"])
+        self.assertEqual(status, 1)
+
     def test_what_is_listed_as_equal_does_not_count(self):
         self.add("client/a.cpp", "killed")
         self.add("client/a.cpp", "survived")

@@ -10,8 +10,12 @@ LEAST = 95.0
 LEAST_IN_THE_HEART = 98.0
 
 
-def score(killed, counted):
-    return 100.0 * killed / counted if counted else 100.0
+def score(row):
+    """None where nothing was judged."""
+    if row["judged"] == 0:
+        return None
+    counted = row["judged"] - row["equal"]
+    return 100.0 * row["killed"] / counted if counted else 100.0
 
 
 def show(root, points, left_out, results, failing):
@@ -55,11 +59,12 @@ def print_table(rows):
     enough = True
     for name in sorted(rows, key=lambda n: (n == "all", n not in HEART, n)):
         row = rows[name]
-        reached = score(row["killed"], row["judged"] - row["equal"])
+        reached = score(row)
         least = LEAST_IN_THE_HEART if name in HEART else LEAST
-        enough = enough and reached >= least
+        enough = enough and reached is not None and reached >= least
+        shown = "" if reached is None else f" {reached:.1f} %"
         print(f"| {name} | {row['points']} | {row['judged']} | {row['killed']} | {row['equal']} | "
-              f"{row['left']} | {reached:.1f} % |")
+              f"{row['left']} |{shown} |")
     return enough
 
 
