@@ -129,4 +129,8 @@ void enterProduct() {
   theProductIsEntered = true;
 }
 
+bool isProductEntered() {
+  return theProductIsEntered;
+}
+
 }  // namespace host
