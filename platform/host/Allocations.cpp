@@ -20,8 +20,10 @@
 #include <vector>
 
 #include "platform/host/Bootstrap.h"
-#include "platform/host/Call.h"
 #include "platform/host/CallNames.h"
+#include "platform/host/Machine.h"
+#include "platform/host/Nursery.h"
+#include "platform/host/ThreadIds.h"
 
 namespace host {
 namespace {
@@ -186,9 +188,42 @@ unsigned wantedRequest() {
   return wanted;
 }
 
+AllocationPlace placeNow() {
+  if (!isProductEntered()) {
+    return AllocationPlace::kLoading;
+  }
+  const ServiceManager& services = machine().services;
+  const Thread& self = Scheduler::current();
+  if (self.id == kFirstThreadId) {
+    return services.serviceThread == nullptr                         ? AllocationPlace::kEntering
+           : Scheduler::instance().hasEnded(*services.serviceThread) ? AllocationPlace::kLeaving
+                                                                     : AllocationPlace::kHandling;
+  }
+  if (&self != services.serviceThread) {
+    return AllocationPlace::kElsewhere;
+  }
+  if (services.statuses.empty()) {
+    return AllocationPlace::kRegistering;
+  }
+  switch (services.statuses.back().dwCurrentState) {
+    case SERVICE_START_PENDING:
+      return AllocationPlace::kStarting;
+    case SERVICE_STOPPED:
+      return AllocationPlace::kStopped;
+    default:
+      return AllocationPlace::kRunning;
+  }
+}
+
+void markFailure() {
+  const auto place = static_cast<std::size_t>(placeNow());
+  machine().note("fault: " + std::string(kAllocationCall) + " " + std::to_string(wantedRequest()) +
+                 " fails, " + std::string(kAllocationPlaceTexts[place]));
+}
+
 // Whether this request is the one. Once it has failed nobody looks at the others any more.
 bool isToFail(void* from) {
-  static bool isArmed = false;
+  static unsigned requests = 0;
   static bool isOver = false;
   if (isOver || isBusy || lifeScenario() == nullptr || theFunctions == nullptr) {
     return false;
@@ -198,13 +233,12 @@ bool isToFail(void* from) {
   if (wantedRequest() == 0) {
     isOver = true;
   } else if (isProducts(from)) {
-    if (!isArmed) {
-      isArmed = true;
-      Faults::instance().failOnce(kAllocationCall, ERROR_NOT_ENOUGH_MEMORY, wantedRequest());
-    }
     const Scheduler::Guard guard;
-    fails = Faults::instance().next(kAllocationCall) != nullptr;
+    fails = ++requests == wantedRequest();
     isOver = fails;
+    if (fails) {
+      markFailure();
+    }
   }
   isBusy = false;
   return fails;

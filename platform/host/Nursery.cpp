@@ -175,4 +175,8 @@ void enterProduct() {
   theProductIsEntered = true;
 }
 
+bool isProductEntered() {
+  return theProductIsEntered;
+}
+
 }  // namespace host

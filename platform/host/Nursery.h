@@ -75,5 +75,6 @@ void beginWatchedLife(const LifeOrder& order);
 
 // The program's entry has been reached.
 void enterProduct();
+bool isProductEntered();
 
 }  // namespace host

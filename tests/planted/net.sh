@@ -22,8 +22,8 @@ catch() {
   local program=$1 way=$2 what=$3 status=0
   case $way in
     scenario | simulate)
-      timeout "$most_seconds" "$build/tests/planted/catch" "$program" "$way" "$what" >"$log" 2>&1 ||
-        status=$?
+      timeout -k 5 "$most_seconds" "$build/tests/planted/catch" "$program" "$way" "$what" \
+        >"$log" 2>&1 </dev/null || status=$?
       ((status == 0)) && head -n 1 "$log"
       ;;
     unit | threads)
@@ -34,8 +34,8 @@ catch() {
         grep -m 1 -oE '^\[  FAILED  \] [^ (]+|WARNING: ThreadSanitizer: [a-z ]+' "$log"
       ;;
     fuzz)
-      timeout "$most_seconds" "$program" "$what" "$here/../fuzz/corpus/$what" 2000 >"$log" 2>&1 ||
-        status=$?
+      timeout -k 5 "$most_seconds" "$program" "$what" "$here/../fuzz/corpus/$what" 2000 \
+        >"$log" 2>&1 </dev/null || status=$?
       ((status != 0 && status != 124)) && grep -m 1 '^fuzz: it does not hold' "$log"
       ;;
     *)

@@ -9,6 +9,7 @@
 #include "platform/host/Imbalances.h"
 #include "platform/host/LifeServer.h"
 #include "platform/host/windows/windows.h"
+#include "tools/allocations/PermittedEnds.h"
 #include "tools/runner/DriveFolder.h"
 #include "tools/runner/ForkingProgram.h"
 #include "tools/runner/Judge.h"
@@ -23,31 +24,6 @@ namespace fs = std::filesystem;
 
 // What lasts no longer than this on the machine's clock is a short scenario.
 constexpr host::Nanoseconds kShort = 5 * 60'000 * host::kNanosecondsPerMillisecond;
-
-// What a request that fails may come to. An exception of the standard library is none of those that
-// the service's main function expects, and the destructor of a log item lets nothing out: so the
-// process may end. It must not fault, spin, stop without saying so, or be lost.
-bool isPermittedEnd(Outcome outcome) {
-  switch (outcome) {
-    case Outcome::kUnnoticed:
-    case Outcome::kTold:
-    case Outcome::kErrorCode:
-    case Outcome::kErrorAsZero:
-    case Outcome::kOtherCode:
-    case Outcome::kUsage:
-    case Outcome::kRefused:
-    case Outcome::kRunsOn:
-    case Outcome::kEndsSooner:
-    case Outcome::kTerminate:
-      return true;
-    case Outcome::kNotStopped:
-    case Outcome::kEndless:
-    case Outcome::kFault:
-    case Outcome::kBroken:
-      break;
-  }
-  return false;
-}
 
 // Where lives of one scenario happen, one after the other.
 class Ground {
@@ -112,30 +88,49 @@ bool isListed(const std::string& line) {
                      [&](const host::Imbalance& row) { return row.text == line; });
 }
 
-bool hasStruck(const runner::RunResult& life) {
-  const std::vector<std::string> lines = runner::comparableLines(life.records);
+// Where the request failed; nothing if none did.
+std::optional<host::AllocationPlace> placeOf(const runner::RunResult& life) {
   const std::string mark = std::string("-- fault: ") + host::kAllocationCall;
-  return std::any_of(lines.begin(), lines.end(),
-                     [&](const std::string& line) { return line.starts_with(mark); });
+  for (const std::string& line : runner::comparableLines(life.records)) {
+    if (!line.starts_with(mark)) {
+      continue;
+    }
+    const auto& texts = host::kAllocationPlaceTexts;
+    const auto text = std::find_if(texts.begin(), texts.end(), [&](std::string_view one) {
+      return line.ends_with(", " + std::string(one));
+    });
+    return static_cast<host::AllocationPlace>(text - texts.begin());
+  }
+  return std::nullopt;
+}
+
+std::string groupOf(const Sight& plain, const Sight& life, host::AllocationPlace place) {
+  std::string text(host::kAllocationPlaceTexts[static_cast<std::size_t>(place)]);
+  text += ": " + std::string(outcomeText(outcomeOf(plain, life)));
+  for (const std::string& line : beyond(life.lines, plain.lines)) {
+    text += "\n    " + line;
+  }
+  return text;
 }
 
 // What is wrong with a life in which a request failed.
-std::vector<std::string> reasonsAgainst(const Sight& plain, const Sight& life) {
+std::vector<std::string> reasonsAgainst(const Sight& plain, const Sight& life,
+                                        host::AllocationPlace place) {
   std::vector<std::string> reasons;
   const Outcome outcome = outcomeOf(plain, life);
-  // The same end as that of the plain run is permitted, whatever it is.
-  if (!isPermittedEnd(outcome) && outcome != endOf(plain)) {
-    reasons.push_back("it came to: " + std::string(outcomeText(outcome)) + " (" + life.endText +
+  if (!isPermittedEnd(plain, life, place)) {
+    reasons.push_back(std::string(host::kAllocationPlaceTexts[static_cast<std::size_t>(place)]) +
+                      ", it came to: " + std::string(outcomeText(outcome)) + " (" + life.endText +
                       ")");
   }
+  // A scenario may be about reports that overtake each other: the failure did not cause those.
   if (const std::string illegal = illegalReport(life.statuses);
-      !illegal.empty() && illegal != illegalReport(plain.statuses)) {
+      !illegal.empty() && illegalReport(plain.statuses).empty()) {
     reasons.push_back(illegal);
   }
   // What leaves the control handler ends the main thread, and with it a process whose service is
   // still at work: that has not come to give anything back.
-  const bool isCutShort = outcome == Outcome::kRefused && !life.statuses.empty() &&
-                          life.statuses.back().state != SERVICE_STOPPED;
+  const bool isCutShort = outcome == Outcome::kRefused && place == host::AllocationPlace::kHandling;
   for (const std::string& line :
        isCutShort ? std::vector<std::string>() : beyond(life.ledger, plain.ledger)) {
     if (!isListed(line)) {
@@ -236,19 +231,21 @@ class Sweep {
         return;
       }
       const auto& life = std::get<runner::RunResult>(lived);
-      if (!hasStruck(life)) {
+      const auto place = placeOf(life);
+      if (!place) {
         isOver_ = true;
         return;
       }
-      take(life, request);
+      take(life, request, *place);
     }
   }
 
-  void take(const runner::RunResult& life, unsigned request) {
+  void take(const runner::RunResult& life, unsigned request, host::AllocationPlace place) {
     const Sight sight = sightOf(life);
-    const auto reasons = reasonsAgainst(plain_, sight);
+    const auto reasons = reasonsAgainst(plain_, sight, place);
     const std::lock_guard guard(lock_);
     ++result_.lives;
+    ++result_.groups[groupOf(plain_, sight, place)];
     ++result_.outcomes[static_cast<std::size_t>(outcomeOf(plain_, sight))];
     for (const std::string& reason : reasons) {
       result_.objections[reason].push_back(name_ + ", request " + std::to_string(request));

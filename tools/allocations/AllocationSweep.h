@@ -26,6 +26,9 @@ struct AllocationResult {
   std::size_t scenarios = 0;
   std::size_t lives = 0;  // in which a request failed
   std::array<std::size_t, kOutcomes> outcomes{};
+  // How many lives came to the same, told by the place of the failure, the outcome and the lines
+  // that the plain run does not have.
+  std::map<std::string, std::size_t> groups;
   // What is not as it may be, by reason: the lives in which it was seen.
   std::map<std::string, std::vector<std::string>> objections;
 };

@@ -21,10 +21,16 @@ constexpr int kObjections = 1;
 constexpr int kNothingRun = 2;
 constexpr std::size_t kMostExamples = 3;
 
-constexpr char kUsage[] = "Usage: allocations [SCENARIO...] [--every N] [--jobs N]\n";
+constexpr char kUsage[] = "Usage: allocations [SCENARIO...] [--every N] [--jobs N] [--groups]\n";
+
+struct Arguments {
+  sweep::AllocationOptions options;
+  bool groups = false;
+};
 
 // What is wrong with the arguments; empty if nothing is.
-std::string read(const std::vector<std::string>& arguments, sweep::AllocationOptions& options) {
+std::string read(const std::vector<std::string>& arguments, Arguments& read) {
+  sweep::AllocationOptions& options = read.options;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (argument == "--every" || argument == "--jobs") {
@@ -32,6 +38,8 @@ std::string read(const std::vector<std::string>& arguments, sweep::AllocationOpt
       if (i + 1 == arguments.size() || !runner::readAboveZero(arguments[++i], number)) {
         return argument + " takes a number above 0";
       }
+    } else if (argument == "--groups") {
+      read.groups = true;
     } else if (argument.starts_with("-")) {
       return "no such option: " + argument;
     } else {
@@ -39,6 +47,12 @@ std::string read(const std::vector<std::string>& arguments, sweep::AllocationOpt
     }
   }
   return {};
+}
+
+void printGroups(const sweep::AllocationResult& result) {
+  for (const auto& [what, lives] : result.groups) {
+    std::cout << lives << " lives " << what << "\n";
+  }
 }
 
 void print(const sweep::AllocationResult& result, std::chrono::seconds took) {
@@ -63,10 +77,11 @@ void print(const sweep::AllocationResult& result, std::chrono::seconds took) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  sweep::AllocationOptions options;
+  Arguments arguments;
+  sweep::AllocationOptions& options = arguments.options;
   options.program = FAILING_SERVICE;
   options.jobs = std::max(1U, std::thread::hardware_concurrency());
-  const std::string wrong = read(std::vector<std::string>(argv + 1, argv + argc), options);
+  const std::string wrong = read(std::vector<std::string>(argv + 1, argv + argc), arguments);
   if (!wrong.empty()) {
     std::cerr << "allocations: " << wrong << '\n' << kUsage;
     return kNothingRun;
@@ -86,6 +101,9 @@ int main(int argc, char** argv) {
     return kNothingRun;
   }
   const auto& result = std::get<sweep::AllocationResult>(swept);
+  if (arguments.groups) {
+    printGroups(result);
+  }
   print(result,
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - began));
   return result.objections.empty() ? kAsItMayBe : kObjections;
