@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <exception>
+#include <new>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
@@ -175,8 +176,14 @@ void File::readAll(std::stringstream& destination) {
   Buffer content;
   readAll(content);
   close();
-  if (content.data() != nullptr) {
-    destination.write(reinterpret_cast<const char*>(content.data()), content.size());
+  if (content.data() == nullptr) {
+    return;
+  }
+  const bool wasGood = destination.good();
+  destination.write(reinterpret_cast<const char*>(content.data()), content.size());
+  // A stream keeps to itself that its memory ran out, and the file would seem to be shorter.
+  if (wasGood && destination.bad()) {
+    throw std::bad_alloc();
   }
 }
 

@@ -53,7 +53,8 @@ class File : public FileBase {
   // holds zeros.
   void readAll(Buffer& destination);
 
-  // Appends the whole file, which must exist, to a stream, and closes the file.
+  // Appends the whole file, which must exist, to a stream, and closes the file. Throws
+  // `std::bad_alloc` if the stream finds no memory for it.
   void readAll(std::stringstream& destination);
 
   // Returns whether the file is open.

@@ -321,4 +321,20 @@ TEST_F(FileFailureTest, ofAllocatingIsARuntimeErrorToo) {
   EXPECT_EQ(buffer.data(), nullptr);
 }
 
+// The stream grows in steps of its own, beyond the file's size.
+TEST_F(FileFailureTest, ofAStreamThatFindsNoMemoryIsNoShorterFile) {
+  host::machine().drive.write(kPath, std::string(1'000'000, 'x'));
+  std::stringstream stream;
+  const FailingAllocation failing(1'000'001);
+  EXPECT_THROW(file.readAll(stream), std::bad_alloc);
+}
+
+// Whoever hands over a stream that is at its end gets nothing written, and no complaint.
+TEST_F(FileFailureTest, ofAStreamThatHadFailedBeforeIsNone) {
+  host::machine().drive.write(kPath, "abc");
+  std::stringstream stream;
+  stream.setstate(std::ios::failbit);
+  EXPECT_NO_THROW(file.readAll(stream));
+}
+
 }  // namespace
