@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Lets the installer package install, upgrade and remove under Wine: what was there before must be
-# there after. See package_machine.sh for what is to be set; SOURCE_ROOT is where the sources are.
+# there after. See package_machine.sh for what is to be set.
 set -euo pipefail
 
 # shellcheck source=tests/windows/package_machine.sh
