@@ -62,6 +62,14 @@ await_state RUNNING
 on 67 msiexec /i 'C:\old.msi' /qn
 expect_state RUNNING
 
+# --- stopped and started by whoever may ---------------------------------------------------------
+
+on 0 sc stop "$name"
+await_state STOPPED
+await_end_of_program
+on 0 sc start "$name"
+await_state RUNNING
+
 # --- removed while it runs, with its task, from the folder that is known ------------------------
 
 # Not before the upgrade: Wine does not tell the older package that it is removed for a newer one, so
