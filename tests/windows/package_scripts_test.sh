@@ -36,6 +36,8 @@ rm -- "$drive/sc-refuses.txt"
 on 1 cmd /c "$install" /elsewhere
 expect_line 'usage: install.cmd [/dir FOLDER] [/nostart]'
 on 1 cmd /c "$install" /dir 'relative\folder'
+on 1 cmd /c "$install" /dir 'C:\this & that'
+expect_line 'install.cmd: not a folder for the program: "C:\this & that"'
 on 0 cmd /c "$uninstall"
 expect_line "$name is not installed."
 
