@@ -86,7 +86,7 @@ fi
 
 # The log tells of a start; that there was one shows here.
 folders_of_started "$place/model.all" | sort >"$place/model"
-folders_of_traces "$place/kept/prefix/drive_c" | sort >"$place/wine"
+folders_of_traces "$place/kept/C" | sort >"$place/wine"
 diff -u -- "$place/model" "$place/wine" || give_up 'other programs were started'
 
 # Under Wine a status may pass unseen, and none is seen there that the model has not.
