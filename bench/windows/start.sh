@@ -103,8 +103,8 @@ measure_idle() {
   before=$(processor_time "$process")
   sleep "$idle_seconds"
   after=$(processor_time "$process")
-  printf 'processor time of the waiting service in %s s: %s ns (%s ns up to then)\n' \
-    "$idle_seconds" $((after - before)) "$before"
+  printf 'processor time of the waiting service in %s s: %s ns (%s ns up to then)  %s\n' \
+    "$idle_seconds" $((after - before)) "$before" "$( ((after == before)) && echo met || echo MISSED)"
 }
 
 make_machine

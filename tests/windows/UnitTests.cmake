@@ -4,6 +4,7 @@
 set(runs_under_wine
   client/ClientStandinTest.cpp
   client/TalsEntryTableTest.cpp
+  client/talsStatusTest.cpp
   diagnostics/AppendPrintedTest.cpp
   diagnostics/ConsoleLogOutletTest.cpp
   diagnostics/ExceptionFieldsTest.cpp
@@ -125,7 +126,6 @@ set(needs_faults_or_journal
 set(needs_another_machine
   client/GetDeviceHKEYTest.cpp
   client/talsClientCallerTest.cpp
-  client/talsStatusTest.cpp
   service/EnrollmentTransactionTest.cpp
   service/TPMEnrollmentProcessExceptionTest.cpp
   task/ForeignTaskTest.cpp
@@ -211,6 +211,7 @@ target_link_libraries(windows_unit_tests PRIVATE product platform config_check w
 set_target_properties(windows_unit_tests PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
 target_precompile_headers(windows_unit_tests PRIVATE <gtest/gtest.h> <functional> <string> <vector>)
 set(compiled_alone
+  client/talsStatusTest.cpp
   diagnostics/ExceptionFieldsTest.cpp
   diagnostics/LogRecorderTest.cpp
   runtime/ConfigBytesTest.cpp

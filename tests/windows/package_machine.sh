@@ -1,8 +1,8 @@
 # For the tests of the package under Wine: a machine with a client stack, and what it looks like.
 # shellcheck shell=bash
-# SESSION is the script for prefixes, TEMPLATE the prefix to copy, BUILD_ROOT the build with the
-# stand-ins, SC_TOOL the service manager's tool, PACKAGE_FOLDER where the package is. They are taken
-# by whoever reads this in; $place is a folder of the test's own.
+# SESSION is the script for prefixes, TEMPLATE the prefix to copy, SOURCE_ROOT the sources, BUILD_ROOT
+# the build with the stand-ins, SC_TOOL the service manager's tool, PACKAGE_FOLDER where the package
+# is. They are taken by whoever reads this in; $place is a folder of the test's own.
 
 readonly name=TPMEnrollmentService
 readonly task='Orvix VTM EK Recertification'

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Lets the installer package install, upgrade and remove under Wine: what was there before must be
-# there after. See package_machine.sh for what is to be set; SOURCE_ROOT is where the sources are.
+# there after. See package_machine.sh for what is to be set.
 set -euo pipefail
 
 # shellcheck source=tests/windows/package_machine.sh
@@ -61,6 +61,14 @@ await_state RUNNING
 # An older one does not go over a newer one.
 on 67 msiexec /i 'C:\old.msi' /qn
 expect_state RUNNING
+
+# --- stopped and started by whoever may ---------------------------------------------------------
+
+on 0 sc stop "$name"
+await_state STOPPED
+await_end_of_program
+on 0 sc start "$name"
+await_state RUNNING
 
 # --- removed while it runs, with its task, from the folder that is known ------------------------
 

@@ -36,6 +36,8 @@ rm -- "$drive/sc-refuses.txt"
 on 1 cmd /c "$install" /elsewhere
 expect_line 'usage: install.cmd [/dir FOLDER] [/nostart]'
 on 1 cmd /c "$install" /dir 'relative\folder'
+on 1 cmd /c "$install" /dir 'C:\this & that'
+expect_line 'install.cmd: not a folder for the program: "C:\this & that"'
 on 0 cmd /c "$uninstall"
 expect_line "$name is not installed."
 
@@ -138,6 +140,11 @@ on 3 cmd /c "$install"
 expect_line 'install.cmd: installed, but the service did not start: error 1053'
 rm -- "$drive/sc-refuses.txt"
 cmp -- "$stack/$name.exe" "$BUILD_ROOT/program/$name.exe" || give_up 'it was not installed'
+# Nor does one that somebody has started meanwhile.
+refuse 'start 1056'
+on 0 cmd /c "$install"
+expect_line 'Done.'
+rm -- "$drive/sc-refuses.txt"
 
 # The sample has nothing that the checker complains about, and changes nothing.
 on 0 'C:\Program Files\Orvix\tALS Client\config-check.exe' \
@@ -156,6 +163,26 @@ on 0 cmd /c 'C:\Program Files\Orvix\tALS Client\TPMEnrollmentService-uninstall.c
 expect_line 'Removing TPMEnrollmentService from "C:\Program Files\Orvix\tALS Client"'
 # Wine's command interpreter keeps the script open that it reads, so this one could not go.
 rm -- "$stack/$name-uninstall.cmd"
+
+# --- a removal that breaks off can be done again, by the script that it leaves ------------------
+
+readonly own="$drive/Program Files/Orvix/$name"
+on 0 cmd /c "$install" /nostart
+refuse 'delete 1072'
+on 7 cmd /c "$uninstall"
+expect_line 'uninstall.cmd: the service manager refused: error 1072'
+[[ -f $own/$name.exe ]] || give_up 'files of a service went that is still registered'
+rm -- "$drive/sc-refuses.txt"
+# A task that stays, whoever asks.
+mkdir -- "$drive/windows/system32/Tasks/$task"
+on 2 cmd /c "$uninstall"
+expect_line "uninstall.cmd: could not be removed: \"the scheduled task $task\""
+on 1 reg query "HKLM\\SYSTEM\\CurrentControlSet\\Services\\$name"
+[[ ! -e $own/$name.exe ]] || give_up 'the program was left'
+rmdir -- "$drive/windows/system32/Tasks/$task"
+on 0 cmd /c "C:\\Program Files\\Orvix\\$name\\$name-uninstall.cmd"
+[[ $(ls -A -- "$own") == "$name-uninstall.cmd" ]] || give_up 'something was left'
+rm -- "$own/$name-uninstall.cmd"
 
 # --- and from a folder of its own by that of the package, which leaves no folder ----------------
 

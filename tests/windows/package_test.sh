@@ -132,6 +132,8 @@ test_tells_the_installer_what_wine_does_not_show() {
   row ServiceControl $'Service\tTPMEnrollmentService\t162\t\t1\tService'
   row File $'Program\tService\tTPMEnrollmentService.exe\t'"$(stat -c %s "$PROGRAM_FOLDER/$name.exe")"$'\t1.79.13.0\t1033\t512\t1'
   row LaunchCondition $'NOT WIX_DOWNGRADE_DETECTED\tA newer version is installed.'
+  # A newer version is this installer's own, whoever of the two conditions is asked first.
+  row LaunchCondition $'Installed OR NOT SERVICEIMAGE OR WIX_UPGRADE_DETECTED OR WIX_DOWNGRADE_DETECTED\tThe service TPMEnrollmentService is there, and this installer did not install it. Remove it in the way in which it was installed.'
   # In the registry's half for programs of 64 bits.
   row RegLocator $'KnownDir\t2\tSOFTWARE\\Orvix\\TPMEnrollmentService\tInstallDir\t18'
   [[ $(msiinfo suminfo "$installer" | sed -n 's/^Template: //p') == 'x64;1033' ]] ||

@@ -33,10 +33,27 @@ requests() { sed -nE 's/\r$//; s/^-- (service manager: .* (requested|refused, .*
 # system, all of which are among those of the model's, so fewer are removed there.
 tokens() { sed -nE 's/\r$//; s/^-- token: [1-9][0-9]* privileges removed, (kept .*)$/\1/p' "$1"; }
 
+# What the program printed.
+console() { sed -nE 's/\r$//; s/^-- (console: .*|console:)$/\1/p' "$1"; }
+
+# The folders of the programs that the service started, on drive C, one for each start.
+folders_of_started() {
+  sed -nE 's/\r$//; s/^-- program started: C:\\(.*)\\[^\\]*$/\1/p' "$1" | sed 's,\\,/,g'
+}
+
+# The same by what the programs leave: each start is a line of a file beside the program.
+folders_of_traces() {
+  local trace
+  while IFS= read -r trace; do
+    sed "s,.*,$(dirname -- "$trace")," "$1/$trace"
+  done < <(cd -- "$1" && find . -name recertification.log -printf '%P\n')
+}
+
 [[ -x $RUN_TOOL ]] || { printf 'the native run tool has not been built: %s\n' "$RUN_TOOL"; exit 1; }
 sha256sum <"$PROGRAM_FOLDER/TPMEnrollmentService.exe"
 "$RUN_TOOL" "$name" --virtual --verbose >"$place/model.all" 2>&1 || give_up 'over the model it went otherwise'
-"$RUN_TOOL" "$name" --wine --verbose >"$place/wine.all" 2>&1 || give_up 'under Wine it went otherwise'
+"$RUN_TOOL" "$name" --wine --verbose --keep "$place/kept" >"$place/wine.all" 2>&1 ||
+  give_up 'under Wine it went otherwise'
 texts "$place/model.all" >"$place/model"
 texts "$place/wine.all" >"$place/wine"
 diff -u -- "$place/model" "$place/wine" || give_up 'the two logs differ'
@@ -58,6 +75,19 @@ if grep -qF '[TPM] AdjustTokenPrivileges ' "$place/wine.all"; then
   [[ -s $place/wine ]] || give_up 'nobody looked at the token'
   diff -u -- "$place/model" "$place/wine" || give_up 'the token kept other privileges'
 fi
+
+# What a service prints goes nowhere under Wine.
+if grep -q '^started by = console$' "$SCENARIOS/$name.scenario"; then
+  console "$place/model.all" >"$place/model"
+  console "$place/wine.all" >"$place/wine"
+  [[ -s $place/model ]] || give_up 'no line of the console was read'
+  diff -u -- "$place/model" "$place/wine" || give_up 'something else was printed'
+fi
+
+# The log tells of a start; that there was one shows here.
+folders_of_started "$place/model.all" | sort >"$place/model"
+folders_of_traces "$place/kept/C" | sort >"$place/wine"
+diff -u -- "$place/model" "$place/wine" || give_up 'other programs were started'
 
 # Under Wine a status may pass unseen, and none is seen there that the model has not.
 statuses "$place/model.all" >"$place/model"

@@ -143,7 +143,8 @@ std::variant<RunResult, std::string> runUnderWine(const LoadedScenario& loaded,
     return fault;
   }
   try {
-    fs::create_directory_symlink(prefix.folder() / "drive_c", drive / "C");
+    // By a way that leads there from a folder that is kept, too.
+    fs::create_directory_symlink(prefix.folder().filename() / "drive_c", drive / "C");
     if (auto reason = host::prepareDrive(scenario, drive, programs.build / "standins")) {
       return *reason;
     }
