@@ -12,6 +12,9 @@ class ReportWatch {
   explicit ReportWatch(Verdict& verdict) : verdict_(verdict) {}
 
   void stopRequested() { ++stops_; }
+  // A report of the service's thread seemed to fail: that of the failure follows it, also where the
+  // manager took the first one.
+  void reportFailed() { failed_ = true; }
   void status(const runner::Status& status);
 
   bool hasStarted() const { return last_.has_value(); }
@@ -29,6 +32,7 @@ class ReportWatch {
   unsigned stopped_ = 0;
   bool running_ = false;
   bool overtaken_ = false;
+  bool failed_ = false;
   unsigned stops_ = 0;
 };
 

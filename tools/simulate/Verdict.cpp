@@ -176,6 +176,7 @@ void Judgement::error(std::string_view text) {
   serviceThrew_ = serviceThrew_ || text.starts_with(kServiceFailed);
   if (text.starts_with(kServiceFailed) && isReportRefused) {
     serviceFailed_ = true;
+    reports_.reportFailed();
     return;
   }
   if (text.starts_with(kHandlerFailed)) {
