@@ -100,12 +100,15 @@ void Journal::clear() {
   counts_.clear();
 }
 
-std::size_t Journal::begin(const char* name) {
-  const auto found = counts_.find(std::string_view(name));
+std::size_t Journal::begin(const JournalEntry& entry) {
+  if (onBegin) {
+    onBegin(entry);
+  }
+  const auto found = counts_.find(std::string_view(entry.name));
   if (found != counts_.end()) {
     return ++found->second;
   }
-  counts_.emplace(name, 1);
+  counts_.emplace(entry.name, 1);
   return 1;
 }
 
@@ -199,7 +202,7 @@ void Call::enter() {
   std::size_t nth = 0;
   {
     const Scheduler::Guard guard;
-    nth = Journal::instance().begin(entry_.name);
+    nth = Journal::instance().begin(entry_);
     if (const Faults::Rule* rule = Faults::instance().next(entry_.name)) {
       fault_ = rule->error;
       deed_ = rule->deed;

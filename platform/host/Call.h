@@ -45,7 +45,11 @@ class Journal {
   std::uint64_t hash() const { return hash_; }
 
   void add(JournalEntry entry);
-  std::size_t begin(const char* name);
+  // Counts the call that is about to be made.
+  std::size_t begin(const JournalEntry& entry);
+
+  // Told of each call ahead of its work, when it is the caller's turn. Called with the guard held.
+  std::function<void(const JournalEntry& entry)> onBegin;
 
  private:
   std::vector<JournalEntry> entries_;

@@ -23,6 +23,7 @@ enum class ReportKind : char {
   kMemory = 'M',     // peak resident memory in KiB
   kDecisions = 'O',  // of a run with a list of deviations: Schedule::decisions
   kCalls = 'A',      // of the same: each platform call that was made, with how often, one a line
+  kCall = 'P',       // if the scenario writes calls down: "<thread> <call> <arguments>"
 };
 
 class Report {

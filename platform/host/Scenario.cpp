@@ -51,8 +51,8 @@ class Parser {
   Reason readVerbatim(std::string_view line);
   Reason readKeyLine(std::string_view line);
   const Key* findKey(std::string_view text, std::string_view& name) const;
-  Reason readExpected(std::string_view line);
-  Reason closeRepetition();
+  Reason readRepeatable(std::string_view line, std::vector<std::string>& lines);
+  Reason closeRepetition(std::vector<std::string>& lines);
   std::optional<ScenarioError> findGap() const;
   std::optional<ScenarioError> findMissingKey() const;
 
@@ -60,6 +60,7 @@ class Parser {
   int line_ = 0;
   const Section* section_ = nullptr;
   std::string head_;
+  std::string thread_;  // of [calls]: what stands behind the section's name
   std::vector<std::pair<std::string, int>> heads_;  // as they are written, with their lines
   std::map<std::string, int> seenHeads_;            // the same, folded
   std::set<std::string> seenKeys_;                  // "<head>/<key>"
@@ -112,7 +113,10 @@ Reason Parser::readLine(std::string_view line) {
     return inQuotes(trimmed(line)) + " stands outside a section";
   }
   if (section_->name == scenario::kExpectedSection) {
-    return readExpected(withoutBlanksAtEnd(line));
+    return readRepeatable(withoutBlanksAtEnd(line), *scenario_.expected);
+  }
+  if (section_->name == scenario::kCallsSection) {
+    return readRepeatable(trimmed(line), scenario_.calls[thread_]);
   }
   if (!section_->keys.empty()) {
     return readKeyLine(trimmed(line));
@@ -162,8 +166,13 @@ Reason Parser::openSection(std::string_view head) {
   if (!seenHeads_.emplace(toUtf8(foldCase(toWide(head))), line_).second) {
     return "the section [" + std::string(head) + "] stands twice";
   }
+  if (!repetitions_.empty()) {
+    return "the \"repeat\" of line " + std::to_string(repetitions_.back().line) +
+           " has not ended yet";
+  }
   section_ = &*found;
   head_ = head;
+  thread_ = argument;
   heads_.emplace_back(head_, line_);
   return section_->open == nullptr ? std::nullopt : section_->open(argument, scenario_);
 }
@@ -221,15 +230,20 @@ Reason Parser::readKeyLine(std::string_view line) {
   return key->read(value, name, scenario_);
 }
 
-Reason Parser::readExpected(std::string_view line) {
+// A line of those that may be repeated; `lines` are those of the section so far.
+Reason Parser::readRepeatable(std::string_view line, std::vector<std::string>& lines) {
   constexpr std::string_view kRepeat = "repeat ";
   if (line == kRepeatEnd) {
-    return closeRepetition();
+    return closeRepetition(lines);
   }
   if (!line.starts_with(kRepeat) || !line.ends_with(':')) {
-    return section_->readLine(line, scenario_, line_);
+    Reason reason = section_->readLine(line, scenario_, line_);
+    if (!reason) {
+      lines.emplace_back(line);
+    }
+    return reason;
   }
-  Repetition repetition{0, scenario_.expected->size(), line_};
+  Repetition repetition{0, lines.size(), line_};
   line.remove_prefix(kRepeat.size());
   line.remove_suffix(1);
   if (Reason reason = scenario::readCount(line, repetition.times)) {
@@ -239,13 +253,12 @@ Reason Parser::readExpected(std::string_view line) {
   return std::nullopt;
 }
 
-Reason Parser::closeRepetition() {
+Reason Parser::closeRepetition(std::vector<std::string>& lines) {
   if (repetitions_.empty()) {
     return "there is no \"repeat\" that could end here";
   }
   const Repetition repetition = repetitions_.back();
   repetitions_.pop_back();
-  std::vector<std::string>& lines = *scenario_.expected;
   const std::vector<std::string> body(
       lines.begin() + static_cast<std::ptrdiff_t>(repetition.firstLine), lines.end());
   if (body.empty()) {

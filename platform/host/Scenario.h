@@ -162,8 +162,8 @@ struct Scenario {
   std::string proxyLibrary = "talsProxy";
   bool recertificationProgram = true;
   bool recertificationCrashes = false;  // an access violation ends the program
-  std::string clientScript;            // the answers of the client library, call by call
-  std::vector<int> clientScriptLines;  // where each of its lines stands in the scenario
+  std::string clientScript;             // the answers of the client library, call by call
+  std::vector<int> clientScriptLines;   // where each of its lines stands in the scenario
 
   std::vector<ScenarioFile> files;
   std::vector<ScenarioRegistryKey> registry;
@@ -183,6 +183,9 @@ struct Scenario {
   std::vector<std::wstring> unchangedFiles;
   std::vector<std::wstring> absentFiles;
   std::vector<ScenarioFile> leftFiles;
+  // The calls that reach beyond the process and that the run must make, thread by thread in their
+  // order. Empty if the scenario does not say; then none are told.
+  std::map<std::string, std::vector<std::string>> calls;
   // What the run must print with seed 0 in virtual time, stamps and addresses aside. Absent if the
   // scenario does not say.
   std::optional<std::vector<std::string>> expected;

@@ -12,6 +12,7 @@
 #include "platform/host/Imbalances.h"
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
+#include "platform/host/OutsideCalls.h"
 #include "platform/host/Report.h"
 #include "platform/host/Scenario.h"
 #include "platform/host/TaskRuns.h"
@@ -249,6 +250,19 @@ void listenToStatus(const Scenario& scenario) {
   };
 }
 
+// A life whose calls nobody compares is not slowed down by them.
+void listenToCalls(const Scenario& scenario) {
+  if (scenario.calls.empty()) {
+    return;
+  }
+  Journal::instance().onBegin = [](const JournalEntry& entry) {
+    if (isOutsideCall(entry.name)) {
+      Report::instance().record(ReportKind::kCall,
+                                Scheduler::current().name + " " + callText(entry));
+    }
+  };
+}
+
 void armCalls(const Scenario& scenario) {
   Faults::instance().onStrike = [](const std::string& what) { note("fault: " + what); };
   for (const InjectedFault& fault : scenario.faults) {
@@ -383,6 +397,7 @@ void setUpMachine(const Scenario& scenario) {
   listenToDebugOutput(scenario);
   listenToStatus(scenario);
   listenToTraces(scenario);
+  listenToCalls(scenario);
   machine().onNote = [](const std::string& what) {
     Report::instance().record(ReportKind::kNote, what);
   };

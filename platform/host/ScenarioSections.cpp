@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/host/CallNames.h"
 #include "platform/host/Imbalances.h"
+#include "platform/host/OutsideCalls.h"
 #include "platform/host/Text.h"
 
 namespace host::scenario {
@@ -307,16 +309,37 @@ Reason readImbalanceLine(Value line, Scenario& scenario, int /*lineNumber*/) {
                                                          : Reason(inQuotes(name) + " stands twice");
 }
 
-// [expected]: the parser takes the repetitions out.
+// [expected]: the parser takes the repetitions out and keeps the lines.
 
 Reason openExpected(Value /*argument*/, Scenario& scenario) {
   scenario.expected.emplace();
   return std::nullopt;
 }
 
-Reason readExpectedLine(Value line, Scenario& scenario, int /*lineNumber*/) {
-  scenario.expected->emplace_back(line);
+Reason readExpectedLine(Value /*line*/, Scenario& /*scenario*/, int /*lineNumber*/) {
   return std::nullopt;
+}
+
+// [calls <thread>]: the same
+
+Reason openCalls(Value argument, Scenario& scenario) {
+  constexpr std::array<Value, 2> kThreads = {"main", "service"};
+  if (std::find(kThreads.begin(), kThreads.end(), argument) == kThreads.end()) {
+    return inQuotes(argument) + " is no thread whose calls are told (main, service)";
+  }
+  scenario.calls[std::string(argument)];
+  return std::nullopt;
+}
+
+Reason readCallLine(Value line, Scenario& /*scenario*/, int /*lineNumber*/) {
+  const Value name = line.substr(0, line.find(' '));
+  const auto known = platformCalls();
+  if (std::find(known.begin(), known.end(), name) == known.end()) {
+    return inQuotes(name) + " is no platform call" + hintFor(name, known);
+  }
+  return isOutsideCall(name) ? std::nullopt
+                             : Reason(inQuotes(name) + " is not among the calls that are told: " +
+                                      "it does not reach beyond the process");
 }
 
 }  // namespace
@@ -336,6 +359,7 @@ std::span<const Section> sections() {
       Section{"faults", "", false, {}, readFaultLine, nullptr},
       Section{"script", "", false, {}, readScriptLine, nullptr},
       Section{"imbalances", "", false, {}, readImbalanceLine, nullptr},
+      Section{kCallsSection, "a thread", false, {}, readCallLine, openCalls},
       Section{kExpectedSection, "", false, {}, readExpectedLine, openExpected},
   };
   return kSections;

@@ -30,8 +30,10 @@ struct Section {
   Reason (*open)(std::string_view argument, Scenario& scenario) = nullptr;
 };
 
-// The one section whose lines may begin with a bracket and may be repeated.
+// The one section whose lines may begin with a bracket. Its lines may be repeated, and so may those
+// of [calls].
 inline constexpr std::string_view kExpectedSection = "expected";
+inline constexpr std::string_view kCallsSection = "calls";
 
 std::span<const Section> sections();
 

@@ -164,6 +164,20 @@ TEST(VerdictTest, ErrorsThatTheFaultDoesNotExplainAreReasons) {
             Reasons{"not explained: [ERR] [TPM] HeapFree failed, error code = 87"});
 }
 
+// A failure that has no part in it does not excuse it, although it is on the list of imbalances.
+TEST(VerdictTest, ImbalanceOfTheListIsOneWhereAnotherCallFailed) {
+  const std::string gone = "IUnknown::Release: the ITaskFolder was released before";
+  const auto reasonsOf = [&](std::string_view call, std::string_view told) {
+    Sight unbalanced = life({"[DBG] [TPM] " + std::string(told)});
+    unbalanced.ledger = {gone};
+    return judged(life({"[DBG] a"}), unbalanced, strike(call, Phase::kRunning)).reasons;
+  };
+  EXPECT_EQ(reasonsOf("ITaskDefinition::get_Principal", "Cannot get principal pointer: 5"),
+            Reasons{"ledger: " + gone});
+  EXPECT_FALSE(isBalanced("ITaskFolder::RegisterTaskDefinition", gone));
+  EXPECT_TRUE(isBalanced("ITaskDefinition::get_RegistrationInfo", gone));
+}
+
 TEST(VerdictTest, ImbalancesOfTheListOrOfTheCallThatFailedAreNone) {
   Sight unbalanced = life({"[DBG] a"});
   unbalanced.ledger = {"CloseHandle: null is no handle", "event from OpenEventW is still open"};

@@ -20,7 +20,8 @@ bool isSame(const host::Scenario& one, const host::Scenario& other) {
          one.files.size() == other.files.size() && one.devices.size() == other.devices.size() &&
          one.faults.size() == other.faults.size() && one.script.size() == other.script.size() &&
          one.clientScript == other.clientScript && one.expected == other.expected &&
-         one.imbalances == other.imbalances && one.end.kind == other.end.kind;
+         one.calls == other.calls && one.imbalances == other.imbalances &&
+         one.end.kind == other.end.kind;
 }
 
 bool isSame(const Parsed& one, const Parsed& other) {

@@ -79,6 +79,15 @@ TEST_F(OrdersTest, lifeWithAStopHasOrdersOfEachKindAndAllAreRight) {
   EXPECT_TRUE(figuresOf(result, OrderKind::kTwoDeviations).isEstimate);
 }
 
+// The stop event that resets itself by nobody's hand: this life's lines are the same with another.
+TEST_F(OrdersTest, callThatIsAnotherIsSeenWhereTheLinesAreTheSame) {
+  const simulate::OrderResult result =
+      ordersOf(scenario("stop-while-waiting"), {1, 1, 1},
+               std::filesystem::path(PLANTED_DIR) / "stop_stays_signalled");
+  EXPECT_THAT(result.failures, ::testing::ElementsAre(::testing::HasSubstr(
+                                   "the plain order: call 17 of [calls service] differs")));
+}
+
 TEST_F(OrdersTest, withoutABudgetNothingIsLeftOut) {
   const simulate::OrderResult result =
       ordersOf(scenario("stack-not-installed-silent"), {simulate::OrderBounds::kAll, 1, 1});

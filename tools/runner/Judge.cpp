@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/host/Imbalances.h"
+#include "tools/runner/CallOrder.h"
 #include "tools/runner/PrintedLines.h"
 #include "tools/runner/StoppedPause.h"
 
@@ -134,6 +135,11 @@ std::vector<Difference> judge(const host::Scenario& scenario, const RunResult& r
   if (lines == Lines::kLogOnly) {
     if (Difference pause = pauseDifference(result); !pause.summary.empty()) {
       differences.push_back(std::move(pause));
+    }
+  }
+  if (lines == Lines::kCompared) {
+    if (Difference calls = callsDifference(scenario, result, Calls::kAll); !calls.summary.empty()) {
+      differences.push_back(std::move(calls));
     }
   }
   if (lines != Lines::kIgnored && scenario.expected) {

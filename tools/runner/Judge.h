@@ -12,7 +12,7 @@ namespace runner {
 // What is compared beside the end, the last status, the ledger and the drive, which always are.
 enum class Lines {
   kIgnored,   // lines depend on real time or on the seed
-  kCompared,  // with the scenario's [expected] section, if it has one
+  kCompared,  // with the scenario's [expected] section, if it has one, and the calls with [calls]
   kLogOnly,   // of a run under Wine the log lines of that section, and the pause ahead of STOPPED
 };
 

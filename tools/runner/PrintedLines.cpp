@@ -100,6 +100,7 @@ std::vector<std::string> printedLines(const Record& record, bool verbose) {
     case host::ReportKind::kEnd:
     case host::ReportKind::kDecisions:
     case host::ReportKind::kCalls:
+    case host::ReportKind::kCall:
       return {};
   }
   return {};
@@ -169,6 +170,7 @@ std::vector<std::string> comparableLines(const std::vector<Record>& records) {
       case host::ReportKind::kMemory:
       case host::ReportKind::kDecisions:
       case host::ReportKind::kCalls:
+      case host::ReportKind::kCall:
         break;
     }
   }

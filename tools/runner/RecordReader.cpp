@@ -11,7 +11,7 @@ constexpr std::size_t kLongestHead = 48;
 // Far above any line that a program logs; a greater length is garbage.
 constexpr std::size_t kLongestText = std::size_t{1} << 24U;
 constexpr std::size_t kShownBytes = 40;
-constexpr std::string_view kKinds = "DNSCLTEHMOA";
+constexpr std::string_view kKinds = "DNSCLTEHMOAP";
 
 struct Head {
   host::ReportKind kind = host::ReportKind::kNote;

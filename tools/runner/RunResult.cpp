@@ -108,6 +108,7 @@ void addRecord(RunResult& result, const Record& record) {
     case host::ReportKind::kThreads:
     case host::ReportKind::kDecisions:
     case host::ReportKind::kCalls:
+    case host::ReportKind::kCall:
       break;
   }
 }

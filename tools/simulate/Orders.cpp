@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/host/Schedule.h"
+#include "tools/runner/CallOrder.h"
 #include "tools/runner/Judge.h"
 #include "tools/runner/PrintedLines.h"
 #include "tools/runner/ScenarioCatalog.h"
@@ -204,8 +205,11 @@ void ScenarioOrders::judgeOrder(OrderKind kind, const std::string& what, const L
   const bool isAsExpected = judge(life.scenario, life.result, runner::Lines::kIgnored).empty() &&
                             byThread(runner::comparableLines(life.result.records)) == expected_;
   const Verdict verdict = verdictOn(life, isHeldUp);
+  const runner::Difference calls = callsDifference(life.scenario, life.result, runner::Calls::kAll);
   if (!verdict.broken.empty()) {
     fail(what, verdict.broken.front());
+  } else if (isAsExpected && !calls.summary.empty()) {
+    fail(what, calls.summary);
   } else if (!isAsExpected && (keepsPromises_ || isHeldUp)) {
     ++figures(kind).otherOrder;
   } else if (!isAsExpected) {
@@ -304,6 +308,12 @@ void ScenarioOrders::judgePlaced(OrderKind kind, const std::string& what, const 
   if (lines.size() > plainLines_.size() ||
       !std::equal(lines.begin(), lines.end(), plainLines_.begin())) {
     fail(what, "the lines up to the end are not the expected ones");
+    return;
+  }
+  const runner::Difference calls =
+      callsDifference(life.scenario, life.result, runner::Calls::kBeginning);
+  if (!calls.summary.empty()) {
+    fail(what, calls.summary);
   }
 }
 

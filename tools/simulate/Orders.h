@@ -60,9 +60,10 @@ struct OrderResult {
 // Lets the lives of one scenario happen, at most so many of each kind as the bounds say.
 //
 // An order of threads is right if each thread's lines are those of the [expected] section, in their
-// order. Where threads meet, another order may mean another life. Either must keep every promise
-// that a life makes, and so must a life in which a stop or a signal was placed. One in which the
-// process was ended must have printed what the plain run prints, up to there.
+// order, and its calls those of [calls]. Where threads meet, another order may mean another life.
+// Either must keep every promise that a life makes, and so must a life in which a stop or a signal
+// was placed. One in which the process was ended must have printed what the plain run prints, up to
+// there.
 //
 // A scenario's own faults may break promises. Then its lives are judged by their reports, their
 // ledger and their end alone, and what is wrong with these must be wrong with the plain run too.

@@ -74,6 +74,31 @@ constexpr std::array kExplanations = {
 };
 
 constexpr std::array kUnbalanced = {
+    // Lives of the kind that the list of imbalances is about have these whatever failed: an event
+    // was not opened, the namespace was come to, the launch came again, words were looked for.
+    Unbalanced{"*", "CloseHandle: null is no handle"},
+    Unbalanced{"*", "boundary from CreateBoundaryDescriptorW is still open"},
+    Unbalanced{"*", "process from CreateProcessW is still open"},
+    Unbalanced{"*", "thread from CreateProcessW is still open"},
+    Unbalanced{"*", "module from LoadLibraryExW as data is still open"},
+    // The rest of the list comes of one failure each; of a save, also when it is refused for what
+    // was not set.
+    Unbalanced{"EventRegister", "EventUnregister: provider 0x0 is unknown"},
+    Unbalanced{"ITaskFolder::RegisterTaskDefinition",
+               "CoUninitialize: the thread has not begun COM"},
+    Unbalanced{"ITaskSettings::put_*", "CoUninitialize: the thread has not begun COM"},
+    Unbalanced{"ITaskDefinition::get_RegistrationInfo",
+               "CoUninitialize: the thread has not begun COM"},
+    Unbalanced{"ITaskDefinition::get_RegistrationInfo",
+               "ITaskDefinition::get_Settings: the ITaskDefinition was released before"},
+    Unbalanced{"ITaskDefinition::get_RegistrationInfo",
+               "IUnknown::Release: the ITaskFolder was released before"},
+    Unbalanced{"ITaskDefinition::get_RegistrationInfo",
+               "IUnknown::Release: the ITaskDefinition was released before"},
+    Unbalanced{"ITaskSettings::get_IdleSettings",
+               "reference from ITaskDefinition::get_Settings is still open"},
+    Unbalanced{"IIdleSettings::put_RestartOnIdle",
+               "reference from ITaskDefinition::get_Settings is still open"},
     Unbalanced{"CloseHandle", "event from CreateEventW is still open"},
     Unbalanced{"CloseHandle", "event from OpenEventW is still open"},
     Unbalanced{"CloseHandle", "file from CreateFileW is still open"},

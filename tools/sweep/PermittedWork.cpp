@@ -33,7 +33,7 @@ constexpr std::string_view kNoDeviceKey =
 constexpr std::string_view kNoSubKey =
     "[ERR] [TPM] Couldn't find <tALS Client> in device registry.";
 constexpr std::string_view kNoSize = "[DBG] [TPM] GetValueString GetValueString failed.";
-constexpr std::string_view kNoValue = "[DBG] [TPM] GetValueString success. Value=<";
+constexpr std::string_view kNoValue = "[DBG] [TPM] GetValueString success. Value=<>.";
 constexpr std::string_view kNoMemoryForValue =
     "[ERR] [TPM] Malloc failed! GetValueString can't retrieve value.";
 constexpr std::string_view kNoMemoryForList = "[ERR] [TPM] GetDeviceList HeapAlloc failed";

@@ -3,18 +3,11 @@
 #include <algorithm>
 
 #include "platform/host/FaultTable.h"
-#include "platform/host/Imbalances.h"
 #include "tools/runner/PrintedLines.h"
 #include "tools/sweep/PermittedRows.h"
 
 namespace sweep {
 namespace {
-
-bool isListed(const std::string& line) {
-  const auto rows = host::imbalances();
-  return std::any_of(rows.begin(), rows.end(),
-                     [&](const host::Imbalance& row) { return row.text == line; });
-}
 
 bool hasLevel(const Sight& plain, std::string_view tag) {
   return std::any_of(plain.lines.begin(), plain.lines.end(),
@@ -316,7 +309,9 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
     }
   }
   for (const std::string& line : verdict.ledger) {
-    if (!isListed(line) && !isBalanced(strike.call, line)) {
+    if (!isBalanced(strike.call, line) &&
+        std::none_of(strike.own.begin(), strike.own.end(),
+                     [&](const OwnFault& own) { return isBalanced(own.call, line); })) {
       verdict.reasons.push_back("ledger: " + line);
     }
   }

@@ -234,6 +234,35 @@ TEST(ScenarioScriptTest, MalformedRepetitionsAreReported) {
   });
 }
 
+// [calls]
+
+TEST(ScenarioScriptTest, CallsAreThoseOfAThreadAndCanBeRepeated) {
+  const Scenario scenario = with(
+      "[calls main]\nSetEvent\n[calls service]\n# not this\nrepeat 2:\n"
+      "  OpenEventW 1048576, 0, Global\\X\nend repeat\nITaskFolder::GetTask *\n[expected]\na\n");
+  const std::map<std::string, std::vector<std::string>> calls = {
+      {"main", {"SetEvent"}},
+      {"service",
+       {"OpenEventW 1048576, 0, Global\\X", "OpenEventW 1048576, 0, Global\\X",
+        "ITaskFolder::GetTask *"}}};
+  EXPECT_EQ(scenario.calls, calls);
+  EXPECT_EQ(scenario.expected, std::vector<std::string>{"a"});
+  EXPECT_TRUE(with("[calls main]\n").calls.at("main").empty());
+  EXPECT_TRUE(with("").calls.empty());
+}
+
+TEST(ScenarioScriptTest, MalformedCallsAreReported) {
+  expectErrors({
+      {"[calls handler]\n", "4: \"handler\" is no thread whose calls are told (main, service)"},
+      {"[calls main]\nOpenEvent\n",
+       "5: \"OpenEvent\" is no platform call (did you mean \"OpenEventW\"?)"},
+      {"[calls main]\nSleep 5\n",
+       "5: \"Sleep\" is not among the calls that are told: it does not reach beyond the process"},
+      {"[calls main]\nrepeat 2:\nSetEvent\n[calls service]\n",
+       "7: the \"repeat\" of line 5 has not ended yet"},
+  });
+}
+
 // [imbalances]
 
 TEST(ScenarioScriptTest, ImbalancesAreNamedWithHowOftenTheyCome) {
