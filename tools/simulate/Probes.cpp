@@ -35,6 +35,7 @@ constexpr std::array<ProbeRow, kProbes> kRows = {{
     {"a corrupt configuration", true},
     {"a wait that is no number or negative", true},
     {"the configuration is edited while the service starts", true},
+    {"the configuration becomes shorter between two looks at its size", false},
     {"a wait that wraps in 32 bits", true},
     {"a wait of zero", true},
     {"the client library is missing", true},

@@ -42,6 +42,7 @@ enum class Probe : std::uint8_t {
   kCorruptConfig,
   kBadWait,
   kConfigEdited,
+  kConfigShortened,
   kWrappedWait,
   kSpin,
   kLibraryMissing,

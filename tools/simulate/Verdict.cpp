@@ -19,6 +19,8 @@ constexpr std::string_view kHandlerFailed = "Exception occured in ServiceControl
 
 constexpr std::string_view kUnlockFailed = "ScopedLock dtor: Unlock failed for: ";
 
+constexpr std::string_view kConfigRead = "Reading config from file: ";
+constexpr std::string_view kShorterThanItWas = "Unrecognized type of exception occured";
 constexpr std::string_view kServiceFailed = "Exception occured in ServiceMain function";
 constexpr std::string_view kSlept = "the machine slept for ";
 // An access violation.
@@ -45,6 +47,13 @@ bool isListenedToThroughout(const host::Scenario& scenario) {
            return step.action.kind == Kind::kAttachListener ||
                   step.action.kind == Kind::kDetachListener;
          });
+}
+
+bool isConfigWritten(const host::Scenario& scenario) {
+  return std::any_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
+    return step.action.kind == host::Action::Kind::kWriteFile &&
+           step.action.subject.find(L"TPMEnrollmentService.conf") != std::wstring::npos;
+  });
 }
 
 // Whether a line that is no comment has no equals sign.
@@ -100,6 +109,7 @@ class Judgement {
   bool handlerUnlocksLate_ = false;
   bool unlockFailed_ = false;
   bool serviceThrew_ = false;
+  bool isConfigReadLast_ = false;
   bool serviceFailed_ = false;  // it threw because of a report that the scenario refuses
   unsigned programs_ = 0;
 };
@@ -118,6 +128,7 @@ std::string_view bareText(std::string_view line) {
 
 void Judgement::line(std::string_view whole, host::Nanoseconds at) {
   const std::string_view text = bareText(whole);
+  isConfigReadLast_ = text.starts_with(kConfigRead);
   sawDebugLines_ = sawDebugLines_ || (isLogWhole_ && whole.starts_with("[DBG] "));
   if (whole.starts_with("[ERR] ") || whole.starts_with("[FTL] ")) {
     error(text);
@@ -291,8 +302,14 @@ void Judgement::faulted() {
   verdict_.hit(Probe::kClientCrashed);
 }
 
-// The exception that the loading of the client library ends in is none that the service catches.
+// The exception that the loading of the client library ends in is none that the service catches,
+// nor is that of a configuration file which an editor made shorter between two looks at its size.
 void Judgement::terminated() {
+  if (isConfigReadLast_ && isConfigWritten(life_.scenario) &&
+      life_.result.strayOutput.find(kShorterThanItWas) != std::string::npos) {
+    verdict_.hit(Probe::kConfigShortened);
+    return;
+  }
   if (!life_.scenario.clientLibrary.empty() && !life_.scenario.proxyLibrary.empty()) {
     verdict_.breaks("an exception ended the process although everything is there: " +
                     life_.result.strayOutput);
