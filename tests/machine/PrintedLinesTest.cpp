@@ -6,76 +6,83 @@ namespace runner {
 namespace {
 
 using host::ReportKind;
-using Lines = std::vector<std::string>;
+using PrintedTexts = std::vector<std::string>;
 
-Lines linesOf(ReportKind kind, const std::string& text, bool verbose = false) {
+PrintedTexts linesOf(ReportKind kind, const std::string& text, bool verbose = false) {
   return printedLines({kind, 0, text}, verbose);
 }
 
 TEST(PrintedLinesTest, DebugLineIsPrintedWithoutItsLineEnd) {
-  EXPECT_EQ(linesOf(ReportKind::kDebugLine, "a line\r\n"), Lines{"a line"});
-  EXPECT_EQ(linesOf(ReportKind::kDebugLine, "a line\n"), Lines{"a line"});
-  EXPECT_EQ(linesOf(ReportKind::kDebugLine, "a line"), Lines{"a line"});
+  EXPECT_EQ(linesOf(ReportKind::kDebugLine, "a line\r\n"), PrintedTexts{"a line"});
+  EXPECT_EQ(linesOf(ReportKind::kDebugLine, "a line\n"), PrintedTexts{"a line"});
+  EXPECT_EQ(linesOf(ReportKind::kDebugLine, "a line"), PrintedTexts{"a line"});
 }
 
 TEST(PrintedLinesTest, LineEndsWithinADebugLineAreLinesOfTheirOwn) {
   EXPECT_EQ(linesOf(ReportKind::kDebugLine, "one\ntwo\r\n\r\nfour\r\n"),
-            (Lines{"one", "two", "", "four"}));
+            (PrintedTexts{"one", "two", "", "four"}));
 }
 
 TEST(PrintedLinesTest, EmptyDebugLineIsAnEmptyLine) {
-  EXPECT_EQ(linesOf(ReportKind::kDebugLine, ""), Lines{""});
+  EXPECT_EQ(linesOf(ReportKind::kDebugLine, ""), PrintedTexts{""});
 }
 
 TEST(PrintedLinesTest, StatusNamesStateCheckPointWaitHintAndExitCode) {
-  EXPECT_EQ(linesOf(ReportKind::kStatus, "2 1 0 0 5000"),
-            Lines{"-- service manager: START_PENDING, check-point 1, wait hint 5000 ms, exit code "
-                  "0"});
-  EXPECT_EQ(linesOf(ReportKind::kStatus, "4 0 0 1 5000"),
-            Lines{"-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0"});
   EXPECT_EQ(
-      linesOf(ReportKind::kStatus, "3 2 0 1 5000"),
-      Lines{"-- service manager: STOP_PENDING, check-point 2, wait hint 5000 ms, exit code 0"});
+      linesOf(ReportKind::kStatus, "2 1 0 0 5000"),
+      PrintedTexts{"-- service manager: START_PENDING, check-point 1, wait hint 5000 ms, exit code "
+                   "0"});
+  EXPECT_EQ(
+      linesOf(ReportKind::kStatus, "4 0 0 1 5000"),
+      PrintedTexts{"-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0"});
+  EXPECT_EQ(linesOf(ReportKind::kStatus, "3 2 0 1 5000"),
+            PrintedTexts{
+                "-- service manager: STOP_PENDING, check-point 2, wait hint 5000 ms, exit code 0"});
   EXPECT_EQ(
       linesOf(ReportKind::kStatus, "1 0 4294967295 1 5000"),
-      Lines{"-- service manager: STOPPED, check-point 0, wait hint 5000 ms, exit code 4294967295"});
+      PrintedTexts{
+          "-- service manager: STOPPED, check-point 0, wait hint 5000 ms, exit code 4294967295"});
 }
 
 TEST(PrintedLinesTest, StatusSaysWhichControlsItAcceptsIfMoreIsWanted) {
-  EXPECT_EQ(linesOf(ReportKind::kStatus, "2 1 0 0 5000", true),
-            Lines{"-- service manager: START_PENDING, check-point 1, wait hint 5000 ms, exit code "
-                  "0, controls accepted 0"});
-  EXPECT_EQ(linesOf(ReportKind::kStatus, "4 0 0 1 5000", true),
-            Lines{"-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0, "
-                  "controls accepted 1"});
+  EXPECT_EQ(
+      linesOf(ReportKind::kStatus, "2 1 0 0 5000", true),
+      PrintedTexts{"-- service manager: START_PENDING, check-point 1, wait hint 5000 ms, exit code "
+                   "0, controls accepted 0"});
+  EXPECT_EQ(
+      linesOf(ReportKind::kStatus, "4 0 0 1 5000", true),
+      PrintedTexts{"-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0, "
+                   "controls accepted 1"});
 }
 
 TEST(PrintedLinesTest, NotesConsoleLinesAndWaitsAreMarked) {
-  EXPECT_EQ(linesOf(ReportKind::kNote, "a program was started"), Lines{"-- a program was started"});
-  EXPECT_EQ(linesOf(ReportKind::kConsole, "Usage: x"), Lines{"-- console: Usage: x"});
-  EXPECT_EQ(linesOf(ReportKind::kConsole, ""), Lines{"-- console:"});
+  EXPECT_EQ(linesOf(ReportKind::kNote, "a program was started"),
+            PrintedTexts{"-- a program was started"});
+  EXPECT_EQ(linesOf(ReportKind::kConsole, "Usage: x"), PrintedTexts{"-- console: Usage: x"});
+  EXPECT_EQ(linesOf(ReportKind::kConsole, ""), PrintedTexts{"-- console:"});
   EXPECT_EQ(linesOf(ReportKind::kThreads, "main: Sleep\nservice: an event\n"),
-            (Lines{"-- waiting: main: Sleep", "-- waiting: service: an event"}));
+            (PrintedTexts{"-- waiting: main: Sleep", "-- waiting: service: an event"}));
 }
 
 TEST(PrintedLinesTest, NamedImbalancesArePrintedOnlyIfMoreIsWanted) {
-  EXPECT_EQ(linesOf(ReportKind::kLedger, "named: x (why)"), Lines{});
+  EXPECT_EQ(linesOf(ReportKind::kLedger, "named: x (why)"), PrintedTexts{});
   EXPECT_EQ(linesOf(ReportKind::kLedger, "named: x (why)", true),
-            Lines{"-- ledger: named: x (why)"});
-  EXPECT_EQ(linesOf(ReportKind::kLedger, "unnamed: y"), Lines{"-- ledger: unnamed: y"});
+            PrintedTexts{"-- ledger: named: x (why)"});
+  EXPECT_EQ(linesOf(ReportKind::kLedger, "unnamed: y"), PrintedTexts{"-- ledger: unnamed: y"});
   EXPECT_EQ(linesOf(ReportKind::kLedger, "missing: z (name)"),
-            Lines{"-- ledger: missing: z (name)"});
+            PrintedTexts{"-- ledger: missing: z (name)"});
 }
 
 TEST(PrintedLinesTest, HashAndMemoryArePrintedOnlyIfMoreIsWanted) {
-  EXPECT_EQ(linesOf(ReportKind::kHash, "0xabc"), Lines{});
-  EXPECT_EQ(linesOf(ReportKind::kMemory, "4321"), Lines{});
-  EXPECT_EQ(linesOf(ReportKind::kHash, "0xabc", true), Lines{"-- hash of all steps: 0xabc"});
-  EXPECT_EQ(linesOf(ReportKind::kMemory, "4321", true), Lines{"-- peak memory in KiB: 4321"});
+  EXPECT_EQ(linesOf(ReportKind::kHash, "0xabc"), PrintedTexts{});
+  EXPECT_EQ(linesOf(ReportKind::kMemory, "4321"), PrintedTexts{});
+  EXPECT_EQ(linesOf(ReportKind::kHash, "0xabc", true), PrintedTexts{"-- hash of all steps: 0xabc"});
+  EXPECT_EQ(linesOf(ReportKind::kMemory, "4321", true),
+            PrintedTexts{"-- peak memory in KiB: 4321"});
 }
 
 TEST(PrintedLinesTest, EndIsNoLineOfItsOwn) {
-  EXPECT_EQ(linesOf(ReportKind::kEnd, "exit 0", true), Lines{});
+  EXPECT_EQ(linesOf(ReportKind::kEnd, "exit 0", true), PrintedTexts{});
 }
 
 TEST(PrintedLinesTest, ComparableLineBeginsAtTheLevel) {
@@ -107,22 +114,23 @@ TEST(PrintedLinesTest, ComparableLineHasNoBlanksAtItsEnd) {
 }
 
 TEST(PrintedLinesTest, ComparableLinesAreLogNotesStatusesAndConsole) {
-  EXPECT_EQ(comparableLines({{ReportKind::kDebugLine, 0, "a\r\n"},
-                             {ReportKind::kNote, 0, "b"},
-                             {ReportKind::kStatus, 0, "4 0 0 1 5000"},
-                             {ReportKind::kConsole, 0, "c"},
-                             {ReportKind::kLedger, 0, "unnamed: d"},
-                             {ReportKind::kThreads, 0, "e"},
-                             {ReportKind::kHash, 0, "f"},
-                             {ReportKind::kMemory, 0, "1"},
-                             {ReportKind::kEnd, 0, "exit 0"}}),
-            (Lines{"a", "-- b",
-                   "-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0",
-                   "-- console: c"}));
+  EXPECT_EQ(
+      comparableLines({{ReportKind::kDebugLine, 0, "a\r\n"},
+                       {ReportKind::kNote, 0, "b"},
+                       {ReportKind::kStatus, 0, "4 0 0 1 5000"},
+                       {ReportKind::kConsole, 0, "c"},
+                       {ReportKind::kLedger, 0, "unnamed: d"},
+                       {ReportKind::kThreads, 0, "e"},
+                       {ReportKind::kHash, 0, "f"},
+                       {ReportKind::kMemory, 0, "1"},
+                       {ReportKind::kEnd, 0, "exit 0"}}),
+      (PrintedTexts{"a", "-- b",
+                    "-- service manager: RUNNING, check-point 0, wait hint 5000 ms, exit code 0",
+                    "-- console: c"}));
 }
 
 TEST(PrintedLinesTest, ComparableLinesAreNeverEmpty) {
-  EXPECT_EQ(comparableLines({{ReportKind::kDebugLine, 0, "a\n\nb\n"}}), (Lines{"a", "b"}));
+  EXPECT_EQ(comparableLines({{ReportKind::kDebugLine, 0, "a\n\nb\n"}}), (PrintedTexts{"a", "b"}));
 }
 
 TEST(PrintedLinesTest, SecondsHaveThreeDigits) {
