@@ -12,21 +12,19 @@
 #include <vector>
 
 #include "bench/windows/Stamps.h"
+#include "platform/wine/Failed.h"
 
 namespace {
 
 using stamps::Moment;
 using stamps::Shared;
+using wine::failed;
 
 constexpr DWORD kLongestMs = 30'000;
 constexpr double kStartGoal = 1.5;
 
 // Milliseconds from the request to each moment; below 0 for one that did not come.
 using Times = std::array<double, stamps::kMoments>;
-
-[[noreturn]] void failed(const char* what) {
-  throw std::runtime_error(std::string(what) + " failed with " + std::to_string(GetLastError()));
-}
 
 double millisecondsBetween(LONGLONG from, LONGLONG to) {
   LARGE_INTEGER perSecond{};

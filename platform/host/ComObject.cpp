@@ -94,7 +94,7 @@ void ComObject::keepForEver(std::unique_ptr<ComObject> object) {
   all->push_back(std::move(object));
 }
 
-HRESULT MethodCall::answers(HRESULT result) {
+HRESULT ComCall::answers(HRESULT result) {
   if (SUCCEEDED(result) && (verdict_ > S_OK || failsWhenDone())) {
     result = static_cast<HRESULT>(fault());
   }

@@ -83,14 +83,12 @@ class Held {
 
 std::string interfaceName(REFIID iid);
 
-// The head of each method: a call of the journal that knows whether it can do its work at all.
-class MethodCall : public StatusCall {
+// A call of the journal that answers with an HRESULT.
+class ComCall : public StatusCall {
  public:
-  template <class... Arguments>
-  MethodCall(const ComObject& object, const char* name, const Arguments&... arguments)
-      : StatusCall(name, arguments...), verdict_(verdictOn(object.isAlive(name))) {}
+  using StatusCall::StatusCall;
 
-  // Negative if the method must answer with this at once.
+  // Negative if the call must answer with this at once.
   HRESULT verdict() const { return verdict_; }
   bool isRefused() const { return FAILED(verdict_); }
 
@@ -100,14 +98,20 @@ class MethodCall : public StatusCall {
   HRESULT answers(HRESULT result);
   HRESULT refuses() { return answers(verdict_); }
 
- private:
-  // A call that is told to fail fails as it is told; that the object was gone is noted by then.
-  HRESULT verdictOn(bool isAlive) const {
-    const HRESULT told = faulted() ? static_cast<HRESULT>(fault()) : S_OK;
-    return FAILED(told) || isAlive ? told : kObjectGone;
-  }
+ protected:
+  HRESULT verdict_ = faulted() ? static_cast<HRESULT>(fault()) : S_OK;
+};
 
-  HRESULT verdict_;
+// The head of each method, which knows whether it can do its work at all.
+class MethodCall : public ComCall {
+ public:
+  template <class... Arguments>
+  MethodCall(const ComObject& object, const char* name, const Arguments&... arguments)
+      : ComCall(name, arguments...) {
+    // A call that is told to fail fails as it is told; that the object was gone is noted by then.
+    const bool isAlive = object.isAlive(name);
+    verdict_ = FAILED(verdict_) || isAlive ? verdict_ : kObjectGone;
+  }
 };
 
 // What all objects have in common. `kIid` is the interface's own.

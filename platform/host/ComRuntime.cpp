@@ -17,22 +17,6 @@ std::uintptr_t ledgerValue(std::uint32_t thread, unsigned depth) {
 
 constexpr char kBeginning[] = "com";
 
-// A call that answers with an HRESULT but belongs to no object.
-class ComCall : public StatusCall {
- public:
-  using StatusCall::StatusCall;
-  HRESULT answers(HRESULT result) {
-    // Told a number that is no failure: the work is done, and answered so.
-    if (faulted() && SUCCEEDED(result)) {
-      result = static_cast<HRESULT>(fault());
-    }
-    returns(hexText(static_cast<DWORD>(result)).c_str());
-    return result;
-  }
-  bool isRefused() const { return faulted() && FAILED(static_cast<HRESULT>(fault())); }
-  HRESULT failsAsTold() { return answers(static_cast<HRESULT>(fault())); }
-};
-
 }  // namespace
 
 bool ComState::isBegunFor(std::uint32_t thread) const {
@@ -50,7 +34,7 @@ using host::Scheduler;
 HRESULT CoInitializeEx(LPVOID reserved, DWORD mode) {
   ComCall call("CoInitializeEx", reserved, mode);
   if (call.isRefused()) {
-    return call.failsAsTold();
+    return call.refuses();
   }
   if (reserved != nullptr) {
     return call.answers(E_INVALIDARG);
@@ -99,7 +83,7 @@ HRESULT CoInitializeSecurity(PSECURITY_DESCRIPTOR descriptor, LONG serviceCount,
                reserved1, authenticationLevel, impersonationLevel, authenticationList, capabilities,
                reserved3);
   if (call.isRefused()) {
-    return call.failsAsTold();
+    return call.refuses();
   }
   const Scheduler::Guard guard;
   host::ComState& com = host::machine().com;
@@ -123,7 +107,7 @@ HRESULT CoCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD context, REFII
   }
   *object = nullptr;
   if (call.isRefused()) {
-    return call.failsAsTold();
+    return call.refuses();
   }
   const Scheduler::Guard guard;
   if (!host::machine().com.isBegunFor(Scheduler::current().id)) {

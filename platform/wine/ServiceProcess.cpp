@@ -1,8 +1,8 @@
 #include "platform/wine/ServiceProcess.h"
 
 #include <array>
-#include <stdexcept>
 
+#include "platform/wine/Failed.h"
 #include "platform/wine/Plan.h"
 #include "platform/wine/TokenPrivileges.h"
 
@@ -12,10 +12,6 @@ namespace {
 constexpr long long kNanosecondsPerSecond = 1'000'000'000;
 // So long the platform's manager waits by itself for a program to become a service.
 constexpr long long kUsualPatienceSeconds = 10;
-
-[[noreturn]] void failed(const char* call) {
-  throw std::runtime_error(std::string(call) + " failed with " + std::to_string(GetLastError()));
-}
 
 std::string stateName(DWORD state) {
   static const char* const names[] = {"STOPPED", "START_PENDING", "STOP_PENDING", "RUNNING"};

@@ -1,17 +1,13 @@
 #include "platform/wine/TokenPrivileges.h"
 
 #include <cstddef>
-#include <stdexcept>
 #include <vector>
 
+#include "platform/wine/Failed.h"
 #include "platform/wine/Plan.h"
 
 namespace wine {
 namespace {
-
-[[noreturn]] void failed(const char* call) {
-  throw std::runtime_error(std::string(call) + " failed with " + std::to_string(GetLastError()));
-}
 
 std::string nameOf(LUID id) {
   wchar_t name[64];

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <utility>
 
 #include "platform/host/Call.h"
@@ -76,11 +76,7 @@ bool isMachineFresh() {
 }
 
 bool isOneIn(unsigned many, std::string_view bytes) {
-  std::uint64_t hash = 0xcbf29ce484222325U;
-  for (const char byte : bytes) {
-    hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3U;
-  }
-  return (hash >> 32U) % many == 0;
+  return std::hash<std::string_view>{}(bytes) % many == 0;
 }
 
 unsigned Input::byte() {

@@ -123,10 +123,8 @@ std::vector<std::string> reasonsAgainst(const Sight& plain, const Sight& life,
                       ", it came to: " + std::string(outcomeText(outcome)) + " (" + life.endText +
                       ")");
   }
-  // A scenario may be about reports that overtake each other: the failure did not cause those.
-  if (const std::string illegal = illegalReport(life.statuses);
-      !illegal.empty() && illegalReport(plain.statuses).empty()) {
-    reasons.push_back(illegal);
+  for (std::string& illegal : illegalBeyond(illegalReports(plain.statuses), life.statuses)) {
+    reasons.push_back(std::move(illegal));
   }
   // What leaves the control handler ends the main thread, and with it a process whose service is
   // still at work: that has not come to give anything back.

@@ -53,9 +53,8 @@ constexpr std::array kPermitted = {
         to(Outcome::kTerminate)},
 
     // The entry's three blocks: ahead of the log there is nobody to tell, a command line that
-    // cannot
-    // be read leads to the usage text, and what comes later is told. An exception that leaves the
-    // handler goes on to the entry by way of the dispatcher.
+    // cannot be read leads to the usage text, and what comes later is told. An exception that
+    // leaves the handler goes on to the entry by way of the dispatcher.
     PermittedEnd{at(kEntering), to(Outcome::kRefused, Outcome::kUsage)},
     PermittedEnd{at(kHandling, kLeaving), to(Outcome::kRefused), kLeavesEntry},
 
@@ -72,20 +71,9 @@ constexpr std::array kPermitted = {
     PermittedEnd{at(kRunning), kGoesOn, kProcessFailed},
 };
 
-bool hasLine(const std::vector<std::string>& lines, std::string_view text) {
-  return std::any_of(lines.begin(), lines.end(),
-                     [&](const std::string& line) { return line.find(text) != std::string::npos; });
-}
-
 bool isLogged(const Sight& sight) {
   return std::any_of(sight.lines.begin(), sight.lines.end(),
                      [](const std::string& line) { return line.starts_with("["); });
-}
-
-// Whether nobody can tell, because the log of this scenario is not heard, or has no line of level
-// DEBUG.
-bool isQuiet(const Sight& plain) {
-  return !plain.isHeard || !hasLine(plain.lines, "[DBG] ");
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 """Runs tests with one change on. Which tests come by a change is recorded once for a build."""
 
 import collections
-import json
 import os
 import queue
 import re
@@ -9,7 +8,7 @@ import subprocess
 import tempfile
 import threading
 
-from copies import say
+from copies import read_notes, say, write_notes
 
 MOST_MARKS = 1 << 16
 LEAST_SECONDS = 2
@@ -131,7 +130,7 @@ class Tests:
 
     def record(self, jobs):
         built = [os.stat(self.program).st_mtime_ns]
-        noted = json.load(open(self.notes, encoding="utf-8")) if os.path.exists(self.notes) else {}
+        noted = read_notes(self.notes)
         if noted.get("built") != built:
             noted = {"built": built, "tests": {}}
             tests = [t for t in tests_of(self.program) if re.search(self.wanted, t)]
@@ -141,8 +140,7 @@ class Tests:
                 noted["tests"][test] = row
                 if done % 500 == 0:
                     say(f"{self.shown}: looked at {done} of {len(tests)}")
-            with open(self.notes, "w", encoding="utf-8") as file:
-                json.dump(noted, file)
+            write_notes(self.notes, noted)
         for test, (status, processor, wall, reached) in noted["tests"].items():
             if status != 0:
                 self.failing.append(test)

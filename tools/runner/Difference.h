@@ -13,4 +13,9 @@ struct Difference {
   std::vector<std::string> details;
 };
 
+// The elements of `more` that `fewer` does not have, in their order, each as often as it has
+// them too seldom.
+std::vector<std::string> beyond(const std::vector<std::string>& more,
+                                const std::vector<std::string>& fewer);
+
 }  // namespace runner

@@ -27,8 +27,9 @@ constexpr std::string_view kSanitizer = RUNNER_SANITIZER;
 std::vector<std::string> mutantEnvironment() {
   std::vector<std::string> told;
   for (const char* const name : {"MUTANT", "MUTANT_MARKS"}) {
-    if (const char* const value = std::getenv(name))
+    if (const char* const value = std::getenv(name)) {
       told.push_back(std::string(name) + "=" + value);
+    }
   }
   return told;
 }
@@ -57,9 +58,10 @@ class SpawnFiles {
 class NoCoreFiles {
  public:
   NoCoreFiles() {
-    rlimit without = before_;
-    without.rlim_cur = 0;
-    isForbidden_ = isKnown_ && setrlimit(RLIMIT_CORE, &without) == 0;
+    if (getrlimit(RLIMIT_CORE, &before_) == 0) {
+      const rlimit without{0, before_.rlim_max};
+      isForbidden_ = setrlimit(RLIMIT_CORE, &without) == 0;
+    }
   }
   ~NoCoreFiles() {
     if (isForbidden_) {
@@ -71,7 +73,6 @@ class NoCoreFiles {
 
  private:
   rlimit before_{};
-  bool isKnown_ = getrlimit(RLIMIT_CORE, &before_) == 0;
   bool isForbidden_ = false;
 };
 

@@ -74,6 +74,20 @@ bool beginsWithStamp(std::string_view line) {
   return true;
 }
 
+// A lock that fails is told by its bare address, at the end of the line.
+void hideLockAddress(std::string& text) {
+  for (const std::string_view ahead : {"Lock failed for ", "Unlock failed for: "}) {
+    const std::size_t at = text.rfind(ahead);
+    if (at == std::string::npos) {
+      continue;
+    }
+    const auto address = text.begin() + static_cast<std::ptrdiff_t>(at + ahead.size());
+    if (address != text.end() && std::all_of(address, text.end(), isHexDigit)) {
+      text.replace(address, text.end(), "0x");
+    }
+  }
+}
+
 }  // namespace
 
 std::vector<std::string> printedLines(const Record& record, bool verbose) {
@@ -105,24 +119,6 @@ std::vector<std::string> printedLines(const Record& record, bool verbose) {
   }
   return {};
 }
-
-namespace {
-
-// A lock that fails is told by its bare address, at the end of the line.
-void hideLockAddress(std::string& text) {
-  for (const std::string_view ahead : {"Lock failed for ", "Unlock failed for: "}) {
-    const std::size_t at = text.rfind(ahead);
-    if (at == std::string::npos) {
-      continue;
-    }
-    const auto address = text.begin() + static_cast<std::ptrdiff_t>(at + ahead.size());
-    if (address != text.end() && std::all_of(address, text.end(), isHexDigit)) {
-      text.replace(address, text.end(), "0x");
-    }
-  }
-}
-
-}  // namespace
 
 std::string comparableLine(std::string_view line) {
   if (beginsWithStamp(line)) {

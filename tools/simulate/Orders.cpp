@@ -55,19 +55,6 @@ Seen seenIn(const runner::RunResult& result) {
   return seen;
 }
 
-// Those that are not in the other list as often.
-std::vector<std::string> beyond(std::vector<std::string> all, std::vector<std::string> known) {
-  std::erase_if(all, [&](const std::string& one) {
-    const auto found = std::find(known.begin(), known.end(), one);
-    if (found == known.end()) {
-      return false;
-    }
-    known.erase(found);
-    return true;
-  });
-  return all;
-}
-
 // With one more step ahead of those that are there.
 std::string withStep(const std::string& text, const std::string& step) {
   constexpr std::string_view kHead = "[script]\n";
@@ -157,7 +144,7 @@ Verdict ScenarioOrders::verdictOn(const Lived& life, bool isHeldUp) {
   for (std::size_t i = 0; i < kProbes; ++i) {
     result_.probes[i] += verdict.probes[i];
   }
-  verdict.broken = beyond(std::move(verdict.broken), brokenAnyway_);
+  verdict.broken = runner::beyond(verdict.broken, brokenAnyway_);
   return verdict;
 }
 

@@ -39,14 +39,21 @@ constexpr LineProbe kLineProbes[] = {
     {kHandlerFailed, Probe::kHandlerAfterTheObject},
 };
 
+bool hasAction(const host::Scenario& scenario, host::Action::Kind kind) {
+  return std::any_of(scenario.script.begin(), scenario.script.end(),
+                     [&](const host::Step& step) { return step.action.kind == kind; });
+}
+
+bool hasFault(const host::Scenario& scenario, std::string_view call) {
+  return std::any_of(scenario.faults.begin(), scenario.faults.end(),
+                     [&](const host::InjectedFault& fault) { return fault.call == call; });
+}
+
 // A log of which a part was not heard says nothing about what came before what.
 bool isListenedToThroughout(const host::Scenario& scenario) {
   using Kind = host::Action::Kind;
-  return scenario.debugListener &&
-         std::none_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
-           return step.action.kind == Kind::kAttachListener ||
-                  step.action.kind == Kind::kDetachListener;
-         });
+  return scenario.debugListener && !hasAction(scenario, Kind::kAttachListener) &&
+         !hasAction(scenario, Kind::kDetachListener);
 }
 
 bool isConfigWritten(const host::Scenario& scenario) {
@@ -152,11 +159,9 @@ void Judgement::errorBreaks(const std::string& promise) {
 // Each line of level ERROR and FATAL has a reason in the life's own scenario.
 void Judgement::error(std::string_view text) {
   const host::Scenario& scenario = life_.scenario;
-  const bool mayDelete = std::any_of(
-      scenario.script.begin(), scenario.script.end(),
-      [](const host::Step& step) { return step.action.kind == host::Action::Kind::kDeleteFile; });
-  const bool programMissing =
-      !scenario.recertificationProgram || mayDelete || !scenario.faults.empty();
+  const bool programMissing = !scenario.recertificationProgram ||
+                              hasAction(scenario, host::Action::Kind::kDeleteFile) ||
+                              !scenario.faults.empty();
   if (text.starts_with("Cannot run OrvixVTMEKRecertification.exe process.") ||
       text.starts_with("Process exception occured: ")) {
     if (!programMissing) {
@@ -165,25 +170,17 @@ void Judgement::error(std::string_view text) {
     return;
   }
   if (text.starts_with("Corrupted config. ")) {
-    const bool mayWrite = std::any_of(
-        scenario.script.begin(), scenario.script.end(),
-        [](const host::Step& step) { return step.action.kind == host::Action::Kind::kWriteFile; });
-    if (!mayWrite && scenario.deniedPaths.empty() && scenario.faults.empty() &&
-        !(life_.config && isCorrupt(*life_.config))) {
+    if (!hasAction(scenario, host::Action::Kind::kWriteFile) && scenario.deniedPaths.empty() &&
+        scenario.faults.empty() && !(life_.config && isCorrupt(*life_.config))) {
       errorBreaks("a configuration that is sound counts as corrupted");
     }
     return;
   }
-  const bool isSignalRefused =
-      std::any_of(scenario.faults.begin(), scenario.faults.end(),
-                  [](const host::InjectedFault& fault) { return fault.call == "SetEvent"; });
-  if (text.starts_with("~Event Unexpected error occured: ") && isSignalRefused) {
+  if (text.starts_with("~Event Unexpected error occured: ") && hasFault(scenario, "SetEvent")) {
     return;
   }
   // A report that the scenario refuses is a failure of the service like any other.
-  const bool isReportRefused = std::any_of(
-      scenario.faults.begin(), scenario.faults.end(),
-      [](const host::InjectedFault& fault) { return fault.call == "SetServiceStatus"; });
+  const bool isReportRefused = hasFault(scenario, "SetServiceStatus");
   serviceThrew_ = serviceThrew_ || text.starts_with(kServiceFailed);
   if (text.starts_with(kServiceFailed) && isReportRefused) {
     serviceFailed_ = true;

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <map>
-#include <utility>
 
 #include "platform/host/Imbalances.h"
 #include "platform/host/windows/windows.h"
@@ -158,22 +156,19 @@ Outcome outcomeOf(const Sight& plain, const Sight& faulted) {
   return end == Outcome::kTold ? Outcome::kEndsSooner : end;
 }
 
-std::vector<std::string> beyond(const std::vector<std::string>& more,
-                                const std::vector<std::string>& fewer) {
-  std::map<std::string_view, std::size_t> covered;
-  for (const std::string& element : fewer) {
-    ++covered[element];
-  }
-  std::vector<std::string> left;
-  for (const std::string& element : more) {
-    const auto found = covered.find(element);
-    if (found == covered.end() || found->second == 0) {
-      left.push_back(element);
-    } else {
-      --found->second;
-    }
-  }
-  return left;
+bool hasLine(const std::vector<std::string>& lines, std::string_view text) {
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return line.find(text) != std::string::npos; });
+}
+
+bool isQuiet(const Sight& plain) {
+  return !plain.isHeard ||
+         std::none_of(plain.lines.begin(), plain.lines.end(),
+                      [](const std::string& line) { return line.starts_with("[DBG] "); });
+}
+
+bool leavesMain(const Sight& sight) {
+  return exceptionsLeavingMain(sight) > 0;
 }
 
 std::vector<IllegalReport> illegalReports(const std::vector<runner::Status>& statuses) {
@@ -210,6 +205,22 @@ std::vector<IllegalReport> illegalReports(const std::vector<runner::Status>& sta
 std::string illegalReport(const std::vector<runner::Status>& statuses) {
   const std::vector<IllegalReport> all = illegalReports(statuses);
   return all.empty() ? std::string() : all.front().text;
+}
+
+std::vector<std::string> illegalBeyond(std::vector<IllegalReport> known,
+                                       const std::vector<runner::Status>& statuses) {
+  std::vector<std::string> illegal;
+  for (const IllegalReport& report : illegalReports(statuses)) {
+    const auto same = std::find_if(known.begin(), known.end(), [&](const IllegalReport& one) {
+      return one.text == report.text || (one.isToldTwice && report.isToldTwice);
+    });
+    if (same == known.end()) {
+      illegal.push_back(report.text);
+    } else {
+      known.erase(same);
+    }
+  }
+  return illegal;
 }
 
 }  // namespace sweep

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/runner/Difference.h"
 #include "tools/runner/RunResult.h"
 
 namespace sweep {
@@ -55,10 +56,15 @@ Outcome endOf(const Sight& sight);
 
 Outcome outcomeOf(const Sight& plain, const Sight& faulted);
 
-// The elements of `more` that `fewer` does not have, in their order, each as often as it has
-// them too seldom.
-std::vector<std::string> beyond(const std::vector<std::string>& more,
-                                const std::vector<std::string>& fewer);
+using runner::beyond;
+
+// Whether a line has this text in it.
+bool hasLine(const std::vector<std::string>& lines, std::string_view text);
+// Whether nobody can tell, because the log of this run is not heard, or has no line of level DEBUG:
+// most failures are told there.
+bool isQuiet(const Sight& plain);
+// Whether an exception has left the service's main function, as the log tells.
+bool leavesMain(const Sight& sight);
 
 struct IllegalReport {
   std::string text;
@@ -70,5 +76,9 @@ struct IllegalReport {
 std::vector<IllegalReport> illegalReports(const std::vector<runner::Status>& statuses);
 // The first of it; empty if there is none.
 std::string illegalReport(const std::vector<runner::Status>& statuses);
+// What is wrong beyond what is known. A scenario may be about reports that overtake each other:
+// exactly so many are passed over, and which one is overtaken may differ.
+std::vector<std::string> illegalBeyond(std::vector<IllegalReport> known,
+                                       const std::vector<runner::Status>& statuses);
 
 }  // namespace sweep

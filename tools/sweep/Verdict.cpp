@@ -14,12 +14,6 @@ bool hasLevel(const Sight& plain, std::string_view tag) {
                      [&](const std::string& line) { return line.starts_with(tag); });
 }
 
-// Whether nobody can tell, because the log of this scenario is not heard, or has no line of level
-// DEBUG: most failures are told there.
-bool isQuiet(const Sight& plain) {
-  return !plain.isHeard || !hasLevel(plain, "[DBG] ");
-}
-
 // Whether a line of this level would be heard: the plain run has such lines, or lines of a lower
 // level.
 bool isHeardFrom(const Sight& plain, std::string_view text) {
@@ -27,11 +21,6 @@ bool isHeardFrom(const Sight& plain, std::string_view text) {
     return !isQuiet(plain);
   }
   return !isQuiet(plain) || (plain.isHeard && hasLevel(plain, "[INF] "));
-}
-
-bool hasLine(const std::vector<std::string>& lines, std::string_view text) {
-  return std::any_of(lines.begin(), lines.end(),
-                     [&](const std::string& line) { return line.find(text) != std::string::npos; });
 }
 
 bool isAmongLines(const std::vector<std::string>& lines, std::string_view text, DWORD error) {
@@ -67,10 +56,6 @@ bool isToldWithAnyError(const Permission& row, const Sight& plain) {
     return text.empty() || !isHeardFrom(plain, text) ||
            isAmongLines(plain.lines, text.substr(0, text.find('{')), 0);
   });
-}
-
-bool leavesMain(const Sight& sight) {
-  return hasLine(sight.errors, "Exception occured in ServiceMain function");
 }
 
 bool isOn(const Sight& plain, Only machines) {
@@ -225,8 +210,7 @@ bool isInClient(const Sight& sight) {
 bool isEndWithoutAReason(const Sight& plain, const Sight& faulted) {
   const auto has = [&](std::string_view text) { return hasLine(faulted.lines, text); };
   return faulted.end == runner::End::kExit && endOf(faulted) == Outcome::kTold && !isQuiet(plain) &&
-         !isQuiet(faulted) && has("Starting talsInit...") &&
-         !has("Exception occured in ServiceMain function") &&
+         !isQuiet(faulted) && has("Starting talsInit...") && !leavesMain(faulted) &&
          !has("Stop service event signaled.") &&
          !has("OrvixVTMEKRecertification has been started.") && !has("Scheduling VTM Task ...");
 }
@@ -242,32 +226,15 @@ bool isMarked(const Sight& faulted, const Strike& strike) {
   });
 }
 
-// A report of STOPPED that the manager took, and that failed all the same, is followed by another.
-bool mayRepeatStopped(const Strike& strike) {
-  return strike.call == "SetServiceStatus" && strike.isDone;
-}
-
-// A scenario may be about reports that overtake each other: the fault did not cause those, and
-// exactly so many are passed over. Which report is overtaken may differ.
-std::vector<std::string> newIllegalReports(const Sight& plain, const Sight& faulted,
-                                           const Strike& strike) {
+// What the reports of this life may have wrong, because the fault did not cause it; and a report of
+// STOPPED that the manager took, and that failed all the same, is followed by another.
+std::vector<IllegalReport> knownIllegalReports(const Sight& plain, const Strike& strike) {
   std::vector<IllegalReport> known = illegalReports(plain.statuses);
-  if (mayRepeatStopped(strike)) {
+  if (strike.call == "SetServiceStatus" && strike.isDone) {
     const std::string stopped = runner::stateText(SERVICE_STOPPED);
     known.push_back({stopped + " was reported after " + stopped});
   }
-  std::vector<std::string> illegal;
-  for (const IllegalReport& report : illegalReports(faulted.statuses)) {
-    const auto same = std::find_if(known.begin(), known.end(), [&](const IllegalReport& one) {
-      return one.text == report.text || (one.isToldTwice && report.isToldTwice);
-    });
-    if (same == known.end()) {
-      illegal.push_back(report.text);
-    } else {
-      known.erase(same);
-    }
-  }
-  return illegal;
+  return known;
 }
 
 }  // namespace
@@ -297,7 +264,7 @@ Verdict judgeFault(const Sight& plain, const Sight& faulted, const Strike& strik
       !isInClient(faulted)) {
     verdict.reasons.emplace_back("somebody waits for ever");
   }
-  for (std::string& illegal : newIllegalReports(plain, faulted, strike)) {
+  for (std::string& illegal : illegalBeyond(knownIllegalReports(plain, strike), faulted.statuses)) {
     verdict.reasons.push_back(std::move(illegal));
   }
   for (const std::string& line : verdict.errors) {
