@@ -64,6 +64,7 @@ TEST_F(DeviceManagerWrapperTest, OpenSubKeyTriesAgainInThe64BitView) {
   const auto calls = journal().calls("RegOpenKeyExW");
   ASSERT_EQ(calls.size(), 2U);
   EXPECT_EQ(argument(calls[1], 1), "Software\\Here");
+  EXPECT_EQ(argument(calls[1], 2), "0");
   EXPECT_EQ(argument(calls[1], 3), std::to_string(0x20119));
   RegCloseKey(key);
 }

@@ -38,12 +38,23 @@ TEST_F(ErrorStringTest, AsksTheSystemsTableInNoParticularLanguage) {
   EXPECT_EQ(argument(calls[0], 1), "null");
   EXPECT_EQ(argument(calls[0], 2), "5");
   EXPECT_EQ(argument(calls[0], 3), "0");
+  EXPECT_EQ(argument(calls[0], 4), "0");
 }
 
 TEST_F(ErrorStringTest, FreesTheSystemsBufferWithTheProcessHeap) {
   GetErrorString(5);
-  EXPECT_EQ(journal().count("HeapFree"), 1U);
+  ASSERT_EQ(journal().count("HeapFree"), 1U);
+  EXPECT_EQ(argument(journal().calls("HeapFree")[0], 1), "0");
   EXPECT_EQ(ledger().open("allocation"), 0U);
+}
+
+// Whoever reads the log learns of the error also where the heap then ends the process.
+TEST_F(ErrorStringTest, LogsTheTextBeforeTheBufferIsFreed) {
+  GetErrorString(5);
+  const auto calls = journal().namesOf({"GetLocalTime", "HeapFree"});
+  ASSERT_GE(calls.size(), 2U);
+  EXPECT_EQ(calls.front(), "GetLocalTime");
+  EXPECT_EQ(calls.back(), "HeapFree");
 }
 
 }  // namespace

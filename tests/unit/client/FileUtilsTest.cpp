@@ -36,6 +36,11 @@ TEST_F(FileUtilsTest, OneBackslashIsAppendedToTheVariableAsItStands) {
   EXPECT_EQ(getTalsDirectory(kLog, 1), "D:\\logs\\\\");
 }
 
+TEST_F(FileUtilsTest, OneCharacterIsAVariableToo) {
+  setVariable(L"TALS_LOGDIR_PATH", L"l");
+  EXPECT_EQ(getTalsDirectory(kLog, 1), "l\\");
+}
+
 TEST_F(FileUtilsTest, AnEmptyVariableCountsAsAbsent) {
   setVariable(L"TALS_LOGDIR_PATH", L"");
   EXPECT_EQ(

@@ -56,6 +56,16 @@ TEST_F(talsClientCallerThreadTest, AnAsynchronousCommandIsLoggedFromTheStart) {
   caller.Wait();
 }
 
+TEST_F(talsClientCallerThreadTest, TheScheduledCommandsAreLoggedBeforeTheThreadIsMade) {
+  OpenCaller caller;
+  Texts logged;
+  host::CallHooks::instance().before("CreateThread", 1, [&] { logged = log.texts(); });
+  caller.executeAsync(1);
+  caller.Wait();
+  ASSERT_FALSE(logged.empty());
+  EXPECT_EQ(logged.back(), "[INF] [TPM] Executing scheduled commands: 1");
+}
+
 TEST_F(talsClientCallerThreadTest, AListLeftOverFromAnEarlierCallIsDropped) {
   OpenCaller caller;
   caller.schedule({0, 0, 0});

@@ -1,6 +1,7 @@
 #include "client/talsStatus.h"
 
 #include <iomanip>
+#include <locale>
 #include <sstream>
 #include <type_traits>
 
@@ -139,6 +140,18 @@ TEST_F(talsStatusTest, AStatusAtTheHeadOfALogItemIsNoBareNumber) {
   const LogRecorder log;
   LogItem() << STATUS_CONNECTION_ERROR;
   EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] 0x08 [STATUS_CONNECTION_ERROR]"});
+}
+
+// A program may have set a locale whose numbers have separators.
+TEST_F(talsStatusTest, DigitsAreTheSameInEveryLocale) {
+  struct Grouping : std::numpunct<char> {
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\1"; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+  const std::string text = textOf(0x12345678);
+  std::locale::global(before);
+  EXPECT_EQ(text.substr(0, 11), "0x12345678 ");
 }
 
 }  // namespace

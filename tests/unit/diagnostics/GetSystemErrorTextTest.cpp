@@ -17,6 +17,11 @@ TEST_F(GetSystemErrorTextTest, isTheWholeTextWhereThereIsNoCarriageReturn) {
   EXPECT_EQ(GetSystemErrorText(5), L"one\ntwo ");
 }
 
+TEST_F(GetSystemErrorTextTest, isWholeAlsoWhereItIsOneCharacter) {
+  host::machine().errorTexts[5] = L"x";
+  EXPECT_EQ(GetSystemErrorText(5), L"x");
+}
+
 TEST_F(GetSystemErrorTextTest, keepsCharactersThatHaveNoNarrowForm) {
   host::machine().errorTexts[5] = L"gew\u00E4hrt \u20AC\r\n";
   EXPECT_EQ(GetSystemErrorText(5), L"gew\u00E4hrt \u20AC");

@@ -45,6 +45,11 @@ TEST_F(LogItemTest, hasEachLevel) {
             (Texts{"[DBG] [TPM] d", "[INF] [TPM] i", "[ERR] [TPM] e", "[FTL] [TPM] f"}));
 }
 
+TEST_F(LogItemTest, takesTheLevelOfDebuggingBackToo) {
+  LogItem().error().debug() << "d";
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] d"});
+}
+
 TEST_F(LogItemTest, takesTheLastLevelAlsoBehindTheText) {
   LogItem().fatal() << "text";
   (LogItem() << "later").error().info();

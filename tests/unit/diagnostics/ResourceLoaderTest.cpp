@@ -17,6 +17,9 @@ using Names = std::vector<std::wstring>;
 
 constexpr uint32_t kId = 101;
 
+// Before any test has changed it.
+const bool kOwnModuleAtTheStart = ResourceLoader::useOwnModule;
+
 // A loader whose libraries are the lists themselves: a string is found where the test says so.
 class ListLoader : public ResourceLoader {
  public:
@@ -72,6 +75,10 @@ class ResourceLoaderTest : public host::MachineTest {
   ListLoader loader;
   wchar_t buffer[ResourceLoader::kDefaultSize] = {};
 };
+
+TEST_F(ResourceLoaderTest, leavesTheProgramsOwnStringsAloneUnlessTold) {
+  EXPECT_FALSE(kOwnModuleAtTheStart);
+}
 
 TEST_F(ResourceLoaderTest, namesSixLanguages) {
   EXPECT_EQ(ResourceLoader::languageNames(), (std::map<int32_t, std::wstring>{{0, L"en-US"},

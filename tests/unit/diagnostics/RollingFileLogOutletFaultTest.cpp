@@ -155,6 +155,17 @@ TEST_F(RollingFileLogOutletFaultTest, doesNotWriteTheLineWhenTheReasonCannotBeWr
   EXPECT_EQ(content(L"x.log"), "c\r\n");
 }
 
+TEST_F(RollingFileLogOutletFaultTest, doesNotWriteTheLineWhenTheFileOfTheReasonCannotBeClosed) {
+  faults().failOnce("CloseHandle", 6, 2);
+  rollWith("MoveFileW", 32);
+  EXPECT_EQ(content(L"x.log"),
+            "a\r\nError when renaming file from C:\\logs\\x.log.0 to C:\\logs\\x.log.1"
+            "Last error: 32");
+  EXPECT_EQ(listener.heard, (Heard{{"Error when writing to log file: Error when closing file "
+                                    "C:\\logs\\x.logLast Error: 6",
+                                    1}}));
+}
+
 TEST_F(RollingFileLogOutletFaultTest, doesNotWriteTheLineWhenTheSizeForTheReasonCannotBeRead) {
   faults().failOnce("FindFirstFileW", 5, 4);
   rollWith("MoveFileW", 32);

@@ -303,6 +303,20 @@ TEST_F(RollingFileLogOutletTest, stampsTheLocalTimeInAGivenFormat) {
   EXPECT_EQ(stamp, "03.02.2026 034 04:05");
 }
 
+TEST_F(RollingFileLogOutletTest, stampsTheDayOfTheWeek) {
+  host::machine().setLocalTime(2026, 2, 3, 4, 5, 6, 7);
+  std::string stamp;
+  OpenOutlet::timeStamp(stamp, "%w %a");
+  EXPECT_EQ(stamp, "2 Tue");
+}
+
+// Whether it is summer time is not known, so that no distance from universal time can be told.
+TEST_F(RollingFileLogOutletTest, stampsNoZone) {
+  std::string stamp;
+  OpenOutlet::timeStamp(stamp, "[%z]");
+  EXPECT_EQ(stamp, "[]");
+}
+
 TEST_F(RollingFileLogOutletTest, hasItsOperationsInOrder) {
   EXPECT_EQ(slotOf(&RollingFileLogOutlet::Log), 2U);
   EXPECT_EQ(slotOf(&RollingFileLogOutlet::wantsPrefix), 3U);

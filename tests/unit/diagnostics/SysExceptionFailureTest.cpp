@@ -106,6 +106,11 @@ TEST_F(SysExceptionFailureTest, hasRoomForThirtyOneCharactersAndEightDigits) {
   EXPECT_EQ(exception.errorText(), "12345678901234567890123456789010xfedcba98");
 }
 
+TEST_F(SysExceptionFailureTest, printsNoDigitsBehindTheEndOfTheBuffer) {
+  install(u"123456789012345678901234567890123456789");
+  EXPECT_EQ(unknownErrorText(), "1234567890123456789012345678901234567890x");
+}
+
 TEST_F(SysExceptionFailureTest, dropsAResourceThatDoesNotFit) {
   install(u"123456789012345678901234567890123456789012");
   EXPECT_EQ(unknownErrorText(), "0x5");

@@ -94,6 +94,13 @@ TEST_F(TextTest, splitsACharacterBeyondTheFirstPlaneIntoTwoUnits) {
   EXPECT_EQ(vusl::Utf16(L"\U0001F600"), u"\U0001F600");
 }
 
+TEST_F(TextTest, keepsTheLastCharacterOfEachLengthInUtf16) {
+  EXPECT_EQ(vusl::Utf16(L"\uFFFF"), u"\uFFFF");
+  EXPECT_EQ(vusl::Utf16(L"\U00010000"), u"\xD800\xDC00");
+  EXPECT_EQ(vusl::Utf16(L"\U000103FF"), u"\xD800\xDFFF");
+  EXPECT_EQ(vusl::Utf16(L"\U0010FFFF"), u"\xDBFF\xDFFF");
+}
+
 TEST_F(TextTest, replacesWhatIsNoCharacterInUtf16) {
   if constexpr (sizeof(wchar_t) < 4) GTEST_SKIP() << "every unit is a character here";
   EXPECT_EQ(vusl::Utf16(std::wstring(1, static_cast<wchar_t>(0x110000))), u"\uFFFD");

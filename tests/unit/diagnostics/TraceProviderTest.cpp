@@ -69,6 +69,13 @@ TEST_F(TraceProviderTest, keepsTheKeywordsOfTheSession) {
   EXPECT_FALSE(provider.isEnabled(5, 0x8));
 }
 
+TEST_F(TraceProviderTest, wantsNoEventWithoutAnyOfTheSessionsKeywords) {
+  enable(provider, 1, 5, 0x1, 0);
+  EXPECT_TRUE(provider.isEnabled(5, 0x1));
+  EXPECT_TRUE(provider.isEnabled(5, 0x3));
+  EXPECT_FALSE(provider.isEnabled(5, 0x2));
+}
+
 TEST_F(TraceProviderTest, wantsAnEventWithNoKeywordWhateverTheSessionsKeywords) {
   enable(provider, 1, 5, 0x6, 0x2);
   EXPECT_TRUE(provider.isEnabled(5, 0));

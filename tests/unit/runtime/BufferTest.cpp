@@ -101,4 +101,22 @@ TEST(BufferTest, freeOfAnEmptyBufferDoesNothing) {
   EXPECT_EQ(buffer.data(), nullptr);
 }
 
+TEST(BufferTest, freeGivesTheBlockBack) {
+  const CountedAllocation counted;
+  Buffer buffer;
+  buffer.Alloc(4);
+  EXPECT_EQ(counted.blocksKept(), 1);
+  buffer.Free();
+  EXPECT_EQ(counted.blocksKept(), 0);
+}
+
+TEST(BufferTest, destructorGivesTheBlockBack) {
+  const CountedAllocation counted;
+  {
+    Buffer buffer;
+    buffer.Alloc(4);
+  }
+  EXPECT_EQ(counted.blocksKept(), 0);
+}
+
 }  // namespace

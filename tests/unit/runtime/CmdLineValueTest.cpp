@@ -65,6 +65,18 @@ TEST_F(CmdLineValueTest, emptyArgumentIsAValue) {
   EXPECT_EQ(file.value, L"");
 }
 
+TEST_F(CmdLineValueTest, emptyArgumentIsAValueAlsoWhereAZeroIsAPrefixCharacter) {
+  CmdLineProc zeroPrefixed{vusl::string_t(L"-\0\1", 3), output, input};
+  CmdLineParameter& file = zeroPrefixed.addParameter(zeroPrefixed.addGroup(L"file"), L"file");
+  file.kind = CmdLineParameterKind::ValueRequired;
+  file.value = L"default";
+  const wchar_t* const empty[] = {L"program.exe", L"-file", L""};
+  zeroPrefixed.parseCommandLine(3, empty);
+  EXPECT_EQ(file.value, L"");
+  const wchar_t* const prefixed[] = {L"program.exe", L"-file", L"\1x"};
+  EXPECT_THROW(zeroPrefixed.parseCommandLine(3, prefixed), vusl::InvalidInputError);
+}
+
 TEST_F(CmdLineValueTest, optionalValueIsTaken) {
   CmdLineParameter& level = add(L"level", CmdLineParameterKind::ValueOptional);
   level.value = L"3";

@@ -14,6 +14,12 @@ thread_local std::size_t t_smallestSpoiltSize = kNever;
 thread_local bool t_dirty = false;
 thread_local std::size_t t_requests = 0;
 thread_local std::size_t t_bytes = 0;
+thread_local std::size_t t_releases = 0;
+
+void giveBack(void* memory) noexcept {
+  if (memory != nullptr) ++t_releases;
+  std::free(memory);
+}
 
 }  // namespace
 
@@ -45,7 +51,8 @@ DirtyAllocation::~DirtyAllocation() {
   t_dirty = false;
 }
 
-CountedAllocation::CountedAllocation() : before(t_requests), bytesBefore(t_bytes) {}
+CountedAllocation::CountedAllocation()
+    : before(t_requests), releasesBefore(t_releases), bytesBefore(t_bytes) {}
 
 std::size_t CountedAllocation::requests() const {
   return t_requests - before;
@@ -53,6 +60,11 @@ std::size_t CountedAllocation::requests() const {
 
 std::size_t CountedAllocation::bytes() const {
   return t_bytes - bytesBefore;
+}
+
+std::ptrdiff_t CountedAllocation::blocksKept() const {
+  return static_cast<std::ptrdiff_t>(requests()) -
+         static_cast<std::ptrdiff_t>(t_releases - releasesBefore);
 }
 
 // Replaced as a set, so that what one form takes the matching form gives back.
@@ -83,14 +95,14 @@ void* operator new[](std::size_t size) {
 }
 
 void operator delete(void* memory) noexcept {
-  std::free(memory);
+  giveBack(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
+  giveBack(memory);
 }
 void operator delete[](void* memory) noexcept {
-  std::free(memory);
+  giveBack(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
+  giveBack(memory);
 }

@@ -42,8 +42,11 @@ class CountedAllocation {
   CountedAllocation();
   std::size_t requests() const;
   std::size_t bytes() const;
+  // How many more blocks the thread has asked for than it has given back.
+  std::ptrdiff_t blocksKept() const;
 
  private:
   std::size_t before;
+  std::size_t releasesBefore;
   std::size_t bytesBefore;
 };

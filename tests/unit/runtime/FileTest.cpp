@@ -434,4 +434,13 @@ TEST_F(FileTest, readAllOfAnEmptyFileLeavesTheStreamAsItWas) {
   EXPECT_TRUE(stream.good());
 }
 
+// What is wrong with the stream beforehand is its owner's business.
+TEST_F(FileTest, readAllIntoAStreamThatWasBadBeforeThrowsNothing) {
+  put("abc");
+  std::stringstream stream;
+  stream.setstate(std::ios_base::badbit);
+  EXPECT_NO_THROW(File(kFilePath).readAll(stream));
+  EXPECT_EQ(stream.str(), "");
+}
+
 }  // namespace

@@ -56,6 +56,16 @@ TEST_F(ThreadNamingTest, raisesTheNamingExceptionWithTheRecordInThreeArguments) 
   EXPECT_EQ(g_seen.recordFlags, 0U);
 }
 
+// A handler that another part of the process has put in front is to learn nothing of it.
+TEST_F(ThreadNamingTest, takesTheExceptionAheadOfEveryOtherHandler) {
+  PVOID const watcher = AddVectoredExceptionHandler(1, watch);
+  g_seen = {};
+  vusl::NameThreadForDebugger(0x1A2C, "loader");
+  RemoveVectoredExceptionHandler(watcher);
+  EXPECT_EQ(g_seen.code, 0U);
+  EXPECT_EQ(journal().calls("RaiseException").size(), 1U);
+}
+
 class IdTelling : public vusl::Thread {
  public:
   IdTelling() : Thread("tencharact") {}

@@ -46,6 +46,12 @@ TEST_F(ThreadTest, creationResetsTheStartedEventAndLogsTheName) {
   EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] [" + pointerText(&worker) + "] Thread loader created"});
 }
 
+TEST_F(ThreadTest, creationResetsTheStartedEventBeforeItLogs) {
+  const Worker worker("loader");
+  EXPECT_EQ(journal().namesOf({"ResetEvent", "GetLocalTime"}).at(0), "ResetEvent");
+  EXPECT_FALSE(journal().calls("GetLocalTime").empty());
+}
+
 TEST_F(ThreadTest, nameOfNineCharactersIsKeptWhole) {
   LogRecorder log;
   const Worker worker("ninechars");

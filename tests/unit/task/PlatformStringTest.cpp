@@ -5,6 +5,7 @@
 
 #include "task/ComError.h"
 #include "tests/support/MachineTest.h"
+#include "tests/unit/runtime/FailingAllocation.h"
 
 namespace {
 
@@ -19,6 +20,18 @@ TEST_F(PlatformStringTest, textIsAllocatedOnceAndFreedOnce) {
   { const PlatformString text(L"one"); }
   EXPECT_EQ(calls(), (Texts{"SysAllocString", "SysFreeString"}));
   EXPECT_EQ(ledger().violations(), Texts{});
+}
+
+TEST_F(PlatformStringTest, nothingIsKeptOfAString) {
+  { const PlatformString first(L"one"); }
+  const CountedAllocation counted;
+  {
+    const PlatformString text(L"one");
+    const PlatformString& shared = text;
+    const PlatformString copy(shared);
+  }
+  // What the journal keeps is the model's.
+  EXPECT_EQ(counted.blocksKept(), 0);
 }
 
 TEST_F(PlatformStringTest, stringHoldsTheText) {
