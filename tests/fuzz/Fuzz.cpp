@@ -25,6 +25,7 @@ constexpr std::array kTargets = {
     Target{"command-line", runCommandLine},
     Target{"device-list", runDeviceList},
     Target{"registry-text", runRegistryText},
+    Target{"stored-path", runStoredPath},
     Target{"language-library", runLanguageLibrary},
     Target{"resource-file", runResourceFile},
     Target{"trace-event", runTraceEvent},

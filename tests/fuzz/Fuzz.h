@@ -23,6 +23,7 @@ void runConfigurationValues(std::string_view bytes);
 void runCommandLine(std::string_view bytes);
 void runDeviceList(std::string_view bytes);
 void runRegistryText(std::string_view bytes);
+void runStoredPath(std::string_view bytes);
 void runLanguageLibrary(std::string_view bytes);
 void runResourceFile(std::string_view bytes);
 void runTraceEvent(std::string_view bytes);
