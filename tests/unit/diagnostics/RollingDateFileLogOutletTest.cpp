@@ -197,11 +197,11 @@ TEST_F(RollingDateFileLogOutletTest, closesEveryFileThatItLooksAt) {
   EXPECT_EQ(ledger().open("find"), 0U);
 }
 
-// Two files written within one tick of the lower half of the platform's time: the upper half alone
-// tells which of them is older.
+// Two files on both sides of the moment at which the lower half of the platform's time begins anew:
+// the upper half alone tells which of them is older.
 TEST_F(RollingDateFileLogOutletTest, sortsByTheWholeTimeOfTheLastWriting) {
   constexpr std::int64_t kTicksPerMs = 10'000;
-  constexpr std::int64_t kUpperHalf = 0x01D00000LL << 32;  // in 2014, in ticks since 1601
+  constexpr std::int64_t kUpperHalf = 0x01D00001LL << 32;  // in 2014, in ticks since 1601
   outlet.setMaxArchiveNumber(3);
   write(L"x.log.1", "newer");
   host::machine().drive.setTimes(L"C:\\logs\\x.log.1", kUpperHalf / kTicksPerMs + 1);
