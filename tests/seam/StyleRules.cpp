@@ -13,7 +13,7 @@ namespace seam {
 namespace {
 
 constexpr std::size_t kMostFunctionLines = 70;
-constexpr std::size_t kShortestText = 12;
+constexpr std::size_t kShortestText = 8;
 
 std::string finding(const SourceFile& file, std::size_t line, const std::string& text) {
   return file.name + ":" + std::to_string(line) + ": " + text;
@@ -100,9 +100,6 @@ bool isInclude(const SourceFile& file, std::size_t line) {
 Findings longFunctions(const SourceTree& files) {
   Findings findings;
   for (const auto& [name, file] : files) {
-    if (!file.isSource()) {
-      continue;
-    }
     for (const Declaration& declaration : declarationsOf(file)) {
       const std::size_t lines = declaration.lastLine - declaration.firstLine + 1;
       if (declaration.kind == Declaration::Kind::kFunction && declaration.hasBody &&
@@ -116,18 +113,15 @@ Findings longFunctions(const SourceTree& files) {
   return findings;
 }
 
-Findings narrowPlatformCalls(const SourceTree& product, const SourceTree& declared) {
-  static const std::regex call(R"re((^|[^\w.>:~]|(^|\W)::)([A-Z]\w*[a-z])A?\()re");
+Findings narrowPlatformCalls(const SourceTree& callers, const SourceTree& declared) {
+  static const std::regex call(R"re((^|[^\w.>:~]|(^|\W)::)([A-Z]\w*[a-z])(A?)\()re");
   const std::set<std::string> wide = wideFunctions(declared);
   Findings findings;
-  for (const auto& [name, file] : product) {
-    if (!name.ends_with(".cpp")) {
-      continue;
-    }
+  for (const auto& [name, file] : callers) {
     for (std::size_t index = 0; index < file.code.size(); ++index) {
       const std::string& line = file.code[index];
       for (std::sregex_iterator match(line.begin(), line.end(), call), end; match != end; ++match) {
-        if (wide.contains((*match)[3].str())) {
+        if ((*match)[4].length() > 0 || wide.contains((*match)[3].str())) {
           findings.push_back(
               finding(file, index + 1, (*match)[3].str() + " is not called by its wide name"));
         }
@@ -144,8 +138,10 @@ Findings undocumented(const SourceTree& product) {
       continue;
     }
     for (const Declaration& declaration : declarationsOf(file)) {
-      if (declaration.kind != Declaration::Kind::kOther && declaration.isPublic &&
-          !speaksForItself(declaration) && !isCommented(file, declaration.firstLine)) {
+      const bool isToBeTold =
+          declaration.kind != Declaration::Kind::kOther || declaration.text.starts_with("enum ");
+      if (isToBeTold && declaration.isPublic && !speaksForItself(declaration) &&
+          !isCommented(file, declaration.firstLine)) {
         findings.push_back(
             finding(file, declaration.firstLine, "no comment on: " + declaration.text));
       }
