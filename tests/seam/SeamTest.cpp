@@ -136,6 +136,12 @@ TEST(SeamTest, HeadersOfTheProductSayWhatTheyOffer) {
   expectNone(seam::undocumented(product()));
 }
 
+TEST(SeamTest, WhatTheCheckersPassOverHasItsReasonBesideIt) {
+  expectNone(seam::exceptionsWithoutReason(
+      seam::readTree(kRoot, {".clang-tidy", "VUSL", "client", "service", "task", "bench",
+                             "platform", "standins", "tests", "tools"})));
+}
+
 TEST(SeamTest, TextsOfTheSystemStandOnce) {
   expectNone(seam::textsTwice(product()));
 }

@@ -95,7 +95,41 @@ bool isInclude(const SourceFile& file, std::size_t line) {
                      [&](const Include& include) { return include.line == line; });
 }
 
+// A line that has a checker pass over something. The end of such a stretch is none, and neither is
+// the beginning of the list of checks, which takes all of them out.
+bool isException(const SourceFile& file, std::size_t index) {
+  static const std::regex inSource(R"re(// (NOLINT(?!END)|cppcheck-suppress))re");
+  static const std::regex inList(R"re(^ *- '-[^*])re");
+  return std::regex_search(file.lines[index], file.isSource() ? inSource : inList);
+}
+
+bool hasReason(const SourceFile& file, std::size_t index) {
+  static const std::regex reason(R"re(NOLINT\w*\([^)]*\): \w)re");
+  static const std::regex comment(R"re(^ *(//|#) (?!NOLINT|cppcheck-)\w)re");
+  if (std::regex_search(file.lines[index], reason)) {
+    return true;
+  }
+  std::size_t above = index;
+  while (above > 0 && isException(file, above - 1) && file.isSource()) {
+    --above;
+  }
+  return above > 0 && std::regex_search(file.lines[above - 1], comment);
+}
+
 }  // namespace
+
+Findings exceptionsWithoutReason(const SourceTree& files) {
+  Findings findings;
+  for (const auto& [name, file] : files) {
+    for (std::size_t index = 0; index < file.lines.size(); ++index) {
+      const bool isRead = file.isSource() || name == ".clang-tidy";
+      if (isRead && isException(file, index) && !hasReason(file, index)) {
+        findings.push_back(finding(file, index + 1, "passed over without a reason beside it"));
+      }
+    }
+  }
+  return findings;
+}
 
 Findings longFunctions(const SourceTree& files) {
   Findings findings;

@@ -22,4 +22,8 @@ Findings undocumented(const SourceTree& product);
 // No text literal of 8 characters or more stands twice in the product.
 Findings textsTwice(const SourceTree& product);
 
+// What a checker is told to pass over, in a source or in the list of its checks (.clang-tidy), has
+// its reason beside it: behind it on its line, or in a comment on the line above.
+Findings exceptionsWithoutReason(const SourceTree& files);
+
 }  // namespace seam

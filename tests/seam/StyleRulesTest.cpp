@@ -115,6 +115,35 @@ TEST(StyleRulesTest, TextsThatStandTwiceAreReported) {
               ElementsAre("client/B.cpp:2: \"Eight si\" stands at client/A.cpp:2 already"));
 }
 
+// What a checker is told is put together here, so that this file itself has no exception.
+TEST(StyleRulesTest, ExceptionsWithoutAReasonAreReported) {
+  const Checkout checkout;
+  const std::string next =
+      "// NO"
+      "LINTNEXTLINE(a-check)";
+  const std::string cppcheck =
+      "// cpp"
+      "check-suppress aCheck";
+  checkout.write("client/A.cpp", next + ": it has a reason\nf();\n// A reason for both.\n" +
+                                     cppcheck + "\n" + next + "\nf();\n\n" + next + "\nf();\n");
+  checkout.write("client/B.cpp",
+                 "f();  // NO"
+                 "LINT\n// Why.\n// NO"
+                 "LINTBEGIN(a-check)\nf();\n"
+                 "// NO"
+                 "LINTEND(a-check)\n" +
+                     cppcheck + "\nf();\n");
+  checkout.write(".clang-tidy",
+                 "Checks:\n  - '-*'\n  - 'a-*'\n  # Why.\n  - '-a-one'\n"
+                 "  - '-a-two'\n");
+  EXPECT_THAT(
+      seam::exceptionsWithoutReason(seam::readTree(checkout.root(), {".clang-tidy", "client"})),
+      ElementsAre(".clang-tidy:6: passed over without a reason beside it",
+                  "client/A.cpp:8: passed over without a reason beside it",
+                  "client/B.cpp:1: passed over without a reason beside it",
+                  "client/B.cpp:6: passed over without a reason beside it"));
+}
+
 TEST(StyleRulesTest, DeclarationsAreToldApart) {
   const Checkout checkout;
   checkout.write("client/A.h",
