@@ -23,6 +23,7 @@ bool SetUpLog() {
                        settings::kServiceConfFile);
   } catch (const FileACLException& refused) {
     // Deliberate: the copy is dropped and nothing is said, so a thrower fails silently here.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     [[maybe_unused]] const Exception dropped = refused;
   } catch (...) {
     return false;

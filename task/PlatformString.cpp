@@ -1,6 +1,7 @@
 #include "task/PlatformString.h"
 
 #include <memory>
+#include <utility>
 
 #include "task/ComError.h"
 
@@ -16,9 +17,8 @@ PlatformString::PlatformString(const PlatformString& other) : m_shared(other.m_s
 }
 
 PlatformString& PlatformString::operator=(const PlatformString& other) {
-  ++other.m_shared->references;
-  release();
-  m_shared = other.m_shared;
+  PlatformString copy(other);
+  std::swap(m_shared, copy.m_shared);
   return *this;
 }
 
@@ -40,6 +40,7 @@ void PlatformString::release() {
 }
 
 VARIANT EmptyVariant() {
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the platform's own call fills it
   VARIANT variant;
   VariantInit(&variant);
   return variant;

@@ -42,6 +42,27 @@ bool mayInclude(const SourceFile& file, const std::string& targetRoom) {
          (targetRoom == "client" && isLogSetup(file.name));
 }
 
+// Where what stands beside the product may look: whose rooms it may include, the product's or not.
+struct Outlook {
+  std::set<std::string> rooms;
+  bool product = false;
+};
+
+const std::map<std::string, Outlook> kOutlooks = {
+    {"platform", {{"platform"}, false}},
+    {"standins", {{"standins"}, false}},
+    {"tools", {{"tools", "platform", "standins"}, true}},
+    {"bench", {{"bench", "tools", "platform"}, true}},
+};
+
+bool hasCode(const std::string& name) {
+  static const std::set<std::string> kinds = {".h",  ".cpp", ".c",  ".s",     ".py",
+                                              ".sh", ".pml", ".rc", ".cmake", ".cmd"};
+  const std::filesystem::path path(name);
+  return kinds.contains(path.extension().string()) || path.filename() == "CMakeLists.txt" ||
+         name == "dev";
+}
+
 std::size_t columnsOf(const std::string& line) {
   // Bytes that continue a UTF-8 character take no column.
   return static_cast<std::size_t>(std::count_if(line.begin(), line.end(), [](char byte) {
@@ -163,6 +184,24 @@ Findings otherDoorsToThePlatform(const SourceTree& product) {
   return findings;
 }
 
+Findings forbiddenArrowsBeside(const SourceTree& files) {
+  Findings findings;
+  for (const auto& [name, file] : files) {
+    const Outlook& outlook = kOutlooks.at(file.room());
+    for (const Include& include : file.includes) {
+      const std::string target = roomOf(include.target);
+      const bool isRoom = kOutlooks.contains(target) || isProductRoom(target) || target == "tests";
+      const bool isSeen =
+          outlook.rooms.contains(target) || (outlook.product && isProductRoom(target));
+      if (isRoom && !isSeen) {
+        findings.push_back(finding(file, include.line,
+                                   file.room() + " may not include \"" + include.target + "\""));
+      }
+    }
+  }
+  return findings;
+}
+
 Findings windowsHeaderElsewhere(const SourceTree& files) {
   Findings findings;
   for (const auto& [name, file] : files) {
@@ -170,7 +209,7 @@ Findings windowsHeaderElsewhere(const SourceTree& files) {
       std::string target = include.target;
       std::transform(target.begin(), target.end(), target.begin(),
                      [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-      if (target == "windows.h" && name != kPlatformDoor) {
+      if (file.isSource() && target == "windows.h" && name != kPlatformDoor) {
         findings.push_back(
             finding(file, include.line,
                     std::string("windows.h is included in ") + kPlatformDoor + " only"));
@@ -236,18 +275,40 @@ Findings idleTestFiles(const SourceTree& tests, const std::filesystem::path& roo
   return findings;
 }
 
-Findings tooLong(const SourceTree& product) {
+Findings skippedTests(const SourceTree& tests, const std::set<std::string>& known) {
+  static const std::regex pattern(R"(^\s*((if|else)\b.*)?\bGTEST_SKIP\b)");
   Findings findings;
-  for (const auto& [name, file] : product) {
-    if (!file.isSource()) {
-      continue;
+  std::set<std::string> needless = known;
+  for (const auto& [name, file] : tests) {
+    for (std::size_t index = 0; index < file.code.size(); ++index) {
+      if (!std::regex_search(file.code[index], pattern)) {
+        continue;
+      }
+      needless.erase(name);
+      if (!known.contains(name)) {
+        findings.push_back(finding(file, index + 1, "a test leaves itself out"));
+      }
     }
-    if (file.lines.size() > kMaxLines) {
+  }
+  for (const std::string& name : needless) {
+    findings.push_back(name + ": no test leaves itself out");
+  }
+  return findings;
+}
+
+Findings tooLong(const SourceTree& files, const std::set<std::string>& known) {
+  Findings findings;
+  for (const auto& [name, file] : files) {
+    const bool isLong = hasCode(name) && file.lines.size() > kMaxLines;
+    if (isLong && !known.contains(name)) {
       findings.push_back(finding(file, kMaxLines + 1,
                                  "the file has " + std::to_string(file.lines.size()) + " lines, " +
                                      std::to_string(kMaxLines) + " are allowed"));
     }
-    for (std::size_t index = 0; index < file.lines.size(); ++index) {
+    if (!isLong && known.contains(name)) {
+      findings.push_back(finding(file, file.lines.size(), "the file is not too long"));
+    }
+    for (std::size_t index = 0; index < file.code.size(); ++index) {
       const std::size_t columns = columnsOf(file.lines[index]);
       if (columns > kMaxColumns) {
         findings.push_back(finding(file, index + 1,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,11 @@ Findings forbiddenArrows(const SourceTree& product);
 // standard library's, which have names without dot and slash).
 Findings otherDoorsToThePlatform(const SourceTree& product);
 
-// <windows.h> is included in platform/win32.h and nowhere else among the given files.
+// What stands beside the product: platform and standins know neither the product nor what is built
+// upon it, tools know neither tests nor benchmarks, and benchmarks no tests.
+Findings forbiddenArrowsBeside(const SourceTree& files);
+
+// <windows.h> is included in platform/win32.h and nowhere else among the given files of C++.
 Findings windowsHeaderElsewhere(const SourceTree& files);
 
 // No two product files include each other in a circle. Each circle is told once.
@@ -43,7 +48,12 @@ Findings productNotCompiled(const SourceTree& product, const std::filesystem::pa
 Findings idleTestFiles(const SourceTree& tests, const std::filesystem::path& root,
                        const std::vector<std::string>& compiled);
 
-// Product files have at most 500 lines of at most 100 columns.
-Findings tooLong(const SourceTree& product);
+// Whether a test leaves itself out is for it alone to say, so only the files named in `known` may
+// do that; one that is named and has no such test is told too.
+Findings skippedTests(const SourceTree& tests, const std::set<std::string>& known);
+
+// Files with code in them have at most 500 lines, but for those named in `known`, and those of C++
+// and C at most 100 columns. One that is named and needs not to be is told too.
+Findings tooLong(const SourceTree& files, const std::set<std::string>& known);
 
 }  // namespace seam

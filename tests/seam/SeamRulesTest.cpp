@@ -153,9 +153,59 @@ TEST(SeamRulesTest, LongFilesAndLongLinesAreReported) {
   // The second line has 100 characters, one of which takes two bytes.
   checkout.write("client/Wide.cpp", std::string(101, 'x') + "\n" + std::string(99, 'x') +
                                         "\xC3\xA9\n" + std::string(100, 'x') + "\n");
-  EXPECT_THAT(seam::tooLong(checkout.product()),
+  EXPECT_THAT(seam::tooLong(checkout.product(), {}),
               ElementsAre("client/Long.cpp:501: the file has 501 lines, 500 are allowed",
                           "client/Wide.cpp:1: the line has 101 columns, 100 are allowed"));
+}
+
+TEST(SeamRulesTest, LongScriptsAreReportedUnlessTheyAreKnown) {
+  const Checkout checkout;
+  std::string tooMany;
+  for (int line = 0; line < 501; ++line) {
+    tooMany += "\n";
+  }
+  checkout.write("dev", tooMany);
+  checkout.write("tests/known_test.sh", tooMany);
+  checkout.write("tests/short_test.sh", std::string(101, 'x') + "\n");
+  checkout.write("tests/CMakeLists.txt", tooMany);
+  checkout.write("tests/help.c", std::string(101, 'x') + "\n");
+  checkout.write("tests/table.txt", tooMany);
+  EXPECT_THAT(seam::tooLong(seam::readTree(checkout.root(), {"dev", "tests"}),
+                            {"tests/known_test.sh", "tests/short_test.sh"}),
+              ElementsAre("dev:501: the file has 501 lines, 500 are allowed",
+                          "tests/CMakeLists.txt:501: the file has 501 lines, 500 are allowed",
+                          "tests/help.c:1: the line has 101 columns, 100 are allowed",
+                          "tests/short_test.sh:1: the file is not too long"));
+}
+
+TEST(SeamRulesTest, TestsThatLeaveThemselvesOutAreReportedUnlessTheyAreKnown) {
+  const Checkout checkout;
+  checkout.write("tests/ATest.cpp", "TEST(A, a) {\n  GTEST_SKIP() << \"later\";\n}\n");
+  checkout.write("tests/BTest.cpp", "TEST(B, a) {\n  if (no) GTEST_SKIP();\n}\n");
+  checkout.write("tests/CTest.cpp", "TEST(C, a) {}  // GTEST_SKIP()\n");
+  EXPECT_THAT(seam::skippedTests(checkout.tests(), {"tests/BTest.cpp", "tests/CTest.cpp"}),
+              ElementsAre("tests/ATest.cpp:2: a test leaves itself out",
+                          "tests/CTest.cpp: no test leaves itself out"));
+}
+
+TEST(SeamRulesTest, ArrowsBesideTheProductAreReported) {
+  const Checkout checkout;
+  checkout.write("bench/B.cpp", "#include \"client/C.h\"\n#include \"tests/support/T.h\"\n");
+  checkout.write("platform/host/H.cpp",
+                 "#include \"platform/win32.h\"\n#include \"client/C.h\"\n"
+                 "#include \"tools/T.h\"\n#include \"generated.h\"\n");
+  checkout.write("standins/S.c", "#include \"standins/S.h\"\n#include \"task/D.h\"\n");
+  checkout.write("tools/T.cpp",
+                 "#include \"service/A.h\"\n#include \"tools/T.h\"\n"
+                 "#include \"bench/B.h\"\n#include \"tests/support/T.h\"\n");
+  EXPECT_THAT(seam::forbiddenArrowsBeside(
+                  seam::readTree(checkout.root(), {"bench", "platform", "standins", "tools"})),
+              ElementsAre("bench/B.cpp:2: bench may not include \"tests/support/T.h\"",
+                          "platform/host/H.cpp:2: platform may not include \"client/C.h\"",
+                          "platform/host/H.cpp:3: platform may not include \"tools/T.h\"",
+                          "standins/S.c:2: standins may not include \"task/D.h\"",
+                          "tools/T.cpp:3: tools may not include \"bench/B.h\"",
+                          "tools/T.cpp:4: tools may not include \"tests/support/T.h\""));
 }
 
 TEST(SeamRulesTest, CommentsGoAndTextLiteralsStay) {

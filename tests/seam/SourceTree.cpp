@@ -64,6 +64,18 @@ std::size_t endOfLiteral(const std::string& text, std::size_t start) {
   return text.size();
 }
 
+SourceFile readSource(const std::filesystem::path& root, const std::string& name) {
+  SourceFile file;
+  file.name = name;
+  const std::string text = readFile(root / name);
+  file.lines = linesOf(text);
+  if (file.isSource() || name.ends_with(".c")) {
+    file.code = linesOf(withoutComments(text));
+    file.includes = includesOf(file.code);
+  }
+  return file;
+}
+
 // An apostrophe inside a number separates digits and starts nothing.
 bool separatesDigits(const std::string& text, std::size_t at) {
   return text[at] == '\'' && at > 0 && std::isxdigit(static_cast<unsigned char>(text[at - 1])) != 0;
@@ -103,25 +115,20 @@ std::string withoutComments(const std::string& text) {
   return code;
 }
 
-SourceTree readTree(const std::filesystem::path& root, const std::vector<std::string>& folders) {
+SourceTree readTree(const std::filesystem::path& root, const std::vector<std::string>& names) {
   SourceTree tree;
-  for (const std::string& folder : folders) {
-    if (!std::filesystem::is_directory(root / folder)) {
+  for (const std::string& name : names) {
+    if (std::filesystem::is_regular_file(root / name)) {
+      tree.emplace(name, readSource(root, name));
+    }
+    if (!std::filesystem::is_directory(root / name)) {
       continue;
     }
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
-      if (!entry.is_regular_file()) {
-        continue;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root / name)) {
+      if (entry.is_regular_file()) {
+        const std::string inside = entry.path().lexically_relative(root).generic_string();
+        tree.emplace(inside, readSource(root, inside));
       }
-      SourceFile file;
-      file.name = entry.path().lexically_relative(root).generic_string();
-      const std::string text = readFile(entry.path());
-      file.lines = linesOf(text);
-      if (file.isSource()) {
-        file.code = linesOf(withoutComments(text));
-        file.includes = includesOf(file.code);
-      }
-      tree.emplace(file.name, std::move(file));
     }
   }
   return tree;

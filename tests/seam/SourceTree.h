@@ -18,7 +18,7 @@ struct Include {
 struct SourceFile {
   std::string name;
   std::vector<std::string> lines;  // as they are written
-  std::vector<std::string> code;   // the same lines without their comments
+  std::vector<std::string> code;   // of C++ and C, the same lines without their comments
   std::vector<Include> includes;   // those in code, not those in comments
 
   // The first component of the name: "service", "VUSL", "platform", ...
@@ -29,8 +29,9 @@ struct SourceFile {
 // The files below some folders of a checkout, by name.
 using SourceTree = std::map<std::string, SourceFile>;
 
-// Reads all files below the given folders of `root`; a folder that is missing counts as empty.
-SourceTree readTree(const std::filesystem::path& root, const std::vector<std::string>& folders);
+// Reads all files below the given folders of `root`, and those that are named themselves; what is
+// missing counts as empty.
+SourceTree readTree(const std::filesystem::path& root, const std::vector<std::string>& names);
 
 // Replaces comments by nothing; text literals are kept, and what looks like a comment in them too.
 // Lines stay lines.

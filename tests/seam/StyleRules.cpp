@@ -13,7 +13,7 @@ namespace seam {
 namespace {
 
 constexpr std::size_t kMostFunctionLines = 70;
-constexpr std::size_t kShortestText = 12;
+constexpr std::size_t kShortestText = 8;
 
 std::string finding(const SourceFile& file, std::size_t line, const std::string& text) {
   return file.name + ":" + std::to_string(line) + ": " + text;
@@ -95,14 +95,45 @@ bool isInclude(const SourceFile& file, std::size_t line) {
                      [&](const Include& include) { return include.line == line; });
 }
 
+// A line that has a checker pass over something. The end of such a stretch is none, and neither is
+// the beginning of the list of checks, which takes all of them out.
+bool isException(const SourceFile& file, std::size_t index) {
+  static const std::regex inSource(R"re(// (NOLINT(?!END)|cppcheck-suppress))re");
+  static const std::regex inList(R"re(^ *- '-[^*])re");
+  return std::regex_search(file.lines[index], file.isSource() ? inSource : inList);
+}
+
+bool hasReason(const SourceFile& file, std::size_t index) {
+  static const std::regex reason(R"re(NOLINT\w*\([^)]*\): \w)re");
+  static const std::regex comment(R"re(^ *(//|#) (?!NOLINT|cppcheck-)\w)re");
+  if (std::regex_search(file.lines[index], reason)) {
+    return true;
+  }
+  std::size_t above = index;
+  while (above > 0 && isException(file, above - 1) && file.isSource()) {
+    --above;
+  }
+  return above > 0 && std::regex_search(file.lines[above - 1], comment);
+}
+
 }  // namespace
+
+Findings exceptionsWithoutReason(const SourceTree& files) {
+  Findings findings;
+  for (const auto& [name, file] : files) {
+    for (std::size_t index = 0; index < file.lines.size(); ++index) {
+      const bool isRead = file.isSource() || name == ".clang-tidy";
+      if (isRead && isException(file, index) && !hasReason(file, index)) {
+        findings.push_back(finding(file, index + 1, "passed over without a reason beside it"));
+      }
+    }
+  }
+  return findings;
+}
 
 Findings longFunctions(const SourceTree& files) {
   Findings findings;
   for (const auto& [name, file] : files) {
-    if (!file.isSource()) {
-      continue;
-    }
     for (const Declaration& declaration : declarationsOf(file)) {
       const std::size_t lines = declaration.lastLine - declaration.firstLine + 1;
       if (declaration.kind == Declaration::Kind::kFunction && declaration.hasBody &&
@@ -116,18 +147,15 @@ Findings longFunctions(const SourceTree& files) {
   return findings;
 }
 
-Findings narrowPlatformCalls(const SourceTree& product, const SourceTree& declared) {
-  static const std::regex call(R"re((^|[^\w.>:~]|(^|\W)::)([A-Z]\w*[a-z])A?\()re");
+Findings narrowPlatformCalls(const SourceTree& callers, const SourceTree& declared) {
+  static const std::regex call(R"re((^|[^\w.>:~]|(^|\W)::)([A-Z]\w*[a-z])(A?)\()re");
   const std::set<std::string> wide = wideFunctions(declared);
   Findings findings;
-  for (const auto& [name, file] : product) {
-    if (!name.ends_with(".cpp")) {
-      continue;
-    }
+  for (const auto& [name, file] : callers) {
     for (std::size_t index = 0; index < file.code.size(); ++index) {
       const std::string& line = file.code[index];
       for (std::sregex_iterator match(line.begin(), line.end(), call), end; match != end; ++match) {
-        if (wide.contains((*match)[3].str())) {
+        if ((*match)[4].length() > 0 || wide.contains((*match)[3].str())) {
           findings.push_back(
               finding(file, index + 1, (*match)[3].str() + " is not called by its wide name"));
         }
@@ -144,8 +172,10 @@ Findings undocumented(const SourceTree& product) {
       continue;
     }
     for (const Declaration& declaration : declarationsOf(file)) {
-      if (declaration.kind != Declaration::Kind::kOther && declaration.isPublic &&
-          !speaksForItself(declaration) && !isCommented(file, declaration.firstLine)) {
+      const bool isToBeTold =
+          declaration.kind != Declaration::Kind::kOther || declaration.text.starts_with("enum ");
+      if (isToBeTold && declaration.isPublic && !speaksForItself(declaration) &&
+          !isCommented(file, declaration.firstLine)) {
         findings.push_back(
             finding(file, declaration.firstLine, "no comment on: " + declaration.text));
       }

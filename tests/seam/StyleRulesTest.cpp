@@ -55,11 +55,14 @@ TEST(StyleRulesTest, CallsByNarrowNamesAreReported) {
       "client/A.cpp",
       "void a() {\n  CreateFileW(L\"x\");\n  CloseHandle(h);\n  x = CreateFileA(\"x\");\n"
       "  ::CreateFile(\"x\");\n  mine.CreateFile(1);\n  mine::CreateFile(1);\n"
-      "  CreateFileAgain(1);  // CreateFileA(\n}\n");
+      "  CreateFileAgain(1);  // CreateFileA(\n  RegSetValueExA(k);\n}\n");
+  checkout.write("client/B.h", "inline void b() {\n  CreateFile(\"x\");\n}\n");
   EXPECT_THAT(seam::narrowPlatformCalls(checkout.product(),
                                         seam::readTree(checkout.root(), {"platform/host/windows"})),
               ElementsAre("client/A.cpp:4: CreateFile is not called by its wide name",
-                          "client/A.cpp:5: CreateFile is not called by its wide name"));
+                          "client/A.cpp:5: CreateFile is not called by its wide name",
+                          "client/A.cpp:9: RegSetValueEx is not called by its wide name",
+                          "client/B.h:2: CreateFile is not called by its wide name"));
 }
 
 TEST(StyleRulesTest, UndocumentedHeadersAreReported) {
@@ -89,23 +92,56 @@ class Bare {
 void told();
 
 void untold();
+
+enum class Untold { kOne, kTwo };
+
 inline constexpr int kNumber = 3;
 )");
   EXPECT_THAT(seam::undocumented(checkout.product()),
               ElementsAre("client/A.h:3: no comment on: class Bare ",
                           "client/A.h:9: no comment on: void alone()",
-                          "client/A.h:25: no comment on: void untold()"));
+                          "client/A.h:25: no comment on: void untold()",
+                          "client/A.h:27: no comment on: enum class Untold {}"));
 }
 
 TEST(StyleRulesTest, TextsThatStandTwiceAreReported) {
   const Checkout checkout;
   checkout.write("client/A.cpp",
-                 "#include \"client/AnotherHeader.h\"\nf(\"Twelve signs\");\nf(\"Eleven sig\");\n");
+                 "#include \"client/AnotherHeader.h\"\nf(\"Eight si\");\nf(\"Seven s\");\n");
   checkout.write("client/B.cpp",
-                 "#include \"client/AnotherHeader.h\"\ng(L\"Twelve \"\n  \"signs\");\n"
-                 "f(\"Eleven sig\");\n// \"Twelve signs\"\n");
+                 "#include \"client/AnotherHeader.h\"\ng(L\"Eight \"\n  \"si\");\n"
+                 "f(\"Seven s\");\n// \"Eight si\"\n");
   EXPECT_THAT(seam::textsTwice(checkout.product()),
-              ElementsAre("client/B.cpp:2: \"Twelve signs\" stands at client/A.cpp:2 already"));
+              ElementsAre("client/B.cpp:2: \"Eight si\" stands at client/A.cpp:2 already"));
+}
+
+// What a checker is told is put together here, so that this file itself has no exception.
+TEST(StyleRulesTest, ExceptionsWithoutAReasonAreReported) {
+  const Checkout checkout;
+  const std::string next =
+      "// NO"
+      "LINTNEXTLINE(a-check)";
+  const std::string cppcheck =
+      "// cpp"
+      "check-suppress aCheck";
+  checkout.write("client/A.cpp", next + ": it has a reason\nf();\n// A reason for both.\n" +
+                                     cppcheck + "\n" + next + "\nf();\n\n" + next + "\nf();\n");
+  checkout.write("client/B.cpp",
+                 "f();  // NO"
+                 "LINT\n// Why.\n// NO"
+                 "LINTBEGIN(a-check)\nf();\n"
+                 "// NO"
+                 "LINTEND(a-check)\n" +
+                     cppcheck + "\nf();\n");
+  checkout.write(".clang-tidy",
+                 "Checks:\n  - '-*'\n  - 'a-*'\n  # Why.\n  - '-a-one'\n"
+                 "  - '-a-two'\n");
+  EXPECT_THAT(
+      seam::exceptionsWithoutReason(seam::readTree(checkout.root(), {".clang-tidy", "client"})),
+      ElementsAre(".clang-tidy:6: passed over without a reason beside it",
+                  "client/A.cpp:8: passed over without a reason beside it",
+                  "client/B.cpp:1: passed over without a reason beside it",
+                  "client/B.cpp:6: passed over without a reason beside it"));
 }
 
 TEST(StyleRulesTest, DeclarationsAreToldApart) {

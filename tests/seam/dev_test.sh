@@ -607,6 +607,76 @@ test_lint_compiles_the_product_for_windows_once_more() {
     "$place/calls" || give_up 'the product was not compiled for Windows'
 }
 
+# Makes what catches faults a command that leaves what valgrind says, and ends with a status: 1 if
+# the run was as its scenario says.
+valgrind_says() {
+  mkdir -p "$place/checkout/build/debug/tests/planted" "$place/checkout/scenarios"
+  printf 'end = exit 0\n' | tee "$place/checkout/scenarios/"{one,two}.scenario >/dev/null
+  printf 'CMAKE_HOME_DIRECTORY:INTERNAL=%s\n' "$place/checkout" \
+    >"$place/checkout/build/debug/CMakeCache.txt"
+  stub valgrind <<<'exit 0'
+  stub catch <<END
+if [[ \$3 == one ]]; then
+  printf '%s\n' "$1" >"\${1%/*}/valgrind.log"
+  printf 'what was caught\n'
+  exit $2
+fi
+: >"\${1%/*}/valgrind.log"
+exit 1
+END
+  mv -- "$place/bin/catch" "$place/checkout/build/debug/tests/planted/"
+}
+
+test_valgrind_runs_each_scenario() {
+  valgrind_says '--1-- words of its own' 1
+  dev valgrind one two
+  expect_status 0
+  printf '%s is clean under valgrind\n' one two >"$place/wanted"
+  cmp -s -- "$place/out" "$place/wanted" || give_up 'not both are clean'
+}
+
+test_valgrind_tells_what_it_found_and_goes_on() {
+  valgrind_says '==1== Invalid read' 1
+  dev valgrind one two
+  expect_status 1
+  expect_in err '==1== Invalid read'
+  expect_in out 'one is not clean under valgrind'
+  expect_in out 'two is clean under valgrind'
+  expect_in err 'dev: valgrind found something: one'
+}
+
+test_valgrind_tells_of_a_run_that_is_not_as_it_must_be() {
+  valgrind_says '--1-- words of its own' 0
+  dev valgrind one
+  expect_status 1
+  expect_in err 'what was caught'
+  expect_in out 'one went otherwise under valgrind than it is to'
+}
+
+test_valgrind_that_was_not_run_is_told() {
+  valgrind_says '' 1
+  stub catch <<<'echo no such program; exit 2'
+  mv -- "$place/bin/catch" "$place/checkout/build/debug/tests/planted/"
+  dev valgrind one
+  expect_status 1
+  expect_in err 'dev: valgrind was not run: no such program'
+}
+
+test_valgrind_asks_for_scenarios_that_can_be_clean() {
+  valgrind_says '' 1
+  dev valgrind two three
+  expect_status 1
+  expect_in err 'there is no scenario three'
+  printf 'end = fault\n' >"$place/checkout/scenarios/two.scenario"
+  dev valgrind one two
+  expect_status 1
+  expect_in err 'two ends in a fault'
+  dev valgrind --one
+  expect_status 2
+  expect_in err 'valgrind has no option --one'
+  expect_not_in calls 'cmake'
+}
+
 test_format_changes_all_sources() {
   mkdir -p "$place/checkout/tests" "$place/checkout/build" "$place/checkout/.git"
   touch "$place/checkout/tests/A.h" "$place/checkout/build/B.cpp" "$place/checkout/.git/B.cpp"

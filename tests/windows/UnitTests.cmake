@@ -227,6 +227,8 @@ set_source_files_properties(${compiled_alone} PROPERTIES SKIP_UNITY_BUILD_INCLUS
 add_test(NAME wine.unitTests
   COMMAND ${CMAKE_COMMAND} -E env SESSION=${CMAKE_SOURCE_DIR}/platform/wine/session.sh
           TEMPLATE=${CMAKE_SOURCE_DIR}/build/wine/template
+          RESULTS=${CMAKE_BINARY_DIR}/windows_unit_tests.json
           bash ${CMAKE_CURRENT_SOURCE_DIR}/unit_test.sh $<TARGET_FILE:windows_unit_tests>
           --gtest_filter=-${left_out})
-set_tests_properties(wine.unitTests PROPERTIES TIMEOUT 240)
+set_tests_properties(wine.unitTests PROPERTIES TIMEOUT 240
+                     FIXTURES_SETUP windows_unit_tests_results)

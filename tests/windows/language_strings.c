@@ -1,6 +1,6 @@
 /* Prints the strings of resource libraries as Windows' own loader finds them: for each library that
-   is named, its name and then "<id> <text>", a line each, in UTF-8. Ends with 1 if one of them cannot
-   be loaded. */
+   is named, its name and then "<id> <text>", a line each, in UTF-8. Ends with 1 if one of them
+   cannot be loaded. */
 #include <windows.h>
 
 #include <stdio.h>

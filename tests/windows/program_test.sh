@@ -32,6 +32,17 @@ test_imports_the_systems_own_libraries_only() {
   [[ -z $other ]] || give_up "imported, and not known as the system's own: $other"
 }
 
+# Asked of the objects of both programs: in the linked ones the toolchain's runtime calls some by their
+# narrow names.
+test_calls_the_platform_by_its_wide_names() {
+  find "$BUILD_ROOT/CMakeFiles" "$BUILD_ROOT/tools" -name '*.obj' -print0 |
+    xargs -0 "$tools-nm" -u -- | sed -n 's/^ *U __imp_//p' | sort -u >"$place/called"
+  [[ $(grep -c 'W$' "$place/called") -ge 25 ]] || give_up 'too few calls were found'
+  local narrow
+  narrow=$(grep -E '[a-z]A$' "$place/called") || return 0
+  give_up "called by a narrow name: $narrow"
+}
+
 # The loader places it anywhere in 64 bits, and data cannot be run.
 test_is_protected_by_the_loader() {
   headers >"$place/headers"

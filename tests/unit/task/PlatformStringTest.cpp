@@ -49,7 +49,7 @@ TEST_F(PlatformStringTest, emptyTextIsAllocatedToo) {
 
 TEST_F(PlatformStringTest, copiesShareOneAllocation) {
   const PlatformString text(L"one");
-  const PlatformString copy(text);  // NOLINT(performance-unnecessary-copy-initialization)
+  const PlatformString copy(text);
   EXPECT_EQ(copy.Get(), text.Get());
   EXPECT_EQ(calls(), Texts{"SysAllocString"});
 }
@@ -57,9 +57,7 @@ TEST_F(PlatformStringTest, copiesShareOneAllocation) {
 TEST_F(PlatformStringTest, lastOfTheCopiesFrees) {
   {
     const PlatformString text(L"one");
-    {
-      const PlatformString copy(text);  // NOLINT(performance-unnecessary-copy-initialization)
-    }
+    { const PlatformString copy(text); }
     EXPECT_EQ(calls(), Texts{"SysAllocString"});
   }
   EXPECT_EQ(calls(), (Texts{"SysAllocString", "SysFreeString"}));

@@ -1,0 +1,66 @@
+# Whether the files of a test program, FILES with | between them, are tests that run: the program is
+# named by REGISTRY, the tests of its folder, and each test that a file holds is in the program's list.
+# What an #if leaves out is not, nor what has parameters and is given none; what is disabled is in the
+# list by a name that says so. With RESULTS, what a run of the program has written, it is asked instead
+# that of each file at least one test was run to its end.
+
+if(RESULTS)
+  set(list ${RESULTS})
+else()
+  set(list ${PROGRAM}.tests.json)
+  execute_process(COMMAND ${PROGRAM} --gtest_list_tests --gtest_output=json:${list}
+                  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+endif()
+
+set(findings)
+get_filename_component(target ${PROGRAM} NAME_WE)
+file(READ ${REGISTRY} registry)
+string(FIND "${registry}" "\"${PROGRAM}\"" named)
+string(FIND "${registry}" "/${target}[1]_include.cmake" discovered)
+if(named EQUAL -1 AND discovered EQUAL -1)
+  list(APPEND findings "${target} is no test of this build")
+endif()
+
+# The places of all tests, as file:line.
+file(STRINGS ${list} entries REGEX "^ *\"(name|file|line|result)\": ")
+set(places)
+foreach(entry IN LISTS entries)
+  string(REPLACE "\\/" "/" entry "${entry}")
+  if(entry MATCHES "\"name\": \"([^\"]*/)?(DISABLED_[^\"]*)\"")
+    list(APPEND findings "${CMAKE_MATCH_2} is disabled")
+  elseif(entry MATCHES "\"file\": \".*(/tests/[^\"]*)\"")
+    set(file ${CMAKE_MATCH_1})
+  elseif(entry MATCHES "\"line\": ([0-9]+)")
+    set(line ${CMAKE_MATCH_1})
+    if(NOT RESULTS)
+      list(APPEND places ${file}:${line})
+    endif()
+  elseif(RESULTS AND entry MATCHES "\"result\": \"COMPLETED\"")
+    list(APPEND places ${file}:${line})
+  endif()
+endforeach()
+list(REMOVE_DUPLICATES places)
+
+string(REPLACE "|" ";" files "${FILES}")
+foreach(file IN LISTS files)
+  string(REGEX REPLACE "^.*(/tests/)" "\\1" name ${file})
+  set(run ${places})
+  list(FILTER run INCLUDE REGEX "^${name}:")
+  list(LENGTH run run)
+  file(READ ${file} text)
+  string(REGEX MATCHALL "\n(TYPED_)?TEST(_F|_P)? *\\(" held "${text}")
+  list(LENGTH held held)
+  if(run EQUAL 0)
+    list(APPEND findings "${file}: none of its tests runs")
+  elseif(NOT RESULTS AND NOT run EQUAL held)
+    list(APPEND findings "${file}: holds ${held} tests, of which ${run} run")
+  endif()
+endforeach()
+
+if(findings)
+  list(JOIN findings "\n  " findings)
+  message(FATAL_ERROR "\n  ${findings}")
+endif()
+list(LENGTH places tests)
+list(LENGTH files count)
+message(STATUS "${count} files, ${tests} tests")
