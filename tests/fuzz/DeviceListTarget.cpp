@@ -157,7 +157,8 @@ void runOfMachine(Input& input) {
   while (!input.isEmpty() && devices.size() < 16) {
     const unsigned options = input.byte();
     host::DeviceNode node;
-    node.instanceId = L"D" + std::to_wstring(devices.size()) + characters(input.piece());
+    // No two devices have the same id, so something stands between the number and the rest.
+    node.instanceId = L"D" + std::to_wstring(devices.size()) + L"\\" + characters(input.piece());
     node.classGuid = options % 8 == 7 ? L"{other}" : kSoftwareComponentClass;
     node.present = options / 8 % 8 != 7;
     node.hardwareIds = {characters(input.piece())};
