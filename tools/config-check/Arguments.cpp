@@ -17,7 +17,8 @@ std::variant<Arguments, std::string> readArguments(const std::vector<std::string
       if (read.moved) {
         return "--moved is given twice";
       }
-      if (++i == arguments.size() || arguments[i].empty()) {
+      ++i;
+      if (i == arguments.size() || arguments[i].empty()) {
         return "--moved needs a file";
       }
       read.moved = arguments[i];

@@ -28,7 +28,7 @@ class LineCheck {
   std::size_t lineOf(const std::string& key) const;
 
  private:
-  void explainLine(std::string_view line);
+  void explainLine(std::string_view text);
   void explainSetting(const ConfigLine& line);
   void lookAtQuotes(const ConfigLine& line);
   void lookAtKey(const ConfigLine& line);
