@@ -16,6 +16,8 @@
 namespace config_check {
 namespace {
 
+constexpr char kTellsOfItself[] = "config-check: ";
+
 // One file, its lines, and who reads it.
 struct Examined {
   Examined(const std::string& name, const std::string& path, std::vector<Reader> readBy,
@@ -123,7 +125,7 @@ int written(int status, std::ostream& out, std::ostream& err) {
   if (out.good()) {
     return status;
   }
-  err << "config-check: nothing can be written to the standard output\n";
+  err << kTellsOfItself << "nothing can be written to the standard output\n";
   return kStatusNothingWritten;
 }
 
@@ -133,7 +135,7 @@ int run(const std::vector<std::string>& arguments, const PathFinder& findPath, s
         std::ostream& err) {
   const auto read = readArguments(arguments);
   if (const auto* fault = std::get_if<std::string>(&read)) {
-    err << "config-check: " << *fault << '\n' << usageText();
+    err << kTellsOfItself << *fault << '\n' << usageText();
     return kStatusWrongArguments;
   }
   const auto& wanted = std::get<Arguments>(read);
@@ -144,10 +146,10 @@ int run(const std::vector<std::string>& arguments, const PathFinder& findPath, s
   try {
     return written(check(wanted, findPath, out), out, err);
   } catch (const NoConfigurationFile& e) {
-    err << "config-check: " << e.what() << '\n' << usageText();
+    err << kTellsOfItself << e.what() << '\n' << usageText();
     return kStatusWrongArguments;
   } catch (const std::exception& e) {
-    err << "config-check: " << e.what() << '\n';
+    err << kTellsOfItself << e.what() << '\n';
     return kStatusInternalError;
   }
 }

@@ -19,6 +19,7 @@ constexpr std::int32_t kLongestWaitSeconds = 4294967;
 constexpr std::uint32_t kMsPerSecond = 1000;
 constexpr std::size_t kLongestNearKey = 64;
 
+constexpr char kLetterCaseCounts[] = "? Letter case counts";
 constexpr char kNotUsed[] = "read and not used";
 constexpr char kNoNumber[] =
     "the value is no number that the service can take (decimal, from -2147483648 to 2147483647)";
@@ -107,7 +108,7 @@ Verdict judgeLevel(IConfig& settings) {
   return {"(silent)",
           false,
           {"the value is no level and makes THE LOG SILENT; the levels are " + levelWords() +
-           (meant == allowed.end() ? "" : "; did you mean " + *meant + "? Letter case counts")}};
+           (meant == allowed.end() ? "" : kDidYouMean + *meant + kLetterCaseCounts)}};
 }
 
 Verdict judgeUnused(IConfig& settings, const char* key, std::int32_t usual) {
@@ -159,7 +160,7 @@ std::string nearestKnownKey(std::string_view key) {
   std::size_t smallest = std::max<std::size_t>(2, key.size() / 3) + 1;
   for (const KnownSetting& setting : knownSettings()) {
     if (equalIgnoringCase(setting.key, key)) {
-      return std::string(setting.key) + "? Letter case counts";
+      return std::string(setting.key) + kLetterCaseCounts;
     }
     const std::size_t distance = editDistance(key, setting.key);
     if (distance < smallest) {

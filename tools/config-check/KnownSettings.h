@@ -10,15 +10,20 @@
 // The settings that the service reads, and what it makes of their values.
 namespace config_check {
 
+// Stands between what is wrong with a word and the word that may have been meant.
+inline constexpr char kDidYouMean[] = "; did you mean ";
+
 // The two places of the service that read the configuration, each for itself.
 enum class Reader { kLogSetup, kService };
 
+// What the service makes of a setting.
 struct Verdict {
   std::string value;       // what counts, in words
   bool isDefault = false;  // because the setting is absent or of no use
   std::vector<std::string> warnings;
 };
 
+// A setting that the service reads, and how it reads it.
 struct KnownSetting {
   const char* key;
   Reader reader;
@@ -27,6 +32,7 @@ struct KnownSetting {
   Verdict (*judge)(IConfig& settings);
 };
 
+// All of them, in the order in which they are shown.
 const std::array<KnownSetting, 4>& knownSettings();
 
 // Null for a key that the service does not read.

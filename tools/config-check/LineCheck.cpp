@@ -105,8 +105,7 @@ void LineCheck::lookAtKey(const ConfigLine& line) {
   const KnownSetting* const known = findKnownSetting(line.key);
   if (known == nullptr) {
     const std::string nearest = nearestKnownKey(line.key);
-    warn("the service does not read this key" +
-         (nearest.empty() ? "" : "; did you mean " + nearest));
+    warn("the service does not read this key" + (nearest.empty() ? "" : kDidYouMean + nearest));
     return;
   }
   if (std::ranges::find(readers_, known->reader) == readers_.end()) {
