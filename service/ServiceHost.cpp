@@ -27,6 +27,11 @@ SERVICE_STATUS_HANDLE s_statusHandle = nullptr;
 // service control manager copies the record during the call.
 SERVICE_STATUS s_serviceStatus = {};
 
+// One thread may store a field while the other does, or while its record is copied.
+void Store(DWORD& field, DWORD value) {
+  std::atomic_ref(field).store(value, std::memory_order_relaxed);
+}
+
 // Never reset, so the check-points of stopping go on from those of starting. Atomic because the
 // service's threads have no lock in common; nothing is ordered by it.
 std::atomic<std::uint32_t> s_checkPoint{1};
@@ -139,13 +144,13 @@ void ReportServiceStatus(DWORD state, DWORD exitCode) {
       break;
   }
 
-  s_serviceStatus.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
-  s_serviceStatus.dwCurrentState = state;
-  s_serviceStatus.dwControlsAccepted = controlsAccepted;
-  s_serviceStatus.dwWin32ExitCode = exitCode;
-  s_serviceStatus.dwServiceSpecificExitCode = 0;
-  s_serviceStatus.dwCheckPoint = checkPoint;
-  s_serviceStatus.dwWaitHint = kWaitHintMs;
+  Store(s_serviceStatus.dwServiceType, SERVICE_WIN32_OWN_PROCESS);
+  Store(s_serviceStatus.dwCurrentState, state);
+  Store(s_serviceStatus.dwControlsAccepted, controlsAccepted);
+  Store(s_serviceStatus.dwWin32ExitCode, exitCode);
+  Store(s_serviceStatus.dwServiceSpecificExitCode, 0);
+  Store(s_serviceStatus.dwCheckPoint, checkPoint);
+  Store(s_serviceStatus.dwWaitHint, kWaitHintMs);
   if (!SetServiceStatus(s_statusHandle, &s_serviceStatus)) throw SysException();
 }
 

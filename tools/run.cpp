@@ -1,8 +1,6 @@
 // The run tool: lets a modelled machine live through a scenario and prints what happens there.
 
 #include <fcntl.h>
-#include <signal.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +13,7 @@
 #include "tools/runner/Descriptor.h"
 #include "tools/runner/DriveFolder.h"
 #include "tools/runner/Judge.h"
+#include "tools/runner/LifeSurroundings.h"
 #include "tools/runner/Printer.h"
 #include "tools/runner/ScenarioCatalog.h"
 #include "tools/runner/ScenarioRun.h"
@@ -45,18 +44,6 @@ void occupyStandardDescriptors() {
 int refuse(const std::string& reason) {
   std::cerr << "run: " << reason << '\n';
   return kNothingRun;
-}
-
-// Signals that end the tool become readable here instead: the life and its drive go first.
-runner::Descriptor takeInterrupts() {
-  signal(SIGPIPE, SIG_IGN);
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaddset(&signals, number);
-  }
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  return runner::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 int listScenarios(const runner::ScenarioCatalog& catalog) {
@@ -90,12 +77,7 @@ std::variant<std::filesystem::path, std::string> chooseFile(const CommandLine& l
   if (auto file = catalog.find(name)) {
     return *file;
   }
-  std::string nearNames;
-  for (const std::string& near : catalog.near(name)) {
-    nearNames += (nearNames.empty() ? "; did you mean " : " or ") + near;
-  }
-  return "there is no scenario " + name + nearNames +
-         (nearNames.empty() ? " (--list lists them)" : "?");
+  return catalog.refusalOf(name) + (catalog.near(name).empty() ? " (--list lists them)" : "");
 }
 
 std::string durationText(host::Nanoseconds duration) {
@@ -119,7 +101,7 @@ int runOne(const CommandLine& line, const runner::LoadedScenario& loaded) {
       return refuse(loaded.scenario.name + " cannot be run under Wine: " + *reason);
     }
   }
-  const runner::Descriptor interrupts = takeInterrupts();
+  const runner::Descriptor interrupts = runner::takeInterrupts();
   const auto made = runner::DriveFolder::make(line.keep);
   if (const auto* refusal = std::get_if<std::string>(&made)) {
     return refuse(*refusal);

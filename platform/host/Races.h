@@ -26,7 +26,11 @@ namespace host::races {
 
 #ifdef __SANITIZE_THREAD__
 
+// Whether the calling thread is one that the sanitizer looks away from.
+inline thread_local bool isUnseen = false;
+
 inline void lookAway() {
+  isUnseen = true;
   AnnotateIgnoreSyncBegin(__FILE__, __LINE__);
   AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
   AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
@@ -36,6 +40,15 @@ inline void lookAgain() {
   AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
   AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
   AnnotateIgnoreSyncEnd(__FILE__, __LINE__);
+  isUnseen = false;
+}
+
+// The caller ends the process, with the guard held or not. A thread that the sanitizer still looks
+// away from by then would be reported, and with another exit status than that of a race.
+inline void lookAgainAtEnd() {
+  if (isUnseen) {
+    lookAgain();
+  }
 }
 
 // The caller passes on what it has done to whoever receives by the same object. The guard is held.
@@ -56,6 +69,7 @@ inline void receive(const void* object) {
 
 inline void lookAway() {}
 inline void lookAgain() {}
+inline void lookAgainAtEnd() {}
 inline void publish(const void* /*object*/) {}
 inline void receive(const void* /*object*/) {}
 

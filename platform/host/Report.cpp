@@ -7,6 +7,7 @@
 
 #include "platform/host/Call.h"
 #include "platform/host/CallNames.h"
+#include "platform/host/Races.h"
 #include "platform/host/Schedule.h"
 
 namespace host {
@@ -89,6 +90,7 @@ void Report::endNow(std::string_view how) {
   recordOrder();
   record(ReportKind::kEnd, how);
   flush();
+  races::lookAgainAtEnd();
   _exit(0);
 }
 

@@ -397,6 +397,7 @@ void Scheduler::deadlock() {
   }
   std::fputs(report.c_str(), stderr);
   std::fflush(nullptr);
+  races::lookAgainAtEnd();
   _exit(kDeadlockExitStatus);
 }
 

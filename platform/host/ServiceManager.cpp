@@ -3,6 +3,7 @@
 #include "platform/host/Call.h"
 #include "platform/host/Ledger.h"
 #include "platform/host/Machine.h"
+#include "platform/host/Races.h"
 
 namespace host {
 namespace {
@@ -85,6 +86,12 @@ unsigned entriesOf(const SERVICE_TABLE_ENTRYW* table) {
   return count;
 }
 
+// The record stays the program's, and another of its threads may be filling it.
+SERVICE_STATUS copyOf(const SERVICE_STATUS* status) {
+  const Scheduler::Guard guard;
+  return *status;
+}
+
 // The dispatcher's life: it hands over controls, one at a time and on its own thread, until the
 // service's main function has left.
 void dispatch(ServiceManager& services) {
@@ -101,8 +108,10 @@ void dispatch(ServiceManager& services) {
           },
           kForever);
       if (Scheduler::instance().hasEnded(*services.serviceThread)) {
+        races::receive(services.serviceThread);
         return;
       }
+      races::receive(&services);
       control = services.queue.front();
       services.queue.pop_front();
       handler = services.handler;
@@ -154,8 +163,9 @@ SERVICE_STATUS_HANDLE RegisterServiceCtrlHandlerW(LPCWSTR name, LPHANDLER_FUNCTI
 }
 
 BOOL SetServiceStatus(SERVICE_STATUS_HANDLE handle, LPSERVICE_STATUS status) {
-  Call call("SetServiceStatus", handle, status->dwCurrentState, status->dwCheckPoint,
-            status->dwWin32ExitCode);
+  const SERVICE_STATUS told = host::copyOf(status);
+  Call call("SetServiceStatus", handle, told.dwCurrentState, told.dwCheckPoint,
+            told.dwWin32ExitCode);
   if (call.faulted()) {
     return call.returns(FALSE);
   }
@@ -163,12 +173,16 @@ BOOL SetServiceStatus(SERVICE_STATUS_HANDLE handle, LPSERVICE_STATUS status) {
     return call.fails(ERROR_INVALID_HANDLE, FALSE);
   }
   host::ServiceManager& services = host::machine().services;
-  const SERVICE_STATUS taken = *status;
   const BOOL answer = call.failsWhenDone() ? FALSE : TRUE;
   {
     // Two threads that report are told one after the other, in the order that is kept.
     const host::Scheduler::Guard guard;
+    const SERVICE_STATUS taken = *status;
     services.statuses.push_back(taken);
+    // A control is handed over because a report said that it is taken.
+    if (taken.dwCurrentState != SERVICE_STOPPED) {
+      host::races::publish(&services);
+    }
     if (answer == FALSE) {
       host::setLastError(call.fault());
     }

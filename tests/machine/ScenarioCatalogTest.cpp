@@ -123,6 +123,17 @@ TEST_F(ScenarioCatalogTest, FileThatIsReadOnlyOnceIsRefused) {
   }
 }
 
+TEST_F(ScenarioCatalogTest, AScenarioOfFiveMinutesIsShortUnlessItSpins) {
+  host::Scenario scenario;
+  scenario.limit = 300'000'000'000;
+  EXPECT_TRUE(isShort(scenario));
+  scenario.limit = 300'000'000'001;
+  EXPECT_FALSE(isShort(scenario));
+  scenario.limit = 1;
+  scenario.endlessLoopExpected = true;
+  EXPECT_FALSE(isShort(scenario));
+}
+
 TEST_F(ScenarioCatalogTest, HugeFileIsRefused) {
   const auto file = folder_.path() / "huge.scenario";
   std::ofstream(file) << "[scenario]\n";

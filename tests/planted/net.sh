@@ -8,6 +8,7 @@
 #   unit FILTER      the unit tests that the filter chooses
 #   fuzz TARGET      the inputs of that target, and changed copies of them
 #   threads FILTER   the tests of threads that the filter chooses, under the thread sanitizer
+#   lives NAME       lives of the scenario under the thread sanitizer, in several orders of turns
 set -euo pipefail
 
 build=$1
@@ -32,6 +33,11 @@ catch() {
       # A test that failed, or died and says so itself; a program that does not start has no test.
       grep -q '^\[ RUN ' "$log" && ((status != 0 && status != 124)) &&
         grep -m 1 -oE '^\[  FAILED  \] [^ (]+|WARNING: ThreadSanitizer: [a-z ]+' "$log"
+      ;;
+    lives)
+      timeout -k 5 "$most_seconds" "$build/tools/threads/threads" "$what" --turns \
+        --service "$program" >"$log" 2>&1 </dev/null || status=$?
+      ((status == 1)) && grep -m 1 '^data race ' "$log"
       ;;
     fuzz)
       timeout -k 5 "$most_seconds" "$program" "$what" "$here/../fuzz/corpus/$what" 2000 \

@@ -114,7 +114,7 @@ test_help_names_every_verb() {
   expect_empty err
   local verb
   for verb in run test wine build sweep simulate proof bench package coverage fuzz net allocations \
-    valgrind mutate lint format clean help; do
+    threads valgrind mutate lint format clean help; do
     expect_in out "  $verb "
   done
 }
@@ -313,6 +313,30 @@ test_sweep_hands_arguments_to_the_tool() {
   [[ $(cat "$place/out") == 'with first-boot --every 3' ]] ||
     give_up 'the tool is not the only one to print'
   expect_no_leftovers
+}
+
+test_threads_hands_arguments_to_the_tool_of_its_build() {
+  mkdir -p "$place/checkout/build/thread-sanitize/tools/threads"
+  printf 'CMAKE_HOME_DIRECTORY:INTERNAL=%s\n' "$place/checkout" \
+    >"$place/checkout/build/thread-sanitize/CMakeCache.txt"
+  # shellcheck disable=SC2016  # for the stub to expand
+  printf '#!/bin/bash\nprintf "with %%s\\n" "$*"\nexit 1\n' \
+    >"$place/checkout/build/thread-sanitize/tools/threads/threads"
+  chmod +x "$place/checkout/build/thread-sanitize/tools/threads/threads"
+  dev threads first-boot --seeds 3
+  expect_status 1
+  expect_last_line 'with first-boot --seeds 3'
+  grep -q '^cmake --build .*/build/thread-sanitize .*--target threads$' "$place/calls" ||
+    give_up 'another build was made, or more of it'
+  expect_no_leftovers
+}
+
+test_threads_of_a_broken_build_are_not_run() {
+  printf '%s\n' "$place/checkout/build/thread-sanitize" >"$place/broken"
+  dev threads
+  expect_status 1
+  expect_empty out
+  expect_in err 'b.cpp:1: error: oh'
 }
 
 # A run tool that tells how it was called.

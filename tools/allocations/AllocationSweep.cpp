@@ -22,9 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What lasts no longer than this on the machine's clock is a short scenario.
-constexpr host::Nanoseconds kShort = 5 * 60'000 * host::kNanosecondsPerMillisecond;
-
 // Where lives of one scenario happen, one after the other.
 class Ground {
  public:
@@ -155,8 +152,7 @@ class Sweep {
         return *wrong;
       }
       const auto& scenario = std::get<runner::LoadedScenario>(loaded);
-      const bool isLong = scenario.scenario.limit > kShort || scenario.scenario.endlessLoopExpected;
-      if (options_.scenarios.empty() && isLong) {
+      if (options_.scenarios.empty() && !runner::isShort(scenario.scenario)) {
         continue;
       }
       if (std::string refusal = sweep(scenario); !refusal.empty()) {

@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/personality.h>
 #include <sys/resource.h>
+#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -81,6 +82,17 @@ class NoCoreFiles {
 Descriptor movedUp(int descriptor) {
   const Descriptor low(descriptor);
   return Descriptor(fcntl(low.get(), F_DUPFD_CLOEXEC, kLowestOwnDescriptor));
+}
+
+Descriptor takeInterrupts() {
+  signal(SIGPIPE, SIG_IGN);
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaddset(&signals, number);
+  }
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {

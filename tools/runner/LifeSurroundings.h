@@ -22,6 +22,9 @@ inline constexpr char kProgramName[] = "TPMEnrollmentService";
 // open if the system has none left, or if there was none.
 Descriptor movedUp(int descriptor);
 
+// Signals that end the tool become readable there instead: what it has started can go first.
+Descriptor takeInterrupts();
+
 // `texts` as a program's arguments or environment: one pointer each and a null behind them. Good
 // for as long as the texts are not touched.
 std::vector<char*> pointersTo(std::vector<std::string>& texts);

@@ -19,6 +19,7 @@ namespace runner {
 namespace {
 
 constexpr std::size_t kMostNearNames = 5;
+constexpr host::Nanoseconds kShort = 5 * 60'000 * host::kNanosecondsPerMillisecond;
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{16} << 20U;
 
 // "<line>: <reason>" for the first answer of the client library that the library would refuse;
@@ -70,6 +71,10 @@ std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::pa
   return loaded;
 }
 
+bool isShort(const host::Scenario& scenario) {
+  return scenario.limit <= kShort && !scenario.endlessLoopExpected;
+}
+
 ScenarioCatalog::ScenarioCatalog(const std::filesystem::path& folder) : folder_(folder) {
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
@@ -107,6 +112,15 @@ std::vector<std::string> ScenarioCatalog::near(const std::string& name) const {
     }
   }
   return names;
+}
+
+std::string ScenarioCatalog::refusalOf(const std::string& name) const {
+  std::string text = "there is no scenario " + name;
+  const std::vector<std::string> meant = near(name);
+  for (const std::string& one : meant) {
+    text += (&one == &meant.front() ? "; did you mean " : " or ") + one;
+  }
+  return meant.empty() ? text : text + "?";
 }
 
 }  // namespace runner

@@ -20,6 +20,10 @@ struct LoadedScenario {
 // "file: reason" if it cannot be read.
 std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::path& file);
 
+// Whether it is over within five minutes of the machine's time: what is asked many times over is
+// asked of such scenarios.
+bool isShort(const host::Scenario& scenario);
+
 // The scenarios of a folder: its files "<name>.scenario", the first boot's first, the others by
 // name.
 class ScenarioCatalog {
@@ -34,6 +38,9 @@ class ScenarioCatalog {
 
   // Names that somebody who wrote `name` may have meant, the nearest first; at most five.
   std::vector<std::string> near(const std::string& name) const;
+
+  // What to tell somebody who asked for a scenario that is not there.
+  std::string refusalOf(const std::string& name) const;
 
  private:
   std::filesystem::path folder_;
