@@ -76,6 +76,26 @@ bool isLogged(const Sight& sight) {
                      [](const std::string& line) { return line.starts_with("["); });
 }
 
+// Whether somebody listened when the line was told, or would have been. A listener may come late.
+bool isHeard(const Sight& plain, const Sight& life) {
+  constexpr std::string_view kAttached = "listener of the debug output attached";
+  return !isQuiet(plain) && (!hasLine(plain.lines, kAttached) || hasLine(life.lines, kAttached));
+}
+
+// What fails anyway, a transaction without a network perhaps, is told by the line that tells of it
+// anyway. Where nothing of the kind fails, the same code is held to a line of its own.
+bool isToldAnyway(const PermittedEnd& row, const Sight& plain, const Sight& life,
+                  const std::vector<std::string>& newLines) {
+  return endOf(life) == endOf(plain) && newLines.empty() && hasLine(plain.lines, row.told) &&
+         hasLine(life.lines, row.told);
+}
+
+bool isTold(const PermittedEnd& row, const Sight& plain, const Sight& life,
+            const std::vector<std::string>& newLines) {
+  return row.told.empty() || !isHeard(plain, life) || hasLine(newLines, row.told) ||
+         isToldAnyway(row, plain, life, newLines);
+}
+
 }  // namespace
 
 bool isPermittedEnd(const Sight& plain, const Sight& life, host::AllocationPlace place) {
@@ -90,9 +110,12 @@ bool isPermittedEnd(const Sight& plain, const Sight& life, host::AllocationPlace
   if (end == Outcome::kNotStopped && !illegalReport(plain.statuses).empty()) {
     return true;
   }
+  // The end that the life comes to without a failure too, a crash of the library perhaps, is one at
+  // which the failure was told and that is all.
+  const Ends ends = end == endOf(plain) ? to(end, Outcome::kTold) : to(end);
   return std::any_of(kPermitted.begin(), kPermitted.end(), [&](const PermittedEnd& row) {
-    return (row.places & at(place)) != 0 && (row.ends & to(end)) != 0 &&
-           (row.told.empty() || isQuiet(plain) || hasLine(newLines, row.told));
+    return (row.places & at(place)) != 0 && (row.ends & ends) != 0 &&
+           isTold(row, plain, life, newLines);
   });
 }
 
