@@ -205,6 +205,7 @@ class Sweep {
       return "without a failure " + differences.front().summary;
     }
     plain_ = sightOf(plain);
+    plain_.isHeard = isHeard(loaded.scenario);
     return {};
   }
 
