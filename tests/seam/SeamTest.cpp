@@ -10,8 +10,16 @@ namespace {
 
 const std::filesystem::path kRoot = SOURCE_ROOT;
 
+// A name that is no longer there would leave its rule with nothing to look at.
+seam::SourceTree checkout(const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    EXPECT_TRUE(std::filesystem::exists(kRoot / name)) << name << " is not there";
+  }
+  return seam::readTree(kRoot, names);
+}
+
 seam::SourceTree product() {
-  return seam::readTree(kRoot, seam::kProductRooms);
+  return checkout(seam::kProductRooms);
 }
 
 // Both programs that are shipped.
@@ -69,8 +77,7 @@ TEST(SeamTest, RoomsIncludeOnlyTheRoomsBelowThem) {
 }
 
 TEST(SeamTest, RoomsBesideTheProductIncludeOnlyWhatTheyMayKnow) {
-  expectNone(seam::forbiddenArrowsBeside(
-      seam::readTree(kRoot, {"platform", "standins", "tools", "bench"})));
+  expectNone(seam::forbiddenArrowsBeside(checkout({"platform", "standins", "tools", "bench"})));
 }
 
 TEST(SeamTest, ProductReachesThePlatformThroughOneDoor) {
@@ -79,9 +86,9 @@ TEST(SeamTest, ProductReachesThePlatformThroughOneDoor) {
 
 // The stand-ins are left out: they take the place of programs that are not ours.
 TEST(SeamTest, WindowsHeaderIsIncludedInOnePlace) {
-  const seam::SourceTree checkout = seam::readTree(
-      kRoot, {"VUSL", "client", "service", "task", "platform", "tools", "tests", "bench"});
-  expectNone(seam::windowsHeaderElsewhere(checkout));
+  const seam::SourceTree all =
+      checkout({"VUSL", "client", "service", "task", "platform", "tools", "tests", "bench"});
+  expectNone(seam::windowsHeaderElsewhere(all));
 }
 
 TEST(SeamTest, NoTwoProductFilesIncludeEachOtherInACircle) {
@@ -97,7 +104,7 @@ TEST(SeamTest, EveryProductSourceIsCompiled) {
 }
 
 TEST(SeamTest, EveryTestFileIsRegisteredAndHoldsATest) {
-  expectNone(seam::idleTestFiles(seam::readTree(kRoot, {"tests"}), kRoot, compiled()));
+  expectNone(seam::idleTestFiles(checkout({"tests"}), kRoot, compiled()));
 }
 
 TEST(SeamTest, TestsThatLeaveThemselvesOutAreKnown) {
@@ -111,7 +118,7 @@ TEST(SeamTest, TestsThatLeaveThemselvesOutAreKnown) {
       // replaced.
       "tests/unit/diagnostics/TextTest.cpp",
   };
-  expectNone(seam::skippedTests(seam::readTree(kRoot, {"tests"}), known));
+  expectNone(seam::skippedTests(checkout({"tests"}), known));
 }
 
 TEST(SeamTest, FilesAndFunctionsKeepToLinesAndColumns) {
@@ -122,19 +129,18 @@ TEST(SeamTest, FilesAndFunctionsKeepToLinesAndColumns) {
       "tests/seam/dev_test.sh",
   };
   const seam::SourceTree tree =
-      seam::readTree(kRoot, {"VUSL", "client", "service", "task", "bench", "cmake", "dev",
-                             "packaging", "platform", "resources", "standins", "tests", "tools"});
+      checkout({"VUSL", "client", "service", "task", "bench", "cmake", "dev", "packaging",
+                "platform", "resources", "standins", "tests", "tools"});
   expectNone(seam::tooLong(tree, known));
   expectNone(seam::longFunctions(tree));
 }
 
 // What else goes into a program for Windows too: the compiler would take a narrow name there.
 TEST(SeamTest, ThePlatformIsCalledByItsWideNames) {
-  const seam::SourceTree callers =
-      seam::readTree(kRoot, {"VUSL", "client", "service", "task", "tools/config-check",
-                             "bench/windows", "platform/mingw", "platform/win32.h", "platform/wine",
-                             "standins", "tests/contract", "tests/windows"});
-  expectNone(seam::narrowPlatformCalls(callers, seam::readTree(kRoot, {"platform/host/windows"})));
+  const seam::SourceTree callers = checkout(
+      {"VUSL", "client", "service", "task", "tools/config-check", "bench/windows", "platform/mingw",
+       "platform/win32.h", "platform/wine", "standins", "tests/contract", "tests/windows"});
+  expectNone(seam::narrowPlatformCalls(callers, checkout({"platform/host/windows"})));
 }
 
 TEST(SeamTest, HeadersOfWhatIsShippedSayWhatTheyOffer) {
@@ -142,9 +148,9 @@ TEST(SeamTest, HeadersOfWhatIsShippedSayWhatTheyOffer) {
 }
 
 TEST(SeamTest, WhatTheCheckersPassOverHasItsReasonBesideIt) {
-  expectNone(seam::exceptionsWithoutReason(
-      seam::readTree(kRoot, {".clang-tidy", "VUSL", "client", "service", "task", "bench",
-                             "platform", "standins", "tests", "tools"})));
+  expectNone(
+      seam::exceptionsWithoutReason(checkout({".clang-tidy", "VUSL", "client", "service", "task",
+                                              "bench", "platform", "standins", "tests", "tools"})));
 }
 
 TEST(SeamTest, TextsOfTheSystemStandOnce) {

@@ -183,6 +183,10 @@ class Sweep {
     if (options_.onScenario) {
       options_.onScenario(name_, result_.lives - before);
     }
+    // Each life makes some: none means that whose they are is not told any more.
+    if (refusal_.empty() && result_.lives == before) {
+      return "no request for memory is taken for the product's";
+    }
     return refusal_;
   }
 
@@ -201,6 +205,7 @@ class Sweep {
       return "without a failure " + differences.front().summary;
     }
     plain_ = sightOf(plain);
+    plain_.isHeard = isHeard(loaded.scenario);
     return {};
   }
 

@@ -187,14 +187,6 @@ std::optional<Ground> Sweep::prepare(const Swept& swept) {
   return Ground{std::move(folder), std::move(std::get<std::unique_ptr<NurseryProcess>>(started))};
 }
 
-bool isHeard(const host::Scenario& scenario) {
-  using Kind = host::Action::Kind;
-  return scenario.debugListener &&
-         std::none_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
-           return step.action.kind == Kind::kDetachListener;
-         });
-}
-
 // Whether the scenario itself makes this call fail.
 bool failsAnyway(const host::Scenario& scenario, const Place& place) {
   return std::any_of(scenario.faults.begin(), scenario.faults.end(),

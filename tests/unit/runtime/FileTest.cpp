@@ -434,6 +434,15 @@ TEST_F(FileTest, readAllOfAnEmptyFileLeavesTheStreamAsItWas) {
   EXPECT_TRUE(stream.good());
 }
 
+// Writing nothing to a stream that is bad would have it fail once more.
+TEST_F(FileTest, readAllOfAnEmptyFileLeavesABadStreamAsItWas) {
+  put("");
+  std::stringstream stream;
+  stream.setstate(std::ios_base::badbit);
+  File(kFilePath).readAll(stream);
+  EXPECT_EQ(stream.rdstate(), std::ios_base::badbit);
+}
+
 // What is wrong with the stream beforehand is its owner's business.
 TEST_F(FileTest, readAllIntoAStreamThatWasBadBeforeThrowsNothing) {
   put("abc");
