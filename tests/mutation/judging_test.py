@@ -218,15 +218,16 @@ class ReportTest(unittest.TestCase):
         self.assertEqual(lines[2], "| client | 2 | 2 | 1 | 1 | 0 | 100.0 % |")
         self.assertEqual((status, complaints), (0, ""))
 
-    def test_reason_that_is_none_is_told(self):
+    def test_reason_that_is_none_is_told_and_fails(self):
         self.add("client/a.cpp", "killed")
-        _, _, complaints = self.told(f"{self.points[0].key()}\n  why\n"
+        status, _, complaints = self.told(f"{self.points[0].key()}\n  why\n"
                                      "client/a.cpp | drop: gone | x\n  why\n"
                                      "task/not_asked_for.cpp | drop: x | x\n  why\n")
         self.assertEqual(complaints.split("\n"),
                          [f"listed as equal, and yet noticed: {self.points[0].key()}",
                           "listed as equal, and there is no such change: "
                           "client/a.cpp | drop: gone | x", ""])
+        self.assertEqual(status, 1)
 
 
 class RunnerTest(unittest.TestCase):

@@ -19,7 +19,7 @@ def score(row):
 
 
 def show(root, points, left_out, results, failing):
-    """The exit status: whether every room that was judged has noticed enough."""
+    """The exit status: whether every room has noticed enough, and each reason still is one."""
     equal = listed(os.path.join(root, "tools", "mutate", "equal.txt"))
     rows = collections.defaultdict(collections.Counter)
     survivors = []
@@ -35,14 +35,14 @@ def show(root, points, left_out, results, failing):
     print(f"\n{len(left_out)} further changes do not compile and are left out.")
     if failing:
         print(f"{len(failing)} tests fail without any change, and were not counted on.")
-    tell_stale(equal, points + left_out, results)
+    stale = tell_stale(equal, points + left_out, results)
     told = os.path.join(root, "build", "mutate", "survivors.txt")
     with open(told, "w", encoding="utf-8") as file:
         for point in survivors:
             file.write(f"{point.key()}\n  {point.file}:{point.line}: "
                        f"{results.get(point)['outcome']}\n")
     print(f"{len(survivors)} changes that no test noticed stand in {os.path.relpath(told, root)}.")
-    return 0 if enough else 1
+    return 0 if enough and not stale else 1
 
 
 def outcome_of(point, results, equal):
@@ -69,13 +69,17 @@ def print_table(rows):
 
 
 def tell_stale(equal, points, results):
-    """A reason that is none any more: the change was noticed, or its source is another one."""
+    """Reasons that are none any more, told: the change was noticed, or its source is another one."""
     files = {p.file for p in points}
     keys = {p.key(): p for p in points}
+    stale = []
     for key in equal:
         if key.split(" | ")[0] not in files:
             continue
         if key not in keys:
-            print(f"listed as equal, and there is no such change: {key}", file=sys.stderr)
+            stale.append(f"listed as equal, and there is no such change: {key}")
         elif (results.get(keys[key]) or {}).get("outcome") == "killed":
-            print(f"listed as equal, and yet noticed: {key}", file=sys.stderr)
+            stale.append(f"listed as equal, and yet noticed: {key}")
+    for line in stale:
+        print(line, file=sys.stderr)
+    return stale
