@@ -8,7 +8,8 @@
 #   simulate SEEDS   the simulation, within so many seeds
 #   unit FILTER      the unit tests that the filter chooses, each in a process of its own
 #   fuzz TARGET      the inputs of that target, and changed copies of them
-#   threads FILTER   the tests of threads that the filter chooses, under the thread sanitizer
+#   threads FILTER   the tests of threads that the filter chooses, the same way, under the thread
+#                    sanitizer
 #   lives NAME       lives of the scenario under the thread sanitizer, in several orders of turns
 set -euo pipefail
 
@@ -44,13 +45,13 @@ catch() {
         >"$log" 2>&1 </dev/null || status=$?
       ((status == 0)) && head -n 1 "$log"
       ;;
-    unit)
+    unit | threads)
       # The product keeps state for the whole process: the second test of one may fail in any case.
       local began=$SECONDS test
       for test in $(tests_of "$program" "$what"); do
         status=0
-        timeout -k 5 "$most_seconds" "$program" --gtest_filter="$test" >"$log" 2>&1 </dev/null ||
-          status=$?
+        TSAN_OPTIONS=halt_on_error=1 timeout -k 5 "$most_seconds" "$program" \
+          --gtest_filter="$test" >"$log" 2>&1 </dev/null || status=$?
         if ((SECONDS - began >= most_seconds)); then return 1; fi
         if ((status != 0)) && grep -qF "[ RUN      ] $test" "$log"; then
           printf '%s\n' "$test"
@@ -58,13 +59,6 @@ catch() {
         fi
       done
       return 1
-      ;;
-    threads)
-      TSAN_OPTIONS=halt_on_error=1 timeout -k 5 "$most_seconds" "$program" --gtest_filter="$what" \
-        >"$log" 2>&1 </dev/null || status=$?
-      # A test that failed, or died and says so itself; a program that does not start has no test.
-      grep -q '^\[ RUN ' "$log" && ((status != 0 && status != 124)) &&
-        grep -m 1 -oE '^\[  FAILED  \] [^ (]+|WARNING: ThreadSanitizer: [a-z ]+' "$log"
       ;;
     lives)
       timeout -k 5 "$most_seconds" "$build/tools/threads/threads" "$what" --turns \
@@ -114,7 +108,7 @@ while IFS=$'\t' read -r name program kind caught_by; do
     seconds=$((($(date +%s%N) - began) / 100000000))
     way=${caught_by%% *}
     what=${caught_by#* }
-    if [[ $way == unit ]]; then what=$found; fi
+    if [[ $way == unit || $way == threads ]]; then what=$found; fi
     if holds_without "$way" "$what"; then
       printf '| %s | %s | %s | %d.%d | %s |\n' "$name" "$kind" "$caught_by" $((seconds / 10)) \
         $((seconds % 10)) "$found"

@@ -19,7 +19,7 @@ add_planted(backup_lost PROGRAM unit_tests KIND "exchanged order" SOURCE VUSL/Su
 add_planted(quote_not_searched PROGRAM unit_tests KIND "dropped call"
   SOURCE VUSL/Support/ConfigLine.cpp
   FROM "return value.substr(0, value.find('\"'));" TO "return value;"
-  CAUGHT_BY unit ConfigLine*)
+  CAUGHT_BY unit *ConfigLine*)
 add_planted(zero_not_sent PROGRAM unit_tests KIND "off by one" SOURCE VUSL/Support/EtwLogOutlet.cpp
   FROM "std::strlen(row.logLevel) + 1" TO "std::strlen(row.logLevel)"
   CAUGHT_BY unit Etw*)

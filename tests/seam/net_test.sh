@@ -60,6 +60,13 @@ test_unit_test_that_fails_by_itself_catches() {
   expect 0 ' | B/0.two |'
 }
 
+test_thread_tests_run_one_by_one_too() {
+  write_unit_tests tests/threads/thread_tests ''
+  write_unit_tests faulty B/0.two
+  cast_net a "$place/faulty" 'removed lock' 'threads *'
+  expect 0 ' | B/0.two |'
+}
+
 test_unit_test_that_fails_beside_others_alone_catches_nothing() {
   write_unit_tests tests/unit_tests ''
   write_unit_tests faulty ''
