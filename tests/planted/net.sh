@@ -104,10 +104,10 @@ while IFS=$'\t' read -r name program kind caught_by; do
     exit 1
   fi
   began=$(date +%s%N)
-  if found=$(catch "$program" "${caught_by%% *}" "${caught_by#* }"); then
+  way=${caught_by%% *}
+  what=${caught_by#* }
+  if found=$(catch "$program" "$way" "$what"); then
     seconds=$((($(date +%s%N) - began) / 100000000))
-    way=${caught_by%% *}
-    what=${caught_by#* }
     if [[ $way == unit || $way == threads ]]; then what=$found; fi
     if holds_without "$way" "$what"; then
       printf '| %s | %s | %s | %d.%d | %s |\n' "$name" "$kind" "$caught_by" $((seconds / 10)) \

@@ -24,7 +24,9 @@ seam::SourceTree product() {
 
 // Both programs that are shipped.
 seam::SourceTree shipped() {
-  return seam::readTree(kRoot, {"VUSL", "client", "service", "task", "tools/config-check"});
+  std::vector<std::string> rooms = seam::kProductRooms;
+  rooms.emplace_back("tools/config-check");
+  return checkout(rooms);
 }
 
 // Each finding on a line of its own, so that all of them can be read.
