@@ -19,9 +19,9 @@ SweepResult swept(const SweepOptions& options) {
 }
 
 TEST(SweepTest, RefusesAScenarioThatIsNotThere) {
-  const auto ran = runSweep({.scenarios = {"no-such-life"}});
+  const auto ran = runSweep({.scenarios = {"help-option", "fist-boot"}});
   ASSERT_TRUE(std::holds_alternative<std::string>(ran));
-  EXPECT_EQ(std::get<std::string>(ran), "there is no scenario no-such-life");
+  EXPECT_EQ(std::get<std::string>(ran), "there is no scenario fist-boot; did you mean first-boot?");
 }
 
 // That life makes a mutex and a section, each of which fails in three ways, and then comes to the

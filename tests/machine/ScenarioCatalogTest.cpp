@@ -69,6 +69,41 @@ TEST_F(ScenarioCatalogTest, AtMostFiveNamesAreNear) {
   EXPECT_EQ(ScenarioCatalog(folder_.path()).near("aa").size(), 5U);
 }
 
+// What each of the scenarios is about.
+Names told(const std::variant<std::vector<LoadedScenario>, std::string>& loaded) {
+  if (const auto* refusal = std::get_if<std::string>(&loaded)) {
+    return {*refusal};
+  }
+  Names names;
+  for (const LoadedScenario& one : std::get<std::vector<LoadedScenario>>(loaded)) {
+    names.push_back(one.file.filename().string() + ": " + one.scenario.about);
+  }
+  return names;
+}
+
+TEST_F(ScenarioCatalogTest, ScenariosAreLoadedByTheirNamesOrAllOfThem) {
+  for (const std::string name : {"one", "two", "three"}) {
+    std::ofstream(folder_.path() / (name + ".scenario"))
+        << "[scenario]\nabout = the " << name << "\nend = exit 0\n";
+  }
+  const ScenarioCatalog catalog(folder_.path());
+  EXPECT_EQ(told(catalog.load({"two", "one"})),
+            (Names{"two.scenario: the two", "one.scenario: the one"}));
+  EXPECT_EQ(told(catalog.load({})),
+            (Names{"one.scenario: the one", "three.scenario: the three", "two.scenario: the two"}));
+}
+
+TEST_F(ScenarioCatalogTest, FirstScenarioThatCannotBeLoadedIsSaid) {
+  std::ofstream(folder_.path() / "one.scenario") << "[scenario]\nabout = x\nend = exit 0\n";
+  std::ofstream(folder_.path() / "two.scenario") << "[scenario]\nabout = x\nno such line\n";
+  const ScenarioCatalog catalog(folder_.path());
+  EXPECT_EQ(told(catalog.load({"one", "onne", "two"})),
+            Names{"there is no scenario onne; did you mean one?"});
+  const std::string lead = (folder_.path() / "two.scenario").string() + ":3: ";
+  EXPECT_EQ(told(catalog.load({})).front().substr(0, lead.size()), lead);
+  EXPECT_EQ(told(catalog.load({"two", "onne"})).front().substr(0, lead.size()), lead);
+}
+
 TEST_F(ScenarioCatalogTest, FileThatIsMissingIsSaid) {
   const auto loaded = loadScenario(folder_.path() / "none.scenario");
   ASSERT_TRUE(std::holds_alternative<std::string>(loaded));
@@ -132,6 +167,21 @@ TEST_F(ScenarioCatalogTest, AScenarioOfFiveMinutesIsShortUnlessItSpins) {
   scenario.limit = 1;
   scenario.endlessLoopExpected = true;
   EXPECT_FALSE(isShort(scenario));
+}
+
+TEST_F(ScenarioCatalogTest, WhoListensFromTheStartAndIsNeverDetachedHearsAll) {
+  using Kind = host::Action::Kind;
+  host::Scenario scenario;
+  scenario.debugListener = true;
+  scenario.script.resize(2);
+  scenario.script[0].action.kind = Kind::kAttachListener;
+  scenario.script[1].action.kind = Kind::kSignalEvent;
+  EXPECT_TRUE(isListenedToThroughout(scenario));
+  scenario.script[1].action.kind = Kind::kDetachListener;
+  EXPECT_FALSE(isListenedToThroughout(scenario));
+  scenario.script.pop_back();
+  scenario.debugListener = false;
+  EXPECT_FALSE(isListenedToThroughout(scenario));
 }
 
 TEST_F(ScenarioCatalogTest, HugeFileIsRefused) {

@@ -26,15 +26,11 @@ int refuse(const std::string& reason) {
 }
 
 int byScenario(const std::filesystem::path& program, const std::string& name) {
-  const auto file = runner::ScenarioCatalog(runner::scenarioFolder()).find(name);
-  if (!file) {
-    return refuse("there is no scenario " + name);
-  }
-  const auto loaded = runner::loadScenario(*file);
+  const auto loaded = runner::ScenarioCatalog(runner::scenarioFolder()).load({name});
   if (const auto* wrong = std::get_if<std::string>(&loaded)) {
     return refuse(*wrong);
   }
-  const auto& scenario = std::get<runner::LoadedScenario>(loaded);
+  const auto& scenario = std::get<std::vector<runner::LoadedScenario>>(loaded).front();
   const auto made = runner::DriveFolder::make(std::nullopt);
   if (const auto* refusal = std::get_if<std::string>(&made)) {
     return refuse(*refusal);

@@ -140,23 +140,16 @@ class Sweep {
   explicit Sweep(const AllocationOptions& options) : options_(options) {}
 
   std::string run(AllocationResult& result) {
-    const runner::ScenarioCatalog catalog(runner::scenarioFolder());
-    for (const std::string& name :
-         options_.scenarios.empty() ? catalog.names() : options_.scenarios) {
-      const auto file = catalog.find(name);
-      if (!file) {
-        return "there is no scenario " + name;
-      }
-      const auto loaded = runner::loadScenario(*file);
-      if (const auto* wrong = std::get_if<std::string>(&loaded)) {
-        return *wrong;
-      }
-      const auto& scenario = std::get<runner::LoadedScenario>(loaded);
+    auto loaded = runner::ScenarioCatalog(runner::scenarioFolder()).load(options_.scenarios);
+    if (auto* wrong = std::get_if<std::string>(&loaded)) {
+      return std::move(*wrong);
+    }
+    for (const auto& scenario : std::get<std::vector<runner::LoadedScenario>>(loaded)) {
       if (options_.scenarios.empty() && !runner::isShort(scenario.scenario)) {
         continue;
       }
       if (std::string refusal = sweep(scenario); !refusal.empty()) {
-        return name + ": " + refusal;
+        return scenario.scenario.name + ": " + refusal;
       }
     }
     result = std::move(result_);
@@ -205,7 +198,7 @@ class Sweep {
       return "without a failure " + differences.front().summary;
     }
     plain_ = sightOf(plain);
-    plain_.isHeard = isHeard(loaded.scenario);
+    plain_.isHeard = runner::isListenedToThroughout(loaded.scenario);
     return {};
   }
 

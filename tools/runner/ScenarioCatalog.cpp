@@ -75,6 +75,13 @@ bool isShort(const host::Scenario& scenario) {
   return scenario.limit <= kShort && !scenario.endlessLoopExpected;
 }
 
+bool isListenedToThroughout(const host::Scenario& scenario) {
+  return scenario.debugListener &&
+         std::ranges::none_of(scenario.script, [](const host::Step& step) {
+           return step.action.kind == host::Action::Kind::kDetachListener;
+         });
+}
+
 ScenarioCatalog::ScenarioCatalog(const std::filesystem::path& folder) : folder_(folder) {
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
@@ -121,6 +128,23 @@ std::string ScenarioCatalog::refusalOf(const std::string& name) const {
     text += (&one == &meant.front() ? "; did you mean " : " or ") + one;
   }
   return meant.empty() ? text : text + "?";
+}
+
+std::variant<std::vector<LoadedScenario>, std::string> ScenarioCatalog::load(
+    const std::vector<std::string>& names) const {
+  std::vector<LoadedScenario> scenarios;
+  for (const std::string& name : names.empty() ? names_ : names) {
+    const auto file = find(name);
+    if (!file) {
+      return refusalOf(name);
+    }
+    auto loaded = loadScenario(*file);
+    if (auto* wrong = std::get_if<std::string>(&loaded)) {
+      return std::move(*wrong);
+    }
+    scenarios.push_back(std::get<LoadedScenario>(std::move(loaded)));
+  }
+  return scenarios;
 }
 
 }  // namespace runner

@@ -24,6 +24,10 @@ std::variant<LoadedScenario, std::string> loadScenario(const std::filesystem::pa
 // asked of such scenarios.
 bool isShort(const host::Scenario& scenario);
 
+// Whether somebody listens to the log through the whole of it. A log of which a part was not heard
+// says nothing about what came before what.
+bool isListenedToThroughout(const host::Scenario& scenario);
+
 // The scenarios of a folder: its files "<name>.scenario", the first boot's first, the others by
 // name.
 class ScenarioCatalog {
@@ -41,6 +45,11 @@ class ScenarioCatalog {
 
   // What to tell somebody who asked for a scenario that is not there.
   std::string refusalOf(const std::string& name) const;
+
+  // The scenarios of these names, or all of them without a name; or what is wrong with the first
+  // that is not there or not right.
+  std::variant<std::vector<LoadedScenario>, std::string> load(
+      const std::vector<std::string>& names) const;
 
  private:
   std::filesystem::path folder_;

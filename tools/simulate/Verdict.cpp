@@ -7,6 +7,7 @@
 #include "platform/host/Text.h"
 #include "platform/host/windows/windows.h"
 #include "tools/runner/PrintedLines.h"
+#include "tools/runner/ScenarioCatalog.h"
 #include "tools/simulate/LoopWatch.h"
 #include "tools/simulate/ReportWatch.h"
 
@@ -49,13 +50,6 @@ bool hasFault(const host::Scenario& scenario, std::string_view call) {
                      [&](const host::InjectedFault& fault) { return fault.call == call; });
 }
 
-// A log of which a part was not heard says nothing about what came before what.
-bool isListenedToThroughout(const host::Scenario& scenario) {
-  using Kind = host::Action::Kind;
-  return scenario.debugListener && !hasAction(scenario, Kind::kAttachListener) &&
-         !hasAction(scenario, Kind::kDetachListener);
-}
-
 bool isConfigWritten(const host::Scenario& scenario) {
   return std::any_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
     return step.action.kind == host::Action::Kind::kWriteFile &&
@@ -83,7 +77,7 @@ class Judgement {
       : life_(life),
         loop_(life, verdict_),
         reports_(verdict_),
-        isLogWhole_(life.isLogJudged && isListenedToThroughout(life.scenario)) {}
+        isLogWhole_(life.isLogJudged && runner::isListenedToThroughout(life.scenario)) {}
 
   Verdict pass();
 

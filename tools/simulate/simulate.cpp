@@ -176,7 +176,7 @@ int enumerateOrders(const simulate::Options& options) {
   for (const std::string& name : options.scenarios.empty() ? catalog.names() : options.scenarios) {
     const auto file = catalog.find(name);
     if (!file) {
-      return refuse("there is no scenario " + name);
+      return refuse(catalog.refusalOf(name));
     }
     files.push_back(*file);
   }

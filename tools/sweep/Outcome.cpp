@@ -111,14 +111,6 @@ Sight sightOf(const runner::RunResult& result) {
   return sight;
 }
 
-bool isHeard(const host::Scenario& scenario) {
-  using Kind = host::Action::Kind;
-  return scenario.debugListener &&
-         std::none_of(scenario.script.begin(), scenario.script.end(), [](const host::Step& step) {
-           return step.action.kind == Kind::kDetachListener;
-         });
-}
-
 Outcome endOf(const Sight& sight) {
   switch (sight.end) {
     case End::kFault:

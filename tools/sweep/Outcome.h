@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/host/Scenario.h"
 #include "tools/runner/Difference.h"
 #include "tools/runner/RunResult.h"
 
@@ -50,9 +49,6 @@ struct Sight {
 };
 
 Sight sightOf(const runner::RunResult& result);
-
-// Whether somebody listens to the log through the whole of the scenario.
-bool isHeard(const host::Scenario& scenario);
 
 // The way in which a run ended, whatever the plain run did; a service that stopped well, or was
 // ended by its scenario, is kTold.

@@ -119,18 +119,12 @@ class Sweep {
 };
 
 std::string Sweep::load() {
-  const runner::ScenarioCatalog catalog(runner::scenarioFolder());
-  for (const std::string& name :
-       options_.scenarios.empty() ? catalog.names() : options_.scenarios) {
-    const auto file = catalog.find(name);
-    if (!file) {
-      return "there is no scenario " + name;
-    }
-    auto loaded = runner::loadScenario(*file);
-    if (const auto* wrong = std::get_if<std::string>(&loaded)) {
-      return *wrong;
-    }
-    swept_.push_back({std::move(std::get<runner::LoadedScenario>(loaded))});
+  auto loaded = runner::ScenarioCatalog(runner::scenarioFolder()).load(options_.scenarios);
+  if (auto* wrong = std::get_if<std::string>(&loaded)) {
+    return std::move(*wrong);
+  }
+  for (auto& scenario : std::get<std::vector<runner::LoadedScenario>>(loaded)) {
+    swept_.push_back({std::move(scenario)});
   }
   return {};
 }
@@ -218,7 +212,7 @@ void Sweep::plan(Swept& swept) {
   const std::span calls(watch.calls, std::min(watch.count, host::LifeWatch::kMostCalls));
   swept.plain = sightOf(plain);
   std::copy(std::begin(watch.own), std::end(watch.own), swept.own.begin());
-  swept.plain.isHeard = isHeard(scenario);
+  swept.plain.isHeard = runner::isListenedToThroughout(scenario);
   swept.plain.hasOtherDevices = !scenario.devices.empty();
   swept.plain.hasVariables = !scenario.environment.empty();
   swept.plain.hasTraces = !scenario.traces.empty();

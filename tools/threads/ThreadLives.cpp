@@ -86,18 +86,11 @@ class ThreadLives {
 
  private:
   std::string load() {
-    const runner::ScenarioCatalog catalog(runner::scenarioFolder());
-    for (const std::string& name :
-         options_.scenarios.empty() ? catalog.names() : options_.scenarios) {
-      const auto file = catalog.find(name);
-      if (!file) {
-        return catalog.refusalOf(name);
-      }
-      auto loaded = runner::loadScenario(*file);
-      if (auto* wrong = std::get_if<std::string>(&loaded)) {
-        return std::move(*wrong);
-      }
-      auto& scenario = std::get<runner::LoadedScenario>(loaded);
+    auto loaded = runner::ScenarioCatalog(runner::scenarioFolder()).load(options_.scenarios);
+    if (auto* wrong = std::get_if<std::string>(&loaded)) {
+      return std::move(*wrong);
+    }
+    for (auto& scenario : std::get<std::vector<runner::LoadedScenario>>(loaded)) {
       if (!options_.scenarios.empty() || runner::isShort(scenario.scenario)) {
         scenarios_.push_back(std::move(scenario));
       }
