@@ -436,6 +436,13 @@ TEST_F(ConfigMgmtTest, existenceIsTestedBeforeTheFileIsOpened) {
   EXPECT_EQ(ledger().open("file"), 0U);
 }
 
+TEST_F(ConfigMgmtTest, operationThatIsNotSupportedInMemoryIsNotSupportedWithAFileEither) {
+  ConfigMgmt store;
+  const std::string thrown = thrownBy<Exception>([&] { store.unsupportedSettingsOperation(); });
+  EXPECT_TRUE(thrown.starts_with("VUSL\\Support\\ConfigMemory:")) << thrown;
+  EXPECT_TRUE(thrown.ends_with(":Not supported.")) << thrown;
+}
+
 TEST_F(ConfigMgmtTest, settingInMemoryLeavesTheFileAlone) {
   write("a = 1\n");
   ConfigMgmt store(kName, true);
