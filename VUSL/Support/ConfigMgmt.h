@@ -58,6 +58,6 @@ class ConfigMgmt : public ConfigMemory {
   bool exchangeFiles(const std::string& newName) const;
   bool renameFile(const std::string& from, const std::string& to) const;
 
-  bool silent;
+  bool silent = true;
   std::string configFileName;
 };

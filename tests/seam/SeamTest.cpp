@@ -74,6 +74,20 @@ TEST(SeamTest, LogSetupReadsItsThreeSettingsBeforeItEmptiesTheSink) {
   EXPECT_EQ(steps, "level size number empty ");
 }
 
+// As little is seen of the opening of the trace outlet.
+TEST(SeamTest, LogSetupOpensTheTraceOutletBetweenItsThresholdAndItsAttachment) {
+  std::string steps;
+  const std::vector<std::string> code = product().at("VUSL/Support/LogSetup.cpp").code;
+  for (const std::string& line : code) {
+    steps += line.find("sink.detachAll()") != std::string::npos ? "empty " : "";
+    steps += line.find("= parseLogLevel(word)") != std::string::npos ? "parse " : "";
+    steps += line.find("OutletBase<EtwLogOutlet>::level =") != std::string::npos ? "level " : "";
+    steps += line.find("etwOutlet.reopen()") != std::string::npos ? "open " : "";
+    steps += line.find("sink.attach(&etwOutlet") != std::string::npos ? "attach " : "";
+  }
+  EXPECT_EQ(steps, "empty parse level open attach ");
+}
+
 TEST(SeamTest, RoomsIncludeOnlyTheRoomsBelowThem) {
   expectNone(seam::forbiddenArrows(product()));
 }

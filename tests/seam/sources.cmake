@@ -8,4 +8,5 @@ list(APPEND seam_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/SourceTree.cpp
   ${CMAKE_CURRENT_LIST_DIR}/StyleRules.cpp
   ${CMAKE_CURRENT_LIST_DIR}/StyleRulesTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/UsesTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/VocabularyTest.cpp)

@@ -158,6 +158,7 @@ set(stays_over_the_model
   FileTest.readAllTestsTheBufferAheadOfTheFile
   ConfigSaveTest.storeWithoutAFileNameThrowsBeforeAnyFileIsTouched
   ConfigSaveTest.stepsOfTheExchangeComeInTheirOrder
+  ConfigSaveTest.namesOfTheFileAndOfTheNewOneAreWidenedFromUtf8
   ConfigMgmtTest.constructionWithoutAFileTouchesNothing
   ConfigMgmtTest.failedReadingIsAnException
   ConfigMgmtTest.existenceIsTestedBeforeTheFileIsOpened

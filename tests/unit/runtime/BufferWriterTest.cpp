@@ -71,6 +71,8 @@ TEST_F(BufferWriterTest, positionBeyondTheEndIsAnAssertionAheadOfTheMissingRoom)
   writer.setCurrentPos(9);
   EXPECT_EQ(thrownBy<AssertException>([&] { writer.writeRaw("a", 1); }), "Invalid currentPos");
   EXPECT_EQ(thrownBy<AssertException>([&] { writer.writeRaw("", 0); }), "Invalid currentPos");
+  EXPECT_EQ(writer.currentPos(), 9U);
+  EXPECT_EQ(content(), "........");
 }
 
 TEST_F(BufferWriterTest, nullSourceIsLoggedAndThrowsAPlainException) {

@@ -1,5 +1,8 @@
 #include "VUSL/Support/ConfigMgmt.h"
 
+#include <array>
+#include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,6 +44,17 @@ TEST_F(ConfigMgmtTest, constructionWithoutAFileTouchesNothing) {
   EXPECT_EQ(settingsOf(store), Pairs{});
   EXPECT_EQ(journal().names(), Texts{});
   EXPECT_EQ(log.texts(), Texts{});
+}
+
+// The memory that the store is made in says the opposite of what the store has to say.
+TEST_F(ConfigMgmtTest, storeWithoutAFileIsSilentWhateverItsMemoryHeld) {
+  alignas(ConfigMgmt) std::array<unsigned char, sizeof(ConfigMgmt)> memory{};
+  auto* const store = new (memory.data()) ConfigMgmt;
+  LogRecorder log;
+  EXPECT_THROW(store->reloadSettings(), MissingFileError);
+  EXPECT_EQ(log.texts(),
+            Texts{"[DBG] [TPM] [" + pointerText(store) + "] Could not open config file: "});
+  std::destroy_at(store);
 }
 
 // The syntax.
@@ -392,6 +406,10 @@ TEST_F(ConfigMgmtTest, assignmentTakesSettingsFileNameAndSilence) {
   working.reloadSettings();
   EXPECT_EQ(settingsOf(working), (Pairs{{"a", "2"}}));
   EXPECT_TRUE(log.contains("Starting reading config file: C:\\conf\\x.conf"));
+  working = ConfigMgmt(kName, true);
+  log.clear();
+  working.reloadSettings();
+  EXPECT_EQ(log.texts(), Texts{});
 }
 
 TEST_F(ConfigMgmtTest, storeStaysEmptyAndValidWhenTheAssignedOneCannotBeBuilt) {
@@ -416,6 +434,13 @@ TEST_F(ConfigMgmtTest, existenceIsTestedBeforeTheFileIsOpened) {
   EXPECT_EQ(calls.back(), "CreateFileW");
   EXPECT_EQ(ledger().open("find"), 0U);
   EXPECT_EQ(ledger().open("file"), 0U);
+}
+
+TEST_F(ConfigMgmtTest, operationThatIsNotSupportedInMemoryIsNotSupportedWithAFileEither) {
+  ConfigMgmt store;
+  const std::string thrown = thrownBy<Exception>([&] { store.unsupportedSettingsOperation(); });
+  EXPECT_TRUE(thrown.starts_with("VUSL\\Support\\ConfigMemory:")) << thrown;
+  EXPECT_TRUE(thrown.ends_with(":Not supported.")) << thrown;
 }
 
 TEST_F(ConfigMgmtTest, settingInMemoryLeavesTheFileAlone) {

@@ -12,6 +12,7 @@
 #include "tests/support/LogRecorder.h"
 #include "tests/unit/runtime/ConfigFilesTest.h"
 #include "tests/unit/runtime/FailingAllocation.h"
+#include "tests/unit/runtime/PointerText.h"
 #include "tests/unit/runtime/Thrown.h"
 
 namespace {
@@ -48,8 +49,8 @@ TEST_F(ConfigSaveFailureTest, unexpectedExceptionIsAnInternalErrorAndTouchesNoFi
   ThrowingForm store(kName, true);
   LogRecorder log;
   EXPECT_FALSE(store.saveSettings());
-  EXPECT_EQ(log.withoutAddresses(),
-            Texts{"[ERR] [TPM] [0x] Internal error occured when trying to update config file."});
+  EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] [" + pointerText(&store) +
+                               "] Internal error occured when trying to update config file."});
   EXPECT_EQ(read(), "a = 1\n");
   EXPECT_EQ(read(kBackupPath), kOlder);
   EXPECT_EQ(read(kNewPath), kMissing);
@@ -62,11 +63,12 @@ TEST_F(ConfigSaveFailureTest, missingFileCostsTheOldBackupAndReturnsFalse) {
   host::machine().drive.remove(kPath);
   LogRecorder log;
   EXPECT_FALSE(store.saveSettings());
-  EXPECT_EQ(log.withoutAddresses(),
-            (Texts{"[ERR] [TPM] [0x] Error occured when trying open old config file: File does "
-                   "not exist",
-                   "[ERR] [TPM] [0x] Error occured when trying to rename file: C:\\conf\\x.conf "
-                   "to: C:\\conf\\x.conf.bak"}));
+  const std::string ofTheStore = "[ERR] [TPM] [" + pointerText(&store) + "] ";
+  EXPECT_EQ(
+      log.texts(),
+      (Texts{ofTheStore + "Error occured when trying open old config file: File does not exist",
+             ofTheStore + "Error occured when trying to rename file: C:\\conf\\x.conf to: "
+                          "C:\\conf\\x.conf.bak"}));
   EXPECT_EQ(read(), kMissing);
   EXPECT_EQ(read(kBackupPath), kMissing);
   EXPECT_EQ(read(kNewPath), kMissing);

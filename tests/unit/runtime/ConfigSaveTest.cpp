@@ -6,6 +6,7 @@
 #include "VUSL/Support/Exception.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/unit/runtime/ConfigFilesTest.h"
+#include "tests/unit/runtime/PointerText.h"
 #include "tests/unit/runtime/Thrown.h"
 
 namespace {
@@ -122,6 +123,19 @@ TEST_F(ConfigSaveTest, settingWithAnEmptyKeyGoesToTheEndAndTakesTheLineOfNoOther
   EXPECT_EQ(read(), "# head\nsome text\na = \"new\"\n = \"nobody's\"\n");
 }
 
+TEST_F(ConfigSaveTest, namesOfTheFileAndOfTheNewOneAreWidenedFromUtf8) {
+  write(kOld, L"C:\\conf\\\u00E4.conf");
+  ConfigMgmt store("C:\\conf\\\xC3\xA4.conf", true);
+  store.setSetting("a", "new");
+  journal().clear();
+  EXPECT_TRUE(store.saveSettings());
+  const auto opened = journal().calls("CreateFileW");
+  ASSERT_EQ(opened.size(), 2U);
+  EXPECT_TRUE(opened[0].args.starts_with("C:\\conf\\\xC3\xA4.conf, ")) << opened[0].args;
+  EXPECT_TRUE(opened[1].args.starts_with("C:\\conf\\\xC3\xA4.conf.new, ")) << opened[1].args;
+  EXPECT_EQ(read(L"C:\\conf\\\u00E4.conf"), kNew);
+}
+
 TEST_F(ConfigSaveTest, savingKeepsTheStore) {
   ConfigMgmt store = storeWithA();
   EXPECT_TRUE(store.saveSettings());
@@ -235,13 +249,15 @@ TEST_F(ConfigSaveTest, silentSavingLogsNothing) {
 TEST_F(ConfigSaveTest, tracedSavingLogsEachSettingAlsoTheUnchanged) {
   write("b = 1\n# x\na = 2\n");
   ConfigMgmt store(kName, false);
+  store.setSetting("b", "one");
   store.setSetting("d", "4");
   store.setSetting("c", "3");
   LogRecorder log;
   EXPECT_TRUE(store.saveSettings());
-  EXPECT_EQ(log.withoutAddresses(),
-            (Texts{"[DBG] [TPM] [0x] Updated line: b=1", "[DBG] [TPM] [0x] Updated line: a=2",
-                   "[DBG] [TPM] [0x] New line: c=3", "[DBG] [TPM] [0x] New line: d=4"}));
+  const std::string ofTheStore = "[DBG] [TPM] [" + pointerText(&store) + "] ";
+  EXPECT_EQ(log.texts(),
+            (Texts{ofTheStore + "Updated line: b=one", ofTheStore + "Updated line: a=2",
+                   ofTheStore + "New line: c=3", ofTheStore + "New line: d=4"}));
 }
 
 class OtherForm : public ConfigMgmt {

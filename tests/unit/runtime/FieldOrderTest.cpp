@@ -1,12 +1,15 @@
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "VUSL/Support/ConfigMgmt.h"
 #include "VUSL/Support/CriticalSection.h"
 #include "VUSL/Support/Event.h"
+#include "VUSL/Support/Exception.h"
 #include "VUSL/Support/Mutex.h"
 #include "VUSL/Support/ScopedLock.h"
 #include "VUSL/Support/Thread.h"
@@ -74,6 +77,7 @@ class Failing : public vusl::Thread {
 };
 
 TEST_F(FieldOrderTest, threadHasItsSevenFieldsInOrder) {
+  static_assert(sizeof(vusl::Thread) == 56 + sizeof(std::string));
   Failing failing;
   const vusl::Thread& thread = failing;
   EXPECT_EQ(fieldAt<HANDLE>(thread, 8), nullptr);
@@ -131,6 +135,7 @@ TEST_F(FieldOrderTest, threadDoesNotCloseAHandleThatTheMachineCallsInvalid) {
 }
 
 TEST_F(FieldOrderTest, fileHasNameAndHandle) {
+  static_assert(sizeof(vusl::File) == 40 + sizeof(HANDLE));
   vusl::File file(L"C:\\a");
   EXPECT_EQ(std::wstring(fieldAt<const wchar_t*>(file, 8), 4), L"C:\\a");
   EXPECT_EQ(fieldAt<HANDLE>(file, 40), nullptr);
@@ -138,7 +143,19 @@ TEST_F(FieldOrderTest, fileHasNameAndHandle) {
   EXPECT_EQ(handleAt(file, 40), journal().calls("CreateFileW").at(0).result);
 }
 
+TEST_F(FieldOrderTest, closedFileHoldsNoHandleWhateverTheClosingCameTo) {
+  vusl::File file(L"C:\\a");
+  file.open(GENERIC_READ, FILE_BEGIN);
+  file.close();
+  EXPECT_EQ(fieldAt<HANDLE>(file, 40), nullptr);
+  file.open(GENERIC_READ, FILE_BEGIN);
+  faults().failOnce("CloseHandle", 6);
+  EXPECT_THROW(file.close(), Exception);
+  EXPECT_EQ(fieldAt<HANDLE>(file, 40), nullptr);
+}
+
 TEST_F(FieldOrderTest, bufferHasBlockAndSize) {
+  static_assert(sizeof(Buffer) == 16);
   Buffer buffer;
   buffer.Alloc(5);
   EXPECT_EQ(fieldAt<unsigned char*>(buffer, 0), buffer.data());
@@ -146,12 +163,25 @@ TEST_F(FieldOrderTest, bufferHasBlockAndSize) {
 }
 
 TEST_F(FieldOrderTest, bufferWriterHasTargetPositionAndCapacity) {
+  static_assert(sizeof(BufferWriter) == 16);
   char target[5] = {};
   BufferWriter writer(target, 5);
   writer.writeRaw("ab", 2);
   EXPECT_EQ(fieldAt<char*>(writer, 0), target);
   EXPECT_EQ(fieldAt<std::uint32_t>(writer, 8), 2U);
   EXPECT_EQ(fieldAt<std::uint32_t>(writer, 12), 5U);
+}
+
+TEST_F(FieldOrderTest, configFileHasSilenceAndNameBehindTheSettingsInMemory) {
+  constexpr std::size_t kSettingsEnd = 8 + sizeof(std::map<std::string, std::string>);
+  static_assert(sizeof(ConfigMemory) == kSettingsEnd);
+  static_assert(sizeof(ConfigMgmt) == kSettingsEnd + 8 + sizeof(std::string));
+  const ConfigMgmt silent;
+  ASSERT_EQ(fieldAt<unsigned char>(silent, kSettingsEnd), 1U);
+  host::machine().drive.write(L"C:\\x.conf", "");
+  const ConfigMgmt traced("C:\\x.conf", false);
+  ASSERT_EQ(fieldAt<unsigned char>(traced, kSettingsEnd), 0U);
+  EXPECT_STREQ(fieldAt<const char*>(traced, kSettingsEnd + 8), "C:\\x.conf");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "VUSL/Support/Exception.h"
@@ -15,6 +16,8 @@ using vusl::Mutex;
 using vusl::WaitResult;
 
 class MutexTest : public host::MachineTest {};
+
+static_assert(std::is_same_v<std::underlying_type_t<WaitResult>, int32_t>);
 
 TEST(WaitResultTest, numbersAreTheCommonCode) {
   EXPECT_EQ(static_cast<int32_t>(WaitResult::kDone), 0);
@@ -125,6 +128,15 @@ TEST_F(MutexTest, failedReleaseIsAnErrorAndTheMutexStaysOwned) {
   faults().failOnce("ReleaseMutex", 6);
   EXPECT_EQ(mutex.Unlock(), WaitResult::kError);
   EXPECT_EQ(mutex.Unlock(), WaitResult::kDone);
+}
+
+// Deliberate: a release is done if the platform says 1, and for no other number.
+TEST_F(MutexTest, releaseThatIsAnsweredByANumberOtherThan1IsAnError) {
+  Mutex mutex;
+  mutex.Lock(0);
+  faults().failOnce("ReleaseMutex", 2, 1, host::Deed::kDone);
+  EXPECT_EQ(mutex.Unlock(), WaitResult::kError);
+  EXPECT_EQ(journal().calls("ReleaseMutex").back().result, "2");
 }
 
 TEST_F(MutexTest, unlockOfAFreeMutexIsAnError) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <type_traits>
 
 #include "VUSL/Support/ConfigMgmt.h"
@@ -19,11 +20,49 @@ namespace {
 static_assert(std::is_abstract_v<IConfig> && std::has_virtual_destructor_v<IConfig>);
 static_assert(std::is_abstract_v<vusl::FileBase> && std::has_virtual_destructor_v<vusl::FileBase>);
 static_assert(std::is_abstract_v<vusl::Waitable> && std::has_virtual_destructor_v<vusl::Waitable>);
+static_assert(std::is_abstract_v<vusl::IRunning>);
+static_assert(sizeof(vusl::IRunning) == sizeof(void*));
 static_assert(std::is_abstract_v<vusl::Thread>);
 static_assert(std::is_base_of_v<vusl::Waitable, vusl::Mutex>);
 static_assert(std::is_base_of_v<vusl::Waitable, vusl::CriticalSection>);
 static_assert(std::is_base_of_v<vusl::Waitable, vusl::Event>);
 static_assert(std::is_base_of_v<vusl::Waitable, vusl::Thread>);
+
+// Each operation of an interface is pure by itself: a class that has all but one is abstract still.
+
+template <class Base>
+struct WithLock : Base {
+  vusl::WaitResult Lock(uint32_t /*timeoutMs*/) override { return vusl::WaitResult::kDone; }
+};
+template <class Base>
+struct WithUnlock : Base {
+  vusl::WaitResult Unlock() override { return vusl::WaitResult::kDone; }
+};
+static_assert(!std::is_abstract_v<WithLock<WithUnlock<vusl::Waitable>>>);
+static_assert(std::is_abstract_v<WithUnlock<vusl::Waitable>>);
+static_assert(std::is_abstract_v<WithLock<vusl::Waitable>>);
+
+template <class Base>
+struct WithGetSize : Base {
+  uint32_t getSize() const override { return 0; }
+};
+template <class Base>
+struct WithExists : Base {
+  bool exists() const override { return false; }
+};
+template <class Base>
+struct WithClose : Base {
+  void close() override {}
+};
+template <class Base>
+struct WithRead : Base {
+  void read(void* /*data*/, unsigned int /*size*/) override {}
+};
+static_assert(!std::is_abstract_v<WithGetSize<WithExists<WithClose<WithRead<vusl::FileBase>>>>>);
+static_assert(std::is_abstract_v<WithExists<WithClose<WithRead<vusl::FileBase>>>>);
+static_assert(std::is_abstract_v<WithGetSize<WithClose<WithRead<vusl::FileBase>>>>);
+static_assert(std::is_abstract_v<WithGetSize<WithExists<WithRead<vusl::FileBase>>>>);
+static_assert(std::is_abstract_v<WithGetSize<WithExists<WithClose<vusl::FileBase>>>>);
 
 TEST(SlotOrderTest, waitableHasDestructorLockUnlock) {
   EXPECT_EQ(slotOf(&vusl::Waitable::Lock), 2U);

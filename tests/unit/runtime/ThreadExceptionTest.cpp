@@ -150,6 +150,21 @@ TEST_F(ThreadExceptionTest, unfetchedStandardExceptionIsReportedByTheDestructor)
                    "[DBG] [TPM] [0x] Thread failing deleted"}));
 }
 
+TEST_F(ThreadExceptionTest, destructorClosesTheThreadsHandleBeforeItReportsAnything) {
+  LogRecorder log;
+  Texts reportedByThen = {"never closed"};
+  {
+    Failing worker(throwStandard);
+    worker.Start();
+    Sleep(10);
+    log.clear();
+    host::CallHooks::instance().before("CloseHandle", journal().count("CloseHandle") + 1,
+                                       [&] { reportedByThen = log.texts(); });
+  }
+  EXPECT_EQ(reportedByThen, Texts{});
+  EXPECT_EQ(log.texts().size(), 2U);
+}
+
 TEST_F(ThreadExceptionTest, unfetchedNumberIsReportedByTheDestructor) {
   LogRecorder log;
   {

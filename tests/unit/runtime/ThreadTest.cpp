@@ -195,6 +195,17 @@ TEST_F(ThreadTest, waitLogsEntryPlatformWaitAndCompletion) {
                    "[DBG] [TPM] [0x] The thread completed."}));
 }
 
+TEST_F(ThreadTest, lockLogsBeforeItWaits) {
+  LogRecorder log;
+  Worker worker("w");
+  worker.Start();
+  bool logged = false;
+  host::CallHooks::instance().before(
+      "WaitForSingleObject", 1, [&] { logged = log.contains("[DBG] [TPM] WaitForSingleObject"); });
+  worker.Lock(vusl::kInfiniteMs);
+  EXPECT_TRUE(logged);
+}
+
 TEST_F(ThreadTest, waitHasNoLimit) {
   Worker worker("w", [] { Sleep(4'000'000'000U); });
   worker.Start();

@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <functional>
+#include <type_traits>
 
 #include "VUSL/Support/ConfigMemory.h"
 #include "VUSL/Support/Exception.h"
+#include "VUSL/Support/IRunning.h"
 #include "VUSL/Support/Singleton.h"
 #include "tests/unit/runtime/Thrown.h"
 #include "tests/unit/service/ServiceFixture.h"
@@ -10,6 +12,8 @@
 namespace {
 
 using TPMEnrollmentService::TPMEnrollment;
+
+static_assert(std::is_base_of_v<vusl::IRunning, TPMEnrollment>);
 
 const std::string kUnreadable =
     "[DBG] [TPM] Could not read parameter: TCBRepeaterTime or value is incorrect -> Default value "
