@@ -1,12 +1,14 @@
 #include "task/PlatformString.h"
 
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "task/ComError.h"
 
 PlatformString::PlatformString(const std::wstring& text) {
-  auto shared = std::make_unique<Shared>(Shared{nullptr, 1});
+  std::unique_ptr<Shared> shared(new (std::nothrow) Shared{nullptr, 1});
+  if (shared == nullptr) throw ComError(E_OUTOFMEMORY);
   shared->text = SysAllocString(text.c_str());
   if (shared->text == nullptr) throw ComError(E_OUTOFMEMORY);
   m_shared = shared.release();

@@ -9,7 +9,8 @@
 class PlatformString {
  public:
   // Allocates a copy of `text`, which ends at its first zero character. The empty text is allocated
-  // like any other. Throws ComError(E_OUTOFMEMORY) if the platform has no memory.
+  // like any other. Throws ComError(E_OUTOFMEMORY) if there is no memory, the platform's or its
+  // own.
   explicit PlatformString(const std::wstring& text);
 
   // Shares the string of `other`, and lets go of what it had before; the last copy frees it.

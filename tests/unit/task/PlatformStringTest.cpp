@@ -14,6 +14,12 @@ using Texts = std::vector<std::string>;
 class PlatformStringTest : public host::MachineTest {
  protected:
   static Texts calls() { return journal().namesOf({"SysAllocString", "SysFreeString"}); }
+
+  static void expectEveryTextFreedOnce(std::size_t texts) {
+    EXPECT_EQ(journal().count("SysFreeString"), texts);
+    EXPECT_EQ(ledger().open("bstr"), 0U);
+    EXPECT_EQ(ledger().violations(), Texts{});
+  }
 };
 
 TEST_F(PlatformStringTest, textIsAllocatedOnceAndFreedOnce) {
@@ -70,19 +76,25 @@ TEST_F(PlatformStringTest, lastOfTheCopiesFrees) {
 }
 
 TEST_F(PlatformStringTest, assignmentFreesTheOldTextAndSharesTheNew) {
-  const PlatformString one(L"one");
-  PlatformString text(L"two");
-  text = one;
-  EXPECT_EQ(calls(), (Texts{"SysAllocString", "SysAllocString", "SysFreeString"}));
-  EXPECT_EQ(text.Get(), one.Get());
+  {
+    const PlatformString one(L"one");
+    PlatformString text(L"two");
+    text = one;
+    EXPECT_EQ(calls(), (Texts{"SysAllocString", "SysAllocString", "SysFreeString"}));
+    EXPECT_EQ(text.Get(), one.Get());
+  }
+  expectEveryTextFreedOnce(2);
 }
 
 TEST_F(PlatformStringTest, assignmentToItselfKeepsTheText) {
-  PlatformString text(L"one");
-  const PlatformString& same = text;
-  text = same;
-  EXPECT_EQ(calls(), Texts{"SysAllocString"});
-  EXPECT_EQ(std::wstring(text.Get()), L"one");
+  {
+    PlatformString text(L"one");
+    const PlatformString& same = text;
+    text = same;
+    EXPECT_EQ(calls(), Texts{"SysAllocString"});
+    EXPECT_EQ(std::wstring(text.Get()), L"one");
+  }
+  expectEveryTextFreedOnce(1);
 }
 
 TEST_F(PlatformStringTest, failedAllocationIsThrownAsTheComErrorOutOfMemory) {
@@ -94,6 +106,29 @@ TEST_F(PlatformStringTest, failedAllocationIsThrownAsTheComErrorOutOfMemory) {
     EXPECT_EQ(static_cast<DWORD>(e.Error()), 0x8007000EU);
   }
   EXPECT_EQ(calls(), Texts{"SysAllocString"});
+}
+
+TEST_F(PlatformStringTest, failedAllocationOfItsOwnBlockIsTheSameError) {
+  const std::wstring one = L"one";
+  HRESULT thrown = S_OK;
+  {
+    const FailingAllocation failing(1);
+    try {
+      const PlatformString text(one);
+    } catch (const ComError& e) {
+      thrown = e.Error();
+    }
+  }
+  EXPECT_EQ(static_cast<DWORD>(thrown), 0x8007000EU);
+  EXPECT_EQ(ledger().open("bstr"), 0U);
+}
+
+TEST_F(PlatformStringTest, nothingIsKeptOfAStringThatCannotBeAllocated) {
+  faults().failFrom("SysAllocString", 8);
+  const std::ptrdiff_t ofTheCalls = blocksKeptBy([] { SysAllocString(L"one"); });
+  const std::ptrdiff_t ofStrings =
+      blocksKeptBy([] { EXPECT_THROW(const PlatformString text(L"one"), ComError); });
+  EXPECT_LT(ofStrings, ofTheCalls + 50);
 }
 
 TEST_F(PlatformStringTest, variantBorrowsTheString) {
