@@ -12,15 +12,17 @@ namespace {
 
 constexpr char kTag[] = "IsLowIntegrityLevel";
 
-// Null when the token cannot be opened.
-std::shared_ptr<void> OpenOwnToken() {
-  HANDLE token = nullptr;
-  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token)) {
+// False when the token cannot be opened. The call's result alone tells: a null handle is refused by
+// the first query.
+bool OpenOwnToken(std::shared_ptr<void>& token) {
+  HANDLE opened = nullptr;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened)) {
     const DWORD error = GetLastError();
     LogItem().error() << "Error while opening process token: " << GetErrorString(error);
-    return nullptr;
+    return false;
   }
-  return std::shared_ptr<void>(token, CloseHandle);
+  if (opened != nullptr) token.reset(opened, CloseHandle);
+  return true;
 }
 
 // Learns the size of the token's label in bytes. The call without a buffer is expected to fail.
@@ -54,8 +56,8 @@ bool AllocateLabel(Buffer& label, DWORD size) {
 }  // namespace
 
 bool QueryIntegrityLevel(DWORD& level) {
-  const std::shared_ptr<void> token = OpenOwnToken();
-  if (token == nullptr) return false;
+  std::shared_ptr<void> token;
+  if (!OpenOwnToken(token)) return false;
 
   DWORD size = 0;
   if (!QueryLabelSize(token.get(), size)) return false;

@@ -78,6 +78,19 @@ TEST_F(IntegrityLevelTest, ATokenThatCannotBeOpened) {
   EXPECT_EQ(journal().count("CloseHandle"), 0U);
 }
 
+// The call's result alone says whether there is a token.
+TEST_F(IntegrityLevelTest, ATokenOpenedWithoutAHandleFailsAtTheFirstQuery) {
+  host::machine().token.givesNoHandle = true;
+  EXPECT_FALSE(QueryIntegrityLevel(level));
+  EXPECT_EQ(level, 7U);
+  EXPECT_EQ(log.texts(),
+            (Texts{"[ERR] [TPM] GetErrorString The handle is invalid.\r\n",
+                   "[ERR] [TPM] Error while retrieving TokenIntegrityLevel. This behaviour is "
+                   "expected for WinXP. Error: The handle is invalid.\r\n"}));
+  EXPECT_EQ(journal().count("GetTokenInformation"), 1U);
+  EXPECT_EQ(journal().count("CloseHandle"), 0U);
+}
+
 TEST_F(IntegrityLevelTest, ASizeThatCannotBeLearnt) {
   faults().failOnce("GetTokenInformation", 5);
   EXPECT_FALSE(QueryIntegrityLevel(level));
