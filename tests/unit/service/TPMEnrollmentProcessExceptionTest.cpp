@@ -1,5 +1,7 @@
 #include "service/TPMEnrollmentProcessException.h"
 
+#include <locale>
+
 #include "tests/unit/runtime/Thrown.h"
 #include "tests/unit/service/ServiceFixture.h"
 
@@ -8,6 +10,12 @@ namespace {
 using TPMEnrollmentService::TPMEnrollmentProcessException;
 
 class TPMEnrollmentProcessExceptionTest : public ServiceTest {};
+
+template <class Character>
+struct Grouping : std::numpunct<Character> {
+  Character do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\1"; }
+};
 
 TEST_F(TPMEnrollmentProcessExceptionTest, textIsTheCodeInDecimalAndTheSystemsMessage) {
   EXPECT_STREQ(TPMEnrollmentProcessException("", 5).what(),
@@ -23,6 +31,15 @@ TEST_F(TPMEnrollmentProcessExceptionTest, locationDoesNotShowInTheText) {
 TEST_F(TPMEnrollmentProcessExceptionTest, textOfACodeUnknownToTheSystemEndsAfterTheColon) {
   EXPECT_STREQ(TPMEnrollmentProcessException("", 0xFFFFFFFF).what(),
                "Last error code: 4294967295 : ");
+}
+
+// A program may have set a locale whose numbers have separators.
+TEST_F(TPMEnrollmentProcessExceptionTest, codeIsTheSameInEveryLocale) {
+  const std::locale before = std::locale::global(
+      std::locale(std::locale(std::locale::classic(), new Grouping<char>), new Grouping<wchar_t>));
+  const std::string text = TPMEnrollmentProcessException("", 1450).what();
+  std::locale::global(before);
+  EXPECT_EQ(text, "Last error code: 1450 : ");
 }
 
 TEST_F(TPMEnrollmentProcessExceptionTest, carriesTheCode) {
