@@ -64,6 +64,7 @@ CONFIGRET giveHardwareIds(const DeviceNode& node, ULONG* type, void* buffer, ULO
   const ULONG room = *size;
   *size = needed;
   if (type != nullptr) {
+    ++deviceLists().typesAskedFor;
     *type = REG_MULTI_SZ;
   }
   if (room < needed) {

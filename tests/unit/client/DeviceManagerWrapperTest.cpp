@@ -134,6 +134,7 @@ TEST_F(DeviceManagerWrapperTest, GetDeviceHardwareIDReadsTheHardwareIds) {
   ASSERT_EQ(calls.size(), 1U);
   EXPECT_EQ(argument(calls[0], 1), "2");
   EXPECT_EQ(argument(calls[0], 3), "0");
+  EXPECT_EQ(host::deviceLists().typesAskedFor, 0U);
 }
 
 TEST_F(DeviceManagerWrapperTest, GetDeviceHardwareIDAnswersWithThePlatformsStatus) {
