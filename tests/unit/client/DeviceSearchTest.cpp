@@ -55,6 +55,20 @@ TEST_F(DeviceSearchTest, TheSecondOfTwoDevicesIsFound) {
                    "Client>."}));
 }
 
+TEST_F(DeviceSearchTest, ADeviceIsToldOfAheadOfItsSearch) {
+  addAhead(L"SWD\\OTHER");
+  const LogRecorder log;
+  Texts told;
+  for (const std::size_t nth : {1U, 2U}) {
+    host::CallHooks::instance().before("CM_Locate_DevNodeW", nth,
+                                       [&] { told.push_back(log.texts().back()); });
+  }
+  search();
+  EXPECT_EQ(told, (Texts{"[DBG] [TPM] Current device: SWD\\OTHER",
+                         "[DBG] [TPM] Current device: "
+                         "SWC\\PROVIDER_ORVIX_COMPONENT_TALSCLIENT\\7&1A2B3C4D&0&0"}));
+}
+
 TEST_F(DeviceSearchTest, TheLastOfAThousandDevicesIsFound) {
   for (int i = 1; i < 1000; ++i) addAhead(L"SWD\\" + std::to_wstring(i));
   EXPECT_EQ(search(), "C:\\Program Files\\Orvix\\tALS Client");

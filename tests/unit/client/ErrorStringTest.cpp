@@ -1,5 +1,7 @@
 #include "client/ErrorString.h"
 
+#include "VUSL/Support/LogOutlet.h"
+#include "VUSL/Support/LogSink.h"
 #include "tests/unit/client/ClientTest.h"
 
 namespace {
@@ -9,6 +11,21 @@ using client_test::Texts;
 
 class ErrorStringTest : public host::MachineTest {};
 
+// The log's messages as they reach an outlet, not narrowed. Attached while it lives.
+class WideMessages : private LogOutlet {
+ public:
+  WideMessages() { LogSink::process().attach(this, LogSink::kOutletChannel); }
+  ~WideMessages() override { LogSink::process().detach(this); }
+
+  std::vector<vusl::string_t> messages;
+
+ private:
+  void Log(const vusl::string_t&, const vusl::string_t&, const vusl::string_t& message,
+           int) override {
+    messages.push_back(message);
+  }
+};
+
 TEST_F(ErrorStringTest, AKnownCodeGivesTheSystemsTextWithItsLineEnd) {
   EXPECT_EQ(GetErrorString(5), "Access is denied.\r\n");
 }
@@ -17,6 +34,13 @@ TEST_F(ErrorStringTest, AKnownCodeIsLoggedAsAnError) {
   const LogRecorder log;
   GetErrorString(5);
   EXPECT_EQ(log.texts(), Texts{"[ERR] [TPM] GetErrorString Access is denied.\r\n"});
+}
+
+TEST_F(ErrorStringTest, WhatHasNoNarrowFormIsAQuestionMarkInTheTextAndInTheLog) {
+  host::machine().errorTexts[5] = L"Odmowa dost\u0119pu.\r\n";
+  const WideMessages log;
+  EXPECT_EQ(GetErrorString(5), "Odmowa dost?pu.\r\n");
+  EXPECT_EQ(log.messages, std::vector<vusl::string_t>{L"[TPM] GetErrorString Odmowa dost?pu.\r\n"});
 }
 
 TEST_F(ErrorStringTest, AnUnknownCodeGivesItsNumberAndLogsNothing) {

@@ -23,7 +23,11 @@ class FileUtilsTest : public host::MachineTest {
 
 TEST_F(FileUtilsTest, AVariableMovesTheLogDirectory) {
   setVariable(L"TALS_LOGDIR_PATH", L"D:\\logs");
+  const LogRecorder log;
   EXPECT_EQ(getTalsDirectory(kLog, 1), "D:\\logs\\");
+  EXPECT_EQ(journal().count("OpenProcessToken"), 0U);
+  EXPECT_EQ(journal().count("SHGetKnownFolderPath"), 0U);
+  EXPECT_EQ(log.texts(), client_test::Texts{});
 }
 
 TEST_F(FileUtilsTest, AVariableMovesTheConfigurationDirectory) {

@@ -151,6 +151,21 @@ TEST_F(SOloaderTest, DestroyingALoaderWhoseHandleIsNullMakesNoPlatformCall) {
   EXPECT_EQ(ledger().violations(), Texts{});
 }
 
+TEST_F(SOloaderTest, TakesNoLock) {
+  journal().clear();
+  {
+    const SOloader loader(L"talsClient", L"C:\\lib");
+    loader.getProcedure("talsInit");
+    textThrownBy<SysException>([&] { loader.getProcedure("nothing"); });
+  }
+  textThrownBy<MissingFileError>([] { const SOloader loader(L"nothing", L""); });
+  EXPECT_EQ(
+      journal().namesOf({"LoadLibraryExW", "LoadLibraryW", "GetProcAddress", "FreeLibrary",
+                         "CreateMutexW", "WaitForSingleObject", "WaitForMultipleObjects",
+                         "InitializeCriticalSectionAndSpinCount", "EnterCriticalSection"}),
+      (Texts{"LoadLibraryExW", "GetProcAddress", "GetProcAddress", "FreeLibrary", "LoadLibraryW"}));
+}
+
 TEST_F(SOloaderTest, GivesTheAddressOfAProcedure) {
   const SOloader loader(L"talsClient", L"C:\\lib");
   EXPECT_NE(loader.getProcedure("talsInit"), nullptr);

@@ -1,6 +1,7 @@
 #include "client/TalsClientLoader.h"
 
 #include <algorithm>
+#include <functional>
 #include <stdexcept>
 
 #include "VUSL/Support/Exception.h"
@@ -208,10 +209,19 @@ TEST_F(TalsClientLoaderTest, AnEmptyInstallDirectoryAsksForTheBareNames) {
 // Only a look-up's own failure is an entry that is missing.
 TEST_F(TalsClientLoaderTest, AnyOtherExceptionOfALookUpEndsTheLoadWithNothingLeftLoaded) {
   installClient();
-  host::CallHooks::instance().before("GetProcAddress", journal().count("GetProcAddress") + 3,
-                                     [] { throw std::runtime_error("of another kind"); });
-  EXPECT_EQ(textThrownBy<std::runtime_error>([] { const TalsClientLoader loader(""); }),
-            "of another kind");
+  const auto atTheThirdLookUp = [](const std::function<void()>& action) {
+    host::CallHooks::instance().before("GetProcAddress", journal().count("GetProcAddress") + 3,
+                                       action);
+  };
+  const auto load = [] { const TalsClientLoader loader(""); };
+  atTheThirdLookUp([] { throw std::runtime_error("of another kind"); });
+  EXPECT_EQ(textThrownBy<std::runtime_error>(load), "of another kind");
+  EXPECT_EQ(ledger().open("module"), 0U);
+  atTheThirdLookUp([] { throw Exception() << "of the system"; });
+  EXPECT_EQ(textThrownBy<Exception>(load), "of the system");
+  EXPECT_EQ(ledger().open("module"), 0U);
+  atTheThirdLookUp([] { throw MissingFileError(250); });
+  EXPECT_EQ(textThrownBy<MissingFileError>(load), "Resource exception of type 250 was thrown");
   EXPECT_EQ(ledger().open("module"), 0U);
 }
 

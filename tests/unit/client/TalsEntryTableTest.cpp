@@ -10,11 +10,12 @@
 
 #include "client/TalsClientLoaderBase.h"
 #include "tests/unit/client/LookUpOrder.h"
+#include "tests/unit/runtime/SlotOrder.h"
 
 namespace {
 
 // The slot of a look-up, counted from 1 by its place in memory.
-std::size_t slotOf(const char* name) {
+std::size_t slotNumberOf(const char* name) {
   for (const TalsEntryLookup& lookup : kTalsEntryLookups) {
     if (std::strcmp(lookup.name, name) != 0) continue;
     const TalsEntryTable table;
@@ -55,7 +56,7 @@ TEST(TalsEntryTableTest, EveryEntryHasItsSlot) {
   };
   ASSERT_EQ(inSlotOrder.size(), 21U);
   for (std::size_t slot = 1; slot <= inSlotOrder.size(); ++slot) {
-    EXPECT_EQ(slotOf(inSlotOrder[slot - 1]), slot) << inSlotOrder[slot - 1];
+    EXPECT_EQ(slotNumberOf(inSlotOrder[slot - 1]), slot) << inSlotOrder[slot - 1];
   }
 }
 
@@ -74,6 +75,16 @@ TEST(TalsEntryTableTest, AFreshTableIsClear) {
 
 static_assert(std::has_virtual_destructor_v<TalsClientLoaderBase>);
 static_assert(sizeof(TalsClientLoaderBase) == sizeof(void*) + sizeof(TalsEntryTable));
+
+class WithAnotherOperation : public TalsClientLoaderBase {
+ public:
+  virtual void another() {}
+};
+
+// What is derived from it goes on right behind the destructor, so there is nothing else to call.
+TEST(TalsEntryTableTest, TheDestructorIsTheOnlyVirtualOperation) {
+  EXPECT_EQ(slotOf(&WithAnotherOperation::another), 2U);
+}
 
 void anyEntry() {}
 

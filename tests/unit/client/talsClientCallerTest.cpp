@@ -15,6 +15,12 @@ using client_test::Texts;
 
 static_assert(std::is_base_of_v<vusl::Thread, talsClientCaller>);
 static_assert(std::is_base_of_v<ItalsClientCaller, talsClientCaller>);
+static_assert(std::has_virtual_destructor_v<ItalsClientCaller>);
+// The thread's operations, not the caller's own.
+static_assert(std::is_same_v<decltype(&talsClientCaller::Lock),
+                             vusl::WaitResult (vusl::Thread::*)(std::uint32_t)>);
+static_assert(
+    std::is_same_v<decltype(&talsClientCaller::Unlock), vusl::WaitResult (vusl::Thread::*)()>);
 
 // Shows what only derived classes see.
 class OpenCaller : public talsClientCaller {
