@@ -7,9 +7,11 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 
 #include "tests/support/MachineTest.h"
+#include "tests/unit/runtime/FailingAllocation.h"
 
 namespace {
 
@@ -80,6 +82,22 @@ TEST_F(EnvironmentPathTest, failedReadingHasLength0) {
   std::string value = "earlier";
   EXPECT_EQ(getEnvironmentPath(0, &value), 0U);
   EXPECT_EQ(value, "");
+}
+
+// Looked for in a process in which nobody has used the list yet. A type outside of it asks the
+// platform for nothing, so that the list alone takes memory.
+TEST_F(EnvironmentPathTest, listIsMadeOnFirstUseAndKept) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto useTwice = [] {
+    std::string value;
+    const CountedAllocation first;
+    getEnvironmentPath(14, &value);
+    const std::size_t ofFirst = first.requests();
+    const CountedAllocation second;
+    getEnvironmentPath(14, &value);
+    std::_Exit(ofFirst >= 14 && second.requests() == 0 ? 0 : 1);
+  };
+  EXPECT_EXIT(useTwice(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(EnvironmentPathTest, nothingIsKeptOfTheCallsMemory) {
