@@ -196,6 +196,19 @@ TEST_F(EnrollmentInitTest, configurationIsPublishedForTheLengthOfInitOnly) {
   EXPECT_EQ(Singleton<IConfig>::instanceOrNull(), nullptr);
 }
 
+TEST_F(EnrollmentInitTest, configurationIsPublishedUntilTheNamespaceIsCreatedOrRefused) {
+  std::vector<bool> published;
+  for (const std::size_t nth : {1U, 2U}) {
+    host::CallHooks::instance().before("CreatePrivateNamespaceW", nth, [&] {
+      published.push_back(Singleton<IConfig>::instanceOrNull() != nullptr);
+    });
+  }
+  faults().failOnce("CreatePrivateNamespaceW", 183);
+  EXPECT_EQ(enrollment.Init(), -1);
+  EXPECT_EQ(enrollment.Init(), 0);
+  EXPECT_EQ(published, (std::vector<bool>{true, true}));
+}
+
 TEST_F(EnrollmentInitTest, configurationThatIsPublishedAlreadyLeavesInit) {
   ConfigMemory other;
   const Singleton<IConfig> holder(&other);

@@ -250,6 +250,7 @@ TEST_F(EventChannelsTest, tpmEventNeverAppearingIsTriedTenMoreTimesFiveSecondsAp
   }
   expected.push_back("[DBG] [TPM] Event not registered by the system.");
   EXPECT_EQ(log.texts(), expected);
+  EXPECT_EQ(Peer::retries(*enrollment), 10);
 }
 
 TEST_F(EventChannelsTest, noRetriesMeansOneAttemptAndNoSleep) {

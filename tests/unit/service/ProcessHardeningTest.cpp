@@ -110,7 +110,8 @@ TEST_F(ProcessHardeningTest, stepsComeInTheirOrder) {
 TEST_F(ProcessHardeningTest, tokenIsOpenedForAdjustingAndAsking) {
   LimitPrivileges({});
   ASSERT_EQ(journal().calls("OpenProcessToken").size(), 1U);
-  EXPECT_NE(journal().calls("OpenProcessToken")[0].args.find(", 40"), std::string::npos);
+  const std::string arguments = journal().calls("OpenProcessToken")[0].args;
+  EXPECT_TRUE(arguments.ends_with(", 40")) << arguments;
 }
 
 TEST_F(ProcessHardeningTest, unopenedTokenIsAFailureWithNoFurtherStep) {
@@ -149,7 +150,9 @@ TEST_F(ProcessHardeningTest, allNamesUnknownStillAdjustsWithARecordOf4Bytes) {
   ASSERT_EQ(journal().calls("HeapAlloc").size(), 1U);
   const std::string arguments = journal().calls("HeapAlloc")[0].args;
   EXPECT_TRUE(arguments.ends_with("8, 4")) << arguments;
-  EXPECT_EQ(journal().calls("AdjustTokenPrivileges").size(), 1U);
+  ASSERT_EQ(journal().calls("AdjustTokenPrivileges").size(), 1U);
+  const std::string adjusted = journal().calls("AdjustTokenPrivileges")[0].args;
+  EXPECT_TRUE(adjusted.ends_with(", 0, 0, 0, null, null")) << adjusted;
 }
 
 TEST_F(ProcessHardeningTest, recordIsZeroFilledAndHas12BytesAPrivilegeAnd4More) {

@@ -19,6 +19,14 @@ class RecertificationLaunchTest : public ServiceTest {
     host::machine().drive.copyIn(STANDINS_DIR "/OrvixVTMEkRecertification.exe", kProgram);
   }
 
+  // A line of the launch at this level, with the object's address ahead of it.
+  std::string line(const std::string& level, const std::string& text) const {
+    std::ostringstream all;
+    all << level << " [TPM] [0x" << std::hex << reinterpret_cast<std::uintptr_t>(&enrollment)
+        << "] [RunVTMEKRecertification] " << text;
+    return all.str();
+  }
+
   TPMEnrollment enrollment;
 };
 
@@ -35,30 +43,47 @@ TEST_F(RecertificationLaunchTest, givesTheProgramNothingButItsPath) {
 
 TEST_F(RecertificationLaunchTest, successIsLoggedWithTheObjectsAddress) {
   enrollment.RunVTMEKRecertification();
-  std::ostringstream expected;
-  expected << "[INF] [TPM] [0x" << std::hex << reinterpret_cast<std::uintptr_t>(&enrollment)
-           << "] [RunVTMEKRecertification] OrvixVTMEKRecertification has been started.";
-  EXPECT_EQ(log.texts().back(), expected.str());
+  EXPECT_EQ(log.texts().back(), line("[INF]", "OrvixVTMEKRecertification has been started."));
 }
 
 TEST_F(RecertificationLaunchTest, startupInfoIsClearedAndHasItsSizeAlone) {
   Peer::changeStartupInfo().dwFlags = 0x100;
   Peer::changeStartupInfo().wShowWindow = 3;
-  enrollment.RunVTMEKRecertification();
   STARTUPINFOW expected = {};
   expected.cb = 104;
-  EXPECT_EQ(std::memcmp(&Peer::startupInfo(), &expected, sizeof(expected)), 0);
+  bool isSoAtTheStart = false;
+  host::CallHooks::instance().before("CreateProcessW", 1, [&] {
+    isSoAtTheStart = std::memcmp(&Peer::startupInfo(), &expected, sizeof(expected)) == 0;
+  });
+  enrollment.RunVTMEKRecertification();
+  EXPECT_TRUE(isSoAtTheStart);
+}
+
+// The platform refuses a record whose size is wrong, so this one is what it was given.
+TEST_F(RecertificationLaunchTest, startupInfoItselfIsWhatTheStartIsGiven) {
+  host::CallHooks::instance().before("CreateProcessW", 1, [] { Peer::changeStartupInfo().cb = 0; });
+  try {
+    enrollment.RunVTMEKRecertification();
+    FAIL() << "nothing was thrown";
+  } catch (const TPMEnrollmentProcessException& failure) {
+    EXPECT_EQ(failure.errorCode, 87U);
+  }
 }
 
 TEST_F(RecertificationLaunchTest, processInformationIsClearedAtTheStartOfEachLaunch) {
   enrollment.RunVTMEKRecertification();
   ASSERT_NE(Peer::processInfo().hProcess, nullptr);
+  PROCESS_INFORMATION atTheStart = Peer::processInfo();
+  host::CallHooks::instance().before("CreateProcessW", 2,
+                                     [&] { atTheStart = Peer::processInfo(); });
   faults().failOnce("CreateProcessW", 5);
   EXPECT_THROW(enrollment.RunVTMEKRecertification(), TPMEnrollmentProcessException);
-  EXPECT_EQ(Peer::processInfo().hProcess, nullptr);
-  EXPECT_EQ(Peer::processInfo().hThread, nullptr);
-  EXPECT_EQ(Peer::processInfo().dwProcessId, 0U);
-  EXPECT_EQ(Peer::processInfo().dwThreadId, 0U);
+  for (const PROCESS_INFORMATION& record : {atTheStart, Peer::processInfo()}) {
+    EXPECT_EQ(record.hProcess, nullptr);
+    EXPECT_EQ(record.hThread, nullptr);
+    EXPECT_EQ(record.dwProcessId, 0U);
+    EXPECT_EQ(record.dwThreadId, 0U);
+  }
 }
 
 TEST_F(RecertificationLaunchTest, doesNotWaitForTheProgram) {
@@ -105,9 +130,7 @@ TEST_F(RecertificationLaunchTest, missingProgramIsLoggedAndThrownWithTheSystemsC
     EXPECT_EQ(failure.errorCode, 2U);
     EXPECT_STREQ(failure.what(), "Last error code: 2 : The system cannot find the file specified.");
   }
-  EXPECT_EQ(log.withoutAddresses().back(),
-            "[ERR] [TPM] [0x] [RunVTMEKRecertification] Cannot run OrvixVTMEKRecertification.exe "
-            "process.");
+  EXPECT_EQ(log.texts().back(), line("[ERR]", "Cannot run OrvixVTMEKRecertification.exe process."));
 }
 
 TEST_F(RecertificationLaunchTest, refusedStartCarriesItsCode) {
@@ -146,6 +169,7 @@ TEST_F(RecertificationLaunchTest, absentInstallDirectoryThrowsAndLogsNothingHere
                                        L"InstallDir64");
   EXPECT_EQ(thrownBy<Exception>([this] { enrollment.RunVTMEKRecertification(); }),
             "Cannot read tALS Client installation directory from registry.:");
+  EXPECT_EQ(log.texts().back(), "[DBG] [TPM] GetValueString GetValueString failed.");
   EXPECT_FALSE(log.contains("[RunVTMEKRecertification]"));
   EXPECT_TRUE(journal().calls("CreateProcessW").empty());
 }

@@ -1,6 +1,7 @@
 #include "service/ServiceHost.h"
 
 #include <memory>
+#include <stdexcept>
 
 #include "VUSL/Support/Exception.h"
 #include "VUSL/Support/Singleton.h"
@@ -46,6 +47,17 @@ TEST_F(ServiceControlHandlerTest, handlerReturnsAtOnceWhenNothingRuns) {
   ServiceControlHandler(SERVICE_CONTROL_STOP);
   EXPECT_EQ(states(), std::vector<DWORD>{SERVICE_STOP_PENDING});
   EXPECT_TRUE(journal().calls("Sleep").empty());
+}
+
+// Only the system's own exceptions are caught.
+TEST_F(ServiceControlHandlerTest, exceptionOfAnotherKindLeavesTheHandler) {
+  registerHandler();
+  TPMEnrollment idle;
+  const Singleton<TPMEnrollment> published(&idle);
+  host::CallHooks::instance().before("SetEvent", journal().count("SetEvent") + 1,
+                                     [] { throw std::runtime_error("text"); });
+  EXPECT_THROW(ServiceControlHandler(SERVICE_CONTROL_STOP), std::runtime_error);
+  EXPECT_EQ(log.texts(), Texts{"[DBG] [TPM] Stopping service..."});
 }
 
 // The pointer is read on each turn: an object that goes away ends the loop.

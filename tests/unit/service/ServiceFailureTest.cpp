@@ -61,6 +61,15 @@ TEST_F(ServiceFailureTest, exceptionOfTheRunIsFatalAndTheLastErrorIsTheExitCode)
   EXPECT_EQ(log.texts().back(), "[FTL] [TPM] Exception occured in ServiceMain function here:text");
 }
 
+// Deliberate: the error is read after the line is written.
+TEST_F(ServiceFailureTest, lastErrorThatTheLogLeavesIsTheExitCode) {
+  const LastErrorOutlet outlet(1234);
+  installClient();
+  host::CallHooks::instance().before("OpenEventW", 1, [] { throw Exception("here") << "text"; });
+  ServiceMain(0, nullptr);
+  EXPECT_EQ(services().statuses.back().dwWin32ExitCode, 1234U);
+}
+
 TEST_F(ServiceFailureTest, objectsAreGoneWhenTheFailureIsLogged) {
   installClient();
   host::CallHooks::instance().before("OpenEventW", 1, [] { throw Exception() << "text"; });
