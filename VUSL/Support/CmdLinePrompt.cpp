@@ -37,6 +37,7 @@ class HiddenInput {
 
 std::string promptText(uint32_t id) {
   ResourceLoader loader;
+  ResourceLoader::libraryBaseName = vusl::string_t();
   if (ResourceLoader::resourceLibraries.empty()) ResourceLoader::initialiseLibraries();
   wchar_t buffer[ResourceLoader::kDefaultSize] = {};
   loader.loadString(id, buffer);

@@ -64,6 +64,22 @@ TEST_F(CmdLinePromptTest, plainValueIsOneLineAfterTheText) {
   EXPECT_EQ(written(), "PIN: \n");
 }
 
+// The question stands on the console when the answer is waited for, and its line ends behind that.
+TEST_F(CmdLinePromptTest, plainQuestionIsShownWhenItsAnswerIsRead) {
+  BufferedOutput console;
+  AnsweringInput person(console, {"12\n"});
+  std::ostream to(&console);
+  std::istream from(&person);
+  CmdLineParameter& pin = addPlain();
+  pin.out = &to;
+  pin.in = &from;
+  parse({L"-pin"}, "");
+  EXPECT_EQ(pin.value, L"12");
+  EXPECT_EQ(person.shown, Texts{"PIN: "});
+  EXPECT_EQ(person.written, person.shown);
+  EXPECT_EQ(console.str(), "PIN: \n");
+}
+
 TEST_F(CmdLinePromptTest, plainValueIsTypedInTheOpen) {
   addPlain();
   parse({L"-pin"}, "1234\n");
@@ -185,7 +201,6 @@ TEST_F(CmdLinePromptTest, endOfTheInputEndsTheTriesWithAnEmptyValue) {
   EXPECT_EQ(host::machine().inputMode, kEchoOn);
 }
 
-// The question stands on the console when the answer is waited for, and its line ends behind that.
 TEST_F(CmdLinePromptTest, questionIsShownWhenItsAnswerIsRead) {
   BufferedOutput console;
   AnsweringInput person(console, {"12\n", "12\n"});
@@ -240,6 +255,15 @@ TEST_F(CmdLinePromptTest, everyRecordOfTheNameIsAskedForOnceEach) {
   const CmdLineParameter& first = addPlain();
   const CmdLineParameter& second = addPlain();
   parse({L"-pin"}, "one\ntwo\n");
+  EXPECT_EQ(first.value, L"one");
+  EXPECT_EQ(second.value, L"two");
+}
+
+// One name is noted for the two, since the case of its letters does not count.
+TEST_F(CmdLinePromptTest, recordsWhoseNamesDifferInTheirCaseAreAskedForOnceEach) {
+  const CmdLineParameter& first = addPlain();
+  const CmdLineParameter& second = add(L"PIN", CmdLineParameterKind::PromptPlain);
+  parse({L"-pin"}, "one\ntwo\nthree\nfour\n");
   EXPECT_EQ(first.value, L"one");
   EXPECT_EQ(second.value, L"two");
 }

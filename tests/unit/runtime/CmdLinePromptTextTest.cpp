@@ -75,13 +75,22 @@ TEST_F(CmdLinePromptTextTest, callForTheTextThatFailsOnceLeadsToTheNextLibrary) 
   }
 }
 
-TEST_F(CmdLinePromptTextTest, textIsLookedUpUnderTheBaseNameAsItStands) {
+TEST_F(CmdLinePromptTextTest, textIsLookedUpWithoutABaseNameWhateverWasSetBefore) {
   ResourceLoader::libraryBaseName = L"X";
   install(L"X_en-US.dll", u"Of X: ");
   addPlain();
   parse({L"-pin"}, "1\n");
-  EXPECT_EQ(written(), "Of X: \n");
-  ResourceLoader::libraryBaseName.clear();
+  EXPECT_EQ(written(), "PIN: \n");
+  EXPECT_EQ(ResourceLoader::libraryBaseName, L"");
+}
+
+// The lists are made once, and the name is cleared for each text all the same.
+TEST_F(CmdLinePromptTextTest, baseNameIsClearedAlsoWhenTheListsHaveBeenMade) {
+  ResourceLoader::initialiseLibraries();
+  ResourceLoader::libraryBaseName = L"X";
+  addPlain();
+  parse({L"-pin"}, "1\n");
+  EXPECT_EQ(ResourceLoader::libraryBaseName, L"");
 }
 
 TEST_F(CmdLinePromptTextTest, eachPromptHasItsOwnText) {

@@ -58,6 +58,18 @@ TEST_F(CmdLineValueTest, requiredValueThatBeginsWithAPrefixCharacterIsError226) 
   EXPECT_EQ(errorOf({L"-file", L"-x"}), "226: file|-");
 }
 
+// Only where a parameter's name is looked for does the case not count.
+TEST_F(CmdLineValueTest, valueThatBeginsWithALetterOfThePrefixInTheOtherCaseIsTaken) {
+  CmdLineProc lettered{L"x", output, input};
+  CmdLineParameter& file = lettered.addParameter(lettered.addGroup(L"file"), L"file");
+  file.kind = CmdLineParameterKind::ValueRequired;
+  const wchar_t* const given[] = {L"program.exe", L"Xfile", L"Xyz"};
+  lettered.parseCommandLine(3, given);
+  EXPECT_EQ(file.value, L"Xyz");
+  const wchar_t* const prefixed[] = {L"program.exe", L"Xfile", L"xyz"};
+  EXPECT_THROW(lettered.parseCommandLine(3, prefixed), vusl::InvalidInputError);
+}
+
 TEST_F(CmdLineValueTest, emptyArgumentIsAValue) {
   CmdLineParameter& file = add(L"file", CmdLineParameterKind::ValueRequired);
   file.value = L"default";
@@ -126,6 +138,15 @@ TEST_F(CmdLineValueTest, parameterThatAnEarlierOneDoesNotAllowIsError225) {
   add(L"friend");
   add(L"Stranger");
   EXPECT_EQ(errorOf({L"-first", L"-stranger"}), "225: stranger|-");
+  EXPECT_EQ(errorOf({L"-first", L"-STRANGER"}), "225: stranger|-");
+}
+
+// An alias that is none names nobody, so a record without a name is a stranger like any other.
+TEST_F(CmdLineValueTest, recordWithoutANameIsNotAllowedByAnEarlierOneWithoutAnAlias) {
+  add(L"first").companions = {L"friend"};
+  const CmdLineParameter& unnamed = add(L"");
+  EXPECT_EQ(errorOf({L"-first", L"-"}), "225: |-");
+  EXPECT_EQ(unnamed.index, -1);
 }
 
 TEST_F(CmdLineValueTest, listOfAParameterWithAValueCounts) {
