@@ -94,6 +94,35 @@ TEST_F(RollingOutletEdgeTest, countsWhatTheNewFileHoldsWhenTheOldOnesCouldNotBeD
   EXPECT_EQ(outlet.currentSize, 134U);
 }
 
+TEST_F(RollingOutletEdgeTest, countsAsBeforeWhenTheFileCannotBeOpenedForTheReason) {
+  OpenDateOutlet outlet(kPath);
+  outlet.setMaxFileSize(3);
+  outlet.Dump(L"a");
+  faults().failOnce("MoveFileW", 5);
+  faults().failOnce("CreateFileW", 5);
+  outlet.Dump(L"b");
+  EXPECT_EQ(content(L"x.log"), "a\r\n");
+  EXPECT_EQ(outlet.currentSize, 3U);
+}
+
+TEST_F(RollingOutletEdgeTest, opensTheFileForTheReasonAndThenCountsAndThenWrites) {
+  OpenDateOutlet outlet(kPath);
+  outlet.setMaxFileSize(3);
+  outlet.Dump(L"a");
+  faults().failOnce("MoveFileW", 5);
+  journal().clear();
+  outlet.Dump(L"b");
+  EXPECT_EQ(journal().namesOf({"MoveFileW", "CreateFileW", "SetFilePointer", "FindFirstFileW",
+                               "WriteFile", "CloseHandle"}),
+            (std::vector<std::string>{"CloseHandle", "MoveFileW", "CreateFileW", "SetFilePointer",
+                                      "FindFirstFileW", "WriteFile", "CloseHandle", "CreateFileW",
+                                      "SetFilePointer", "WriteFile"}));
+  // 3221225476 is to read, write and append.
+  for (const auto& call : journal().calls("CreateFileW")) {
+    EXPECT_EQ(call.args.rfind("C:\\logs\\x.log, 3221225476, ", 0), 0U) << call.args;
+  }
+}
+
 // There is nothing to move aside, and that fails by date. By number it does not.
 TEST_F(RollingOutletEdgeTest, putsAReasonBeforeAFirstLineThatIsLongerThanTheLimit) {
   RollingDateFileLogOutlet byDate(kPath);
