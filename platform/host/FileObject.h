@@ -34,8 +34,10 @@ class FileObject final : public KernelObject {
 };
 
 // A file's times. Reading a file does not touch its last access, as is the platform's default, so
-// that time and the creation's are one; natively the time of the access stands for both.
+// that time is the creation's too, unless a test has set it apart: no file is made after it was
+// written.
 FILETIME creationTimeOf(const struct stat& native);
+FILETIME accessTimeOf(const struct stat& native);
 FILETIME writeTimeOf(const struct stat& native);
 
 // Sets the time of the last write alone, in milliseconds since 1601, UTC. A failure is not

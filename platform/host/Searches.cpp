@@ -136,7 +136,7 @@ void describe(const Found& entry, WIN32_FIND_DATAW* data) {
   data->dwFileAttributes = isFolder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
   data->dwFileAttributes |= isReadOnly(entry.path) ? kAttributeReadOnly : 0;
   data->ftCreationTime = creationTimeOf(native);
-  data->ftLastAccessTime = creationTimeOf(native);
+  data->ftLastAccessTime = accessTimeOf(native);
   data->ftLastWriteTime = writeTimeOf(native);
   const auto size = isFolder ? 0 : static_cast<std::uint64_t>(native.st_size);
   data->nFileSizeHigh = static_cast<DWORD>(size >> 32U);
@@ -158,6 +158,12 @@ std::uint64_t stepsOf(const FILETIME& time) {
 }  // namespace
 
 FILETIME creationTimeOf(const struct stat& native) {
+  const FILETIME access = accessTimeOf(native);
+  const FILETIME write = writeTimeOf(native);
+  return stepsOf(write) < stepsOf(access) ? write : access;
+}
+
+FILETIME accessTimeOf(const struct stat& native) {
   return fileTime(native.st_atim);
 }
 
@@ -231,10 +237,11 @@ BOOL GetFileTime(HANDLE handle, FILETIME* creation, FILETIME* access, FILETIME* 
   if (file == nullptr || fstat(file->descriptor, &native) != 0) {
     return call.fails(ERROR_INVALID_HANDLE, FALSE);
   }
-  for (FILETIME* wanted : {creation, access}) {
-    if (wanted != nullptr) {
-      *wanted = host::creationTimeOf(native);
-    }
+  if (creation != nullptr) {
+    *creation = host::creationTimeOf(native);
+  }
+  if (access != nullptr) {
+    *access = host::accessTimeOf(native);
   }
   if (write != nullptr) {
     *write = host::writeTimeOf(native);
@@ -243,7 +250,7 @@ BOOL GetFileTime(HANDLE handle, FILETIME* creation, FILETIME* access, FILETIME* 
 }
 
 BOOL FileTimeToSystemTime(const FILETIME* fileTime, LPSYSTEMTIME systemTime) {
-  Call call("FileTimeToSystemTime");
+  Call call("FileTimeToSystemTime", fileTime == nullptr ? 0 : host::stepsOf(*fileTime));
   if (call.faulted()) {
     return call.returns(FALSE);
   }

@@ -172,6 +172,7 @@ TEST_P(RollingDateFileLogOutletTimesTest, keepsTheTimeOfTheFileBeforeWhereTimesC
   rollLiveFile();
   EXPECT_EQ(content(L"x.log.1"), std::nullopt);
   EXPECT_EQ(content(L"x.log.2"), "old");
+  EXPECT_EQ(ledger().open("file"), 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(EachStep, RollingDateFileLogOutletTimesTest,
@@ -211,6 +212,34 @@ TEST_F(RollingDateFileLogOutletTest, sortsByTheWholeTimeOfTheLastWriting) {
   rollLiveFile();
   EXPECT_EQ(content(L"x.log.1"), "newer");
   EXPECT_EQ(content(L"x.log.2"), std::nullopt);
+}
+
+TEST_F(RollingDateFileLogOutletTest, convertsTheTimeOfTheLastAccess) {
+  constexpr std::int64_t kTicksPerMs = 10'000;
+  const std::int64_t accessMs = host::machine().utcMs() - 1;
+  write(L"x.log", "live");
+  host::machine().drive.setTimes(L"C:\\logs\\x.log", accessMs);
+  const auto native = host::machine().drive.locate(L"C:\\logs\\x.log").value();
+  std::filesystem::last_write_time(
+      native, std::filesystem::last_write_time(native) - std::chrono::hours(24));
+  rollLiveFile();
+  const auto calls = journal().calls("FileTimeToSystemTime");
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(calls[0].args, std::to_string(accessMs * kTicksPerMs));
+}
+
+// What is moved is the outlet's own file and what is listed are its archives; only the new name
+// comes from the path.
+TEST_F(RollingDateFileLogOutletTest, movesItsOwnFileToTheMomentBehindTheGivenPath) {
+  outlet.setMaxArchiveNumber(1);
+  write(L"x.log", "live");
+  write(L"x.log.old", "old");
+  write(L"y.log", "other");
+  outlet.roll(L"C:\\logs\\y.log", 99);
+  EXPECT_EQ(content(L"x.log"), std::nullopt);
+  EXPECT_EQ(content(L"y.log.20260102030405"), "live");
+  EXPECT_EQ(content(L"x.log.old"), std::nullopt);
+  EXPECT_EQ(content(L"y.log"), "other");
 }
 
 TEST_F(RollingDateFileLogOutletTest, asksForNoTimesOfAFileThatItCannotOpen) {
