@@ -66,6 +66,15 @@ TEST_F(RollingFileLogOutletTest, writesNarrowText) {
   EXPECT_EQ(content(L"x.log"), "a??\r\n");
 }
 
+TEST_F(RollingFileLogOutletTest, hasItsPathInUtf8) {
+  write(L"\u00E4.log", "1234");
+  OpenOutlet outlet("C:\\logs\\\xC3\xA4.log");
+  outlet.setMaxFileSize(6);
+  outlet.Dump(L"a");
+  EXPECT_EQ(content(L"\u00E4.log"), "a\r\n");
+  EXPECT_EQ(content(L"\u00E4.log.0"), "1234");
+}
+
 TEST_F(RollingFileLogOutletTest, writesUnderTheSharedLock) {
   OpenOutlet outlet(kPath);
   outlet.Dump(L"a");
@@ -74,11 +83,58 @@ TEST_F(RollingFileLogOutletTest, writesUnderTheSharedLock) {
       (std::vector<std::string>{"EnterCriticalSection", "WriteFile", "LeaveCriticalSection"}));
 }
 
+TEST_F(RollingFileLogOutletTest, writesTheReasonOfAFailedRollUnderTheSameLock) {
+  write(L"x.log", "old");
+  OpenOutlet outlet(kPath);
+  outlet.setMaxFileSize(4);
+  faults().failOnce("MoveFileW", 5);
+  outlet.Dump(L"line");
+  EXPECT_EQ(journal().namesOf({"EnterCriticalSection", "WriteFile", "LeaveCriticalSection"}),
+            (std::vector<std::string>{"EnterCriticalSection", "WriteFile", "WriteFile",
+                                      "LeaveCriticalSection"}));
+}
+
+TEST_F(RollingFileLogOutletTest, holdsTheLockWhileTheListenerHears) {
+  struct Watching : Listener {
+    void OnStatus(const vusl::string_t& text, uint32_t flag) override {
+      Listener::OnStatus(text, flag);
+      const auto& calls = host::Journal::instance();
+      held.push_back(calls.calls("EnterCriticalSection").size() -
+                     calls.calls("LeaveCriticalSection").size());
+    }
+    std::vector<size_t> held;
+  } listener;
+  OpenOutlet outlet(kPath);
+  outlet.setListener(&listener);
+  faults().failOnce("WriteFile", 112);
+  outlet.Dump(L"a");
+  outlet.Dump(L"b");
+  EXPECT_EQ(listener.held, (std::vector<size_t>{1, 1}));
+}
+
+// One outlet takes a second for its roll; the line of the other, which has its file to itself, is
+// not written in between.
 TEST_F(RollingFileLogOutletTest, sharesOneLockAmongAllOutlets) {
-  const OpenOutlet first(kPath);
-  const OpenOutlet second("C:\\logs\\y.log");
-  // It stood before either of them.
-  EXPECT_EQ(journal().calls("InitializeCriticalSectionAndSpinCount").size(), 0U);
+  struct Slow : RollingFileLogOutlet {
+    using RollingFileLogOutlet::RollingFileLogOutlet;
+    void roll(const vusl::string_t&, unsigned int) override { Sleep(1000); }
+  } slow(kPath);
+  slow.setMaxFileSize(0);
+  OpenOutlet other("C:\\logs\\y.log");
+  {
+    const host::TestThread thread([&other] {
+      Sleep(500);
+      other.Dump(L"b");
+    });
+    slow.Dump(L"a");
+  }
+  EXPECT_EQ(content(L"y.log"), "b\r\n");
+  const auto opened = journal().calls("CreateFileW");
+  ASSERT_EQ(opened.size(), 2U);
+  EXPECT_EQ(opened[0].args.substr(0, 13), "C:\\logs\\x.log");
+  EXPECT_EQ(opened[1].args.substr(0, 13), "C:\\logs\\y.log");
+  // The lock stood before either of them.
+  EXPECT_TRUE(journal().calls("InitializeCriticalSectionAndSpinCount").empty());
 }
 
 TEST_F(RollingFileLogOutletTest, opensTheFileForReadingWritingAndAppendingWhenReopened) {
@@ -95,6 +151,9 @@ TEST_F(RollingFileLogOutletTest, staysClosedWhenReopenedAtTheThresholdNone) {
   OpenOutlet outlet(kPath);
   outlet.reopen();
   EXPECT_TRUE(journal().calls("CreateFileW").empty());
+  RollingFileLogOutlet::level = 4;
+  outlet.reopen();
+  EXPECT_EQ(journal().calls("CreateFileW").size(), 1U);
 }
 
 TEST_F(RollingFileLogOutletTest, fillsAFileToExactlyFourMebibytesWithoutRolling) {
