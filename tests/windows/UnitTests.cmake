@@ -67,6 +67,7 @@ set(needs_faults_or_journal
   diagnostics/EtwLogOutletTest.cpp
   diagnostics/GetSystemErrorTextTest.cpp
   diagnostics/LanguageLibrariesTest.cpp
+  diagnostics/LogFieldsTest.cpp
   diagnostics/LogItemMemoryTest.cpp
   diagnostics/LogSetupFaultTest.cpp
   diagnostics/LogSetupTest.cpp

@@ -205,7 +205,11 @@ TEST_F(LogItemTest, hasAVirtualDestructor) {
 TEST_F(LogItemTest, vanishesWhileNoOutletIsAttached) {
   LogSink::process().detachAll();
   LogItem().fatal() << "text";
-  EXPECT_TRUE(log.texts().empty());
+  RecordingOutlet later;
+  const AttachedOutlet attached(later, LogSink::kOutletChannel);
+  LogItem().fatal() << "another";
+  ASSERT_EQ(later.messages.size(), 1U);
+  EXPECT_EQ(later.messages[0].text, L"[TPM] another");
 }
 
 TEST_F(LogItemTest, readsTheClockForBothChannelsAlsoWhenNobodyTakesTheItem) {
@@ -256,6 +260,51 @@ TEST(LogItemStaticDeathTest, isDeliveredWhileStaticObjectsAreDestroyed) {
         std::exit(0);
       },
       testing::ExitedWithCode(0), "TPMEnrollmentService: \\[TPM\\] text");
+}
+
+// Logs while the process is being loaded, as objects of other files may; only where the test asks
+// for it, since others look at what the first item of the process does.
+class LoggingBeforeMain {
+ public:
+  LoggingBeforeMain() {
+    if (std::getenv(kVariable) == nullptr) return;
+    const AttachedOutlet attached(outlet, LogSink::kOutletChannel);
+    LogItem().info() << "text " << 1;
+  }
+
+  // Whether processes begun from now on log so.
+  static void ask(bool asked) {
+#ifdef _WIN32
+    _putenv_s(kVariable, asked ? "1" : "");
+#else
+    asked ? setenv(kVariable, "1", 1) : unsetenv(kVariable);
+#endif
+  }
+
+  std::string texts() const {
+    std::string all;
+    for (const auto& message : outlet.messages) all += vusl::Narrow(message.tag + message.text);
+    return all;
+  }
+
+ private:
+  static constexpr const char* kVariable = "LOG_BEFORE_MAIN";
+
+  RecordingOutlet outlet;
+};
+
+const LoggingBeforeMain beforeMain;
+
+TEST(LogItemStaticDeathTest, isDeliveredBeforeMain) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  LoggingBeforeMain::ask(true);
+  EXPECT_EXIT(
+      {
+        std::fputs(beforeMain.texts().c_str(), stderr);
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "^TPMEnrollmentService: \\[TPM\\] text 1$");
+  LoggingBeforeMain::ask(false);
 }
 
 }  // namespace

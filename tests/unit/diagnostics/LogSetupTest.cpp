@@ -14,6 +14,7 @@
 #include "VUSL/Support/Singleton.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/MachineTest.h"
+#include "tests/support/NullPointerEnd.h"
 #include "tests/unit/diagnostics/RecordingOutlet.h"
 #include "tests/unit/runtime/Thrown.h"
 
@@ -142,6 +143,13 @@ TEST_F(LogSetupTest, takesTheLevelOfTheSetting) {
   EXPECT_EQ(EtwLogOutlet::level, 3);
 }
 
+TEST_F(LogSetupTest, readsTheFileOfTheGivenName) {
+  configure("LogLevel = \"ERROR\"\n");
+  host::machine().drive.write(L"C:\\conf\\other.conf", "LogLevel = \"FATAL\"\n");
+  setup = std::make_unique<LogSetup>("TPMEnrollmentService.log", "INFO", "other.conf");
+  EXPECT_EQ(DebugLogOutlet::level, 4);
+}
+
 TEST_F(LogSetupTest, dropsEveryItemWhenTheSettingIsNone) {
   configure("LogLevel = \"NONE\"\n");
   build();
@@ -221,7 +229,7 @@ TEST_F(LogSetupTest, registersNoProviderForAnotherName) {
 
 TEST_F(LogSetupTest, faultsAtTheFirstLineWithoutAProvider) {
   build("other.log");
-  EXPECT_DEATH(LogItem().fatal() << "a", "");
+  EXPECT_EXIT(LogItem().fatal() << "a", usedANullPointer, "");
 }
 
 TEST_F(LogSetupTest, emptiesTheSinkFirst) {

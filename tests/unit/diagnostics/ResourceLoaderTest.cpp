@@ -101,6 +101,9 @@ TEST_F(ResourceLoaderTest, takesSpanishForAnyOtherSublanguage) {
   EXPECT_EQ(languageOf(0x040A), 1);
   EXPECT_EQ(languageOf(0x0C0A), 1);
   EXPECT_EQ(languageOf(0x000A), 1);
+  // Their low bits are those of Mexico, and there is more above them.
+  EXPECT_EQ(languageOf(0x280A), 1);
+  EXPECT_EQ(languageOf(0x480A), 1);
 }
 
 TEST_F(ResourceLoaderTest, takesTheLanguageOfThePrimaryWhateverTheSublanguage) {

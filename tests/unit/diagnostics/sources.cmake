@@ -8,6 +8,7 @@ list(APPEND unit_test_sources
   ${CMAKE_CURRENT_LIST_DIR}/ExceptionTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/GetSystemErrorTextTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LanguageLibrariesTest.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/LogFieldsTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogItemMemoryTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogItemTest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LogRecorderTest.cpp
