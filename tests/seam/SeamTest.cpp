@@ -40,6 +40,24 @@ std::vector<std::string> compiled() {
   return seam::compiledFiles(COMPILE_DATABASE);
 }
 
+// A text of the code, and what it is called as a step.
+struct Step {
+  const char* text;
+  const char* name;
+};
+
+// The steps of the log's set-up in the order of its lines.
+std::string stepsOfLogSetup(const std::vector<Step>& known) {
+  std::string steps;
+  const seam::SourceTree tree = product();
+  for (const std::string& line : tree.at("VUSL/Support/LogSetup.cpp").code) {
+    for (const Step& step : known) {
+      steps += line.find(step.text) != std::string::npos ? step.name : "";
+    }
+  }
+  return steps;
+}
+
 TEST(SeamTest, ReadsAProductToCheck) {
   const seam::SourceTree tree = product();
   for (const char* file : {"VUSL/Support/LogSetup.cpp", "client/FileUtils.h", "service/wmain.cpp",
@@ -51,41 +69,29 @@ TEST(SeamTest, ReadsAProductToCheck) {
 // Opening the debug outlet does nothing that could be seen, so its calls are looked for in the
 // text.
 TEST(SeamTest, LogSetupOpensTheDebugOutletOnBothSidesOfItsThreshold) {
-  std::string steps;
-  const std::vector<std::string> code = product().at("VUSL/Support/LogSetup.cpp").code;
-  for (const std::string& line : code) {
-    steps += line.find("debugOutlet.reopen()") != std::string::npos ? "open " : "";
-    steps += line.find("OutletBase<DebugLogOutlet>::level =") != std::string::npos ? "level " : "";
-    steps += line.find("sink.attach(&debugOutlet") != std::string::npos ? "attach " : "";
-  }
-  EXPECT_EQ(steps, "open level open attach ");
+  EXPECT_EQ(stepsOfLogSetup({{"debugOutlet.reopen()", "open "},
+                             {"OutletBase<DebugLogOutlet>::level =", "level "},
+                             {"sink.attach(&debugOutlet", "attach "}}),
+            "open level open attach ");
 }
 
 // The limits are read and not used, which shows nowhere, so the reads are looked for in the text.
 TEST(SeamTest, LogSetupReadsItsThreeSettingsBeforeItEmptiesTheSink) {
-  std::string steps;
-  const std::vector<std::string> code = product().at("VUSL/Support/LogSetup.cpp").code;
-  for (const std::string& line : code) {
-    steps += line.find("getString(settings::kLogLevel,") != std::string::npos ? "level " : "";
-    steps += line.find("getInt(settings::kMaxFileSize,") != std::string::npos ? "size " : "";
-    steps += line.find("getInt(settings::kMaxArchiveNumber,") != std::string::npos ? "number " : "";
-    steps += line.find("sink.detachAll()") != std::string::npos ? "empty " : "";
-  }
-  EXPECT_EQ(steps, "level size number empty ");
+  EXPECT_EQ(stepsOfLogSetup({{"getString(settings::kLogLevel,", "level "},
+                             {"getInt(settings::kMaxFileSize,", "size "},
+                             {"getInt(settings::kMaxArchiveNumber,", "number "},
+                             {"sink.detachAll()", "empty "}}),
+            "level size number empty ");
 }
 
 // As little is seen of the opening of the trace outlet.
 TEST(SeamTest, LogSetupOpensTheTraceOutletBetweenItsThresholdAndItsAttachment) {
-  std::string steps;
-  const std::vector<std::string> code = product().at("VUSL/Support/LogSetup.cpp").code;
-  for (const std::string& line : code) {
-    steps += line.find("sink.detachAll()") != std::string::npos ? "empty " : "";
-    steps += line.find("= parseLogLevel(word)") != std::string::npos ? "parse " : "";
-    steps += line.find("OutletBase<EtwLogOutlet>::level =") != std::string::npos ? "level " : "";
-    steps += line.find("etwOutlet.reopen()") != std::string::npos ? "open " : "";
-    steps += line.find("sink.attach(&etwOutlet") != std::string::npos ? "attach " : "";
-  }
-  EXPECT_EQ(steps, "empty parse level open attach ");
+  EXPECT_EQ(stepsOfLogSetup({{"sink.detachAll()", "empty "},
+                             {"= parseLogLevel(word)", "parse "},
+                             {"OutletBase<EtwLogOutlet>::level =", "level "},
+                             {"etwOutlet.reopen()", "open "},
+                             {"sink.attach(&etwOutlet", "attach "}}),
+            "empty parse level open attach ");
 }
 
 TEST(SeamTest, RoomsIncludeOnlyTheRoomsBelowThem) {

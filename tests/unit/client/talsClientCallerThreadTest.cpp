@@ -56,7 +56,8 @@ TEST_F(talsClientCallerThreadTest, ACommandRunsOnAThreadOfItsOwn) {
                 std::to_string(other));
 }
 
-// Whoever waits goes by the thread itself, which is longer in the library than its list.
+// That a body has done all says nothing of its thread, which may still be in the library: whoever
+// waits goes by the thread alone.
 TEST_F(talsClientCallerThreadTest, TheBodysEndIsNotToldAheadOfTheThreads) {
   OpenCaller caller;
   caller.executeAsync(1);
