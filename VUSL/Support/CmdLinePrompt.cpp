@@ -37,6 +37,7 @@ class HiddenInput {
 
 std::string promptText(uint32_t id) {
   ResourceLoader loader;
+  // Deliberate: prompts are in libraries without a base name, whatever name has been set.
   ResourceLoader::libraryBaseName = vusl::string_t();
   if (ResourceLoader::resourceLibraries.empty()) ResourceLoader::initialiseLibraries();
   wchar_t buffer[ResourceLoader::kDefaultSize] = {};

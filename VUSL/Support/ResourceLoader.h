@@ -32,7 +32,8 @@ class ResourceLoader {
   using LibraryList = std::vector<vusl::string_t>;
 
   // The base name of the calling program's own libraries. It is to be set before
-  // `initialiseLibraries`; later changes do not touch the lists.
+  // `initialiseLibraries`; later changes do not touch the lists. The texts of system errors and of
+  // prompts clear it before they make lists that are not there yet.
   inline static vusl::string_t libraryBaseName;
 
   // The libraries of each language. A user of a loader runs `initialiseLibraries` when it is empty.

@@ -64,7 +64,7 @@ void RollingFileLogOutlet::rollIfFull(uint32_t lengthBytes) {
     roll(logFileName, 0);
     currentSize = 0;
   } catch (const BaseException& failure) {
-    // Opened ahead of all else: what was counted so far holds as long as nothing can be written.
+    // Opened ahead of all else: where that fails, what was counted so far holds.
     vusl::File live(logFileName);
     live.open(kReadWriteAppend, FILE_END);
     // Deliberate: the reason has no line end. It stands at the head of the line that should have

@@ -68,6 +68,7 @@ SysException::SysException(const std::string& location)
 
 const std::string& SysException::errorText() {
   ResourceLoader loader;
+  // Deliberate: the text is in libraries without a base name, whatever name has been set.
   ResourceLoader::libraryBaseName = vusl::string_t();
   if (ResourceLoader::resourceLibraries.empty()) ResourceLoader::initialiseLibraries();
 

@@ -61,7 +61,7 @@ class Journal {
 // What a call that fails has done by then.
 enum class Deed {
   kUndone,  // nothing
-  kDone,    // all that it is for: the answer alone is a failure's
+  kDone,    // all that it is for: the answer alone is another one
 };
 
 // Which calls are told to fail.
@@ -156,7 +156,7 @@ class Call {
   // Whether it is to fail with nothing done.
   bool faulted() const { return entry_.faulted && deed_ == Deed::kUndone; }
   // Whether it is to do its work and to fail all the same. Only the calls ask that the platform may
-  // fail so.
+  // fail so, and ReleaseMutex, whose number tests choose.
   bool failsWhenDone() const { return entry_.faulted && deed_ == Deed::kDone; }
   // The error that the call was told to fail with.
   DWORD fault() const { return fault_; }

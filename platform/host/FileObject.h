@@ -34,8 +34,8 @@ class FileObject final : public KernelObject {
 };
 
 // A file's times. Reading a file does not touch its last access, as is the platform's default, so
-// that time is the creation's too, unless a test has set it apart: no file is made after it was
-// written.
+// that time is the creation's too, unless the last write is earlier: then that is. So a clock that
+// is set back ahead of a write moves the creation too, for which nobody asks.
 FILETIME creationTimeOf(const struct stat& native);
 FILETIME accessTimeOf(const struct stat& native);
 FILETIME writeTimeOf(const struct stat& native);

@@ -255,7 +255,8 @@ BOOL ReleaseMutex(HANDLE handle) {
     }
     host::Scheduler::instance().changed();
   }
-  // Told to fail when all is done, it answers the number it was given: any but 0 is a success.
+  // Told to fail when all is done, which no scenario can, it answers the number it was given: any
+  // but 0 is a success.
   const BOOL result = call.returns(call.failsWhenDone() ? static_cast<BOOL>(call.fault()) : TRUE);
   host::Scheduler::instance().yield("ReleaseMutex");
   return result;

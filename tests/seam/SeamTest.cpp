@@ -84,7 +84,7 @@ TEST(SeamTest, LogSetupReadsItsThreeSettingsBeforeItEmptiesTheSink) {
             "level size number empty ");
 }
 
-// As little is seen of the opening of the trace outlet.
+// Opening the trace outlet shows nowhere either, so that is looked for in the text too.
 TEST(SeamTest, LogSetupOpensTheTraceOutletBetweenItsThresholdAndItsAttachment) {
   EXPECT_EQ(stepsOfLogSetup({{"sink.detachAll()", "empty "},
                              {"= parseLogLevel(word)", "parse "},
